@@ -1,0 +1,37 @@
+#include "service/report.hpp"
+
+#include <orb/orb_service.h>
+
+#include <atomic>
+#include <cstring>
+#include <dlfcn.h>
+
+namespace orb::core {
+
+namespace {
+
+using xerbla_t = void (*)(const char *, const int *, int);
+
+void fallback_xerbla(const char *name, const int *info, int) {
+  orb_serv_print(0, 0, 0);
+  orb_serv_print(0, 6, 2, *info, name);
+}
+
+xerbla_t handler() {
+  static std::atomic<xerbla_t> cached{nullptr};
+  xerbla_t h = cached.load(std::memory_order_acquire);
+  if (!h) {
+    h = reinterpret_cast<xerbla_t>(dlsym(RTLD_DEFAULT, "orb_serv_xerbla"));
+    if (!h) h = fallback_xerbla;
+    cached.store(h, std::memory_order_release);
+  }
+  return h;
+}
+
+}  // namespace
+
+void report_xerbla(const char *name, int info) {
+  handler()(name, &info, static_cast<int>(std::strlen(name)));
+}
+
+}  // namespace orb::core
