@@ -3,6 +3,6 @@
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 "$root/scripts/setup.sh"
-"$root/scripts/build.sh"
+"$root/scripts/build.sh" -DORB_BUILD_TESTS=OFF
 bdir=${ORB_BUILD_DIR:-$root/build}
 "$bdir/tools/orb-info"
