@@ -53,8 +53,8 @@ void transpose_square(ORB_INT n, typename S::type alpha, bool conj, typename S::
 //! Number of bytes of a rows x cols scratch of T, or 0 when it overflows.
 template <class T>
 int64_t scratch_bytes(ORB_INT rows, ORB_INT cols) {
-  const ORB_INT per_row = INT64_MAX / static_cast<ORB_INT>(sizeof(T));
-  if (rows > per_row / cols) return 0;
+  const ORB_INT max_elements = INT64_MAX / static_cast<ORB_INT>(sizeof(T));
+  if (rows > max_elements / cols) return 0;
   return rows * cols * static_cast<int64_t>(sizeof(T));
 }
 

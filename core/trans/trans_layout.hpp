@@ -16,9 +16,9 @@ namespace orb::core::trans {
 
 //! Storage order from 'R' / 'C' (either case); false for any other character.
 inline bool decode_ordering(char c, bool &row_major) {
-  if (c == 'R' || c == 'r') return row_major = true, true;
-  if (c == 'C' || c == 'c') return row_major = false, true;
-  return false;
+  if (c != 'R' && c != 'r' && c != 'C' && c != 'c') return false;
+  row_major = c == 'R' || c == 'r';
+  return true;
 }
 
 //! What op() does to an operand.

@@ -12,7 +12,7 @@
  *   nthreads - how many thread numbers the service hands out (int);
  *   context  - the caller's pointer, passed through unchanged.
  * Its int result is ignored, except by the ordered pass-through, which returns
- * it.  Calls of one loop run concurrently; the services add no locking, so a
+ * it.  A NULL callback makes every service return without doing anything.  Calls of one loop run concurrently; the services add no locking, so a
  * callback must tolerate concurrent calls with different indices. */
 #ifndef ORB_THREADER_H
 #define ORB_THREADER_H
@@ -26,8 +26,8 @@ typedef int (*orb_threader_fn)(int index, int thread, int nthreads, void *contex
 /* ---- Statistics ------------------------------------------------------- */
 
 /* Parallel loop over indices 0 .. n-1 asking for t threads (t <= 0: as many as
- * the current arena offers).  n is taken as a 32-bit count; n < 1 does
- * nothing.  With P the current arena's maximum concurrency:
+ * the current arena offers).  Loops are 32-bit ranges: n is read as an int
+ * (its low 32 bits), and n < 1 does nothing.  With P the current arena's maximum concurrency:
  *   0 < t < P, t == n : callback(i, i, t, context) for every i;
  *   0 < t < P, t != n : indices are cut into K chunks of L = n / t + 1
  *                       consecutive indices (the last one shorter); chunk j
@@ -46,8 +46,8 @@ void orb_stx_serv_threader_for_ordered(int64_t n, int t, void *context, orb_thre
  * when 1 <= m <= P and s = P otherwise (m = 0 runs P sections). */
 void orb_stx_serv_threader_sections(int m, void *context, orb_threader_fn callback);
 
-/* Returns callback(p1, p2, p3, p4): an ordered region needs no machinery, the
- * loops that contain one are already run in order. */
+/* Returns callback(p1, p2, p3, p4) (0 for a NULL callback): an ordered region
+ * needs no machinery, the loops that contain one are already run in order. */
 int orb_stx_serv_threader_ordered(int p1, int p2, int p3, void *p4, orb_threader_fn callback);
 
 /* The maximum concurrency of the calling thread's current arena. */
