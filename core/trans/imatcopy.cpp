@@ -1,0 +1,114 @@
+// In-place scaled copy and transposition: AB := alpha * op(AB), read with
+// leading dimension lda and written with ldb.
+//
+// Three cases.  Without transposition and with lda == ldb every element
+// stays where it is and is scaled.  A square transposition with lda == ldb
+// swaps each element with its mirror image.  Anything else changes the shape
+// or the spacing of the lines, so that an element can land on one not yet
+// read: the result is built in a scratch copy first and copied back.  The
+// scratch is taken before anything is written, so a caller whose request
+// cannot be met (info 1000) keeps its matrix as it was.
+#include "trans/trans_kernel.hpp"
+#include "trans/trans_layout.hpp"
+#include "trans/trans_scalar.hpp"
+
+#include <orb/orb_service.h>
+#include <orb/orb_trans.h>
+
+#include <cstdint>
+
+namespace orb::core::trans {
+
+namespace {
+
+// Scratch of the reshaping case: cache-line aligned.
+constexpr int kScratchAlignment = 64;
+
+//! a(i, j) <-> a(j, i) scaled by alpha, conjugated when conj, for an n x n
+//! matrix, tile by tile above the diagonal, then the diagonal itself.
+template <class S>
+void transpose_square(ORB_INT n, typename S::type alpha, bool conj, typename S::type *a, View v) {
+  using T = typename S::type;
+  with_conj<S>(conj, [&](auto c) {
+    auto f = [&](T x) { return S::mul(alpha, decltype(c)::value ? S::conj(x) : x); };
+    for (ORB_INT i0 = 0; i0 < n; i0 += kTile) {
+      const ORB_INT i1 = n - i0 < kTile ? n : i0 + kTile;
+      for (ORB_INT j0 = i0; j0 < n; j0 += kTile) {
+        const ORB_INT j1 = n - j0 < kTile ? n : j0 + kTile;
+        for (ORB_INT i = i0; i < i1; ++i) {
+          for (ORB_INT j = (j0 > i ? j0 : i + 1); j < j1; ++j) {
+            T &upper = a[i * v.rs + j * v.cs];
+            T &lower = a[j * v.rs + i * v.cs];
+            const T x = upper;
+            upper = f(lower);
+            lower = f(x);
+          }
+        }
+      }
+    }
+    for (ORB_INT i = 0; i < n; ++i) a[i * (v.rs + v.cs)] = f(a[i * (v.rs + v.cs)]);
+  });
+}
+
+//! Number of bytes of a rows x cols scratch of T, or 0 when it overflows.
+template <class T>
+int64_t scratch_bytes(ORB_INT rows, ORB_INT cols) {
+  const ORB_INT max_elements = INT64_MAX / static_cast<ORB_INT>(sizeof(T));
+  if (rows > max_elements / cols) return 0;
+  return rows * cols * static_cast<int64_t>(sizeof(T));
+}
+
+//! Positions: 1 ordering, 2 trans, 3 rows, 4 cols, 5 alpha, 6 AB, 7 lda,
+//! 8 ldb; 1000 when the scratch of a reshaping copy cannot be had.
+template <class S>
+int imatcopy(char ordering, char trans, ORB_INT rows, ORB_INT cols, typename S::type alpha, typename S::type *AB,
+             ORB_INT lda, ORB_INT ldb) {
+  using T = typename S::type;
+  bool row_major = false;
+  Op op;
+  ArgCheck check;
+  check.require(decode_ordering(ordering, row_major), 1);
+  check.require(decode_op(trans, op), 2);
+  check.require(rows >= 0, 3);
+  check.require(cols >= 0, 4);
+  const bool empty = rows <= 0 || cols <= 0;
+  const ORB_INT brows = op.transpose ? cols : rows;
+  const ORB_INT bcols = op.transpose ? rows : cols;
+  check.require(empty || AB, 6);
+  check.require(lda >= min_ld(row_major, rows, cols), 7);
+  check.require(ldb >= min_ld(row_major, brows, bcols), 8);
+  if (check.first()) return report<S>("IMATCOPY", check.first());
+  if (empty) return 0;
+
+  const bool conj = S::is_complex && op.conjugate;
+  const View source = stored(row_major, lda);
+  if (!op.transpose && lda == ldb) {
+    if (!conj && S::is_one(alpha)) return 0;  // every element is already in place
+    scale_copy<S>(rows, cols, alpha, conj, AB, source, AB, source);
+    return 0;
+  }
+  if (op.transpose && rows == cols && lda == ldb) {
+    transpose_square<S>(rows, alpha, conj, AB, source);
+    return 0;
+  }
+
+  const int64_t bytes = scratch_bytes<T>(rows, cols);
+  T *scratch = bytes > 0 ? static_cast<T *>(orb_serv_malloc(bytes, kScratchAlignment)) : nullptr;
+  if (!scratch) return report<S>("IMATCOPY", 1000);
+  const View packed = stored(row_major, min_ld(row_major, brows, bcols));
+  scale_copy<S>(brows, bcols, alpha, conj, AB, through(source, op), scratch, packed);
+  plain_copy<S>(brows, bcols, scratch, packed, AB, stored(row_major, ldb));
+  orb_serv_free(scratch);
+  return 0;
+}
+
+}  // namespace
+
+}  // namespace orb::core::trans
+
+#define ORB_IMATCOPY_ENTRY(p, S)                                                                               \
+  extern "C" int orb_trans_orb_##p##imatcopy(char ordering, char trans, ORB_INT rows, ORB_INT cols,            \
+                                             S::type alpha, S::type *AB, ORB_INT lda, ORB_INT ldb) {            \
+    return ::orb::core::trans::imatcopy<S>(ordering, trans, rows, cols, alpha, AB, lda, ldb);                   \
+  }
+ORB_TRANS_FOR_EACH_PRECISION(ORB_IMATCOPY_ENTRY)

@@ -1,0 +1,89 @@
+// Out-of-place scaled copy and transposition: B := alpha * op(A), with plain
+// (omatcopy) or strided (omatcopy2) lines.
+//
+// Arguments are checked in the order of the argument list and the first
+// illegal one is reported by its position; B is written only after every
+// check has passed.
+#include "trans/trans_kernel.hpp"
+#include "trans/trans_layout.hpp"
+#include "trans/trans_scalar.hpp"
+
+#include <orb/orb_trans.h>
+
+namespace orb::core::trans {
+
+namespace {
+
+//! omatcopy2 with its checks; omatcopy is the case of unit strides with
+//! leading dimensions that cover a line.
+//! Positions: 1 ordering, 2 trans, 3 rows, 4 cols, 5 alpha, 6 A, 7 lda,
+//! 8 stridea, 9 B, 10 ldb, 11 strideb.
+template <class S>
+int omatcopy2(char ordering, char trans, ORB_INT rows, ORB_INT cols, typename S::type alpha,
+              const typename S::type *A, ORB_INT lda, ORB_INT stridea, typename S::type *B, ORB_INT ldb,
+              ORB_INT strideb) {
+  bool row_major = false;
+  Op op;
+  ArgCheck check;
+  check.require(decode_ordering(ordering, row_major), 1);
+  check.require(decode_op(trans, op), 2);
+  check.require(rows >= 0, 3);
+  check.require(cols >= 0, 4);
+  const bool empty = rows <= 0 || cols <= 0;
+  check.require(empty || A, 6);
+  check.require(lda >= 1, 7);
+  check.require(stridea >= 1, 8);
+  check.require(empty || B, 9);
+  check.require(ldb >= 1, 10);
+  check.require(strideb >= 1, 11);
+  if (check.first()) return report<S>("OMATCOPY2", check.first());
+  if (empty) return 0;
+  const ORB_INT brows = op.transpose ? cols : rows;
+  const ORB_INT bcols = op.transpose ? rows : cols;
+  scale_copy<S>(brows, bcols, alpha, op.conjugate, A, through(stored(row_major, lda, stridea), op), B,
+                stored(row_major, ldb, strideb));
+  return 0;
+}
+
+//! Positions: 1 ordering, 2 trans, 3 rows, 4 cols, 5 alpha, 6 A, 7 lda, 8 B, 9 ldb.
+template <class S>
+int omatcopy(char ordering, char trans, ORB_INT rows, ORB_INT cols, typename S::type alpha,
+             const typename S::type *A, ORB_INT lda, typename S::type *B, ORB_INT ldb) {
+  bool row_major = false;
+  Op op;
+  ArgCheck check;
+  check.require(decode_ordering(ordering, row_major), 1);
+  check.require(decode_op(trans, op), 2);
+  check.require(rows >= 0, 3);
+  check.require(cols >= 0, 4);
+  const bool empty = rows <= 0 || cols <= 0;
+  const ORB_INT brows = op.transpose ? cols : rows;
+  const ORB_INT bcols = op.transpose ? rows : cols;
+  check.require(empty || A, 6);
+  check.require(lda >= min_ld(row_major, rows, cols), 7);
+  check.require(empty || B, 8);
+  check.require(ldb >= min_ld(row_major, brows, bcols), 9);
+  if (check.first()) return report<S>("OMATCOPY", check.first());
+  if (empty) return 0;
+  scale_copy<S>(brows, bcols, alpha, op.conjugate, A, through(stored(row_major, lda), op), B,
+                stored(row_major, ldb));
+  return 0;
+}
+
+}  // namespace
+
+}  // namespace orb::core::trans
+
+#define ORB_OMATCOPY_ENTRIES(p, S)                                                                              \
+  extern "C" int orb_trans_orb_##p##omatcopy(char ordering, char trans, ORB_INT rows, ORB_INT cols,             \
+                                             S::type alpha, const S::type *A, ORB_INT lda, S::type *B,           \
+                                             ORB_INT ldb) {                                                      \
+    return ::orb::core::trans::omatcopy<S>(ordering, trans, rows, cols, alpha, A, lda, B, ldb);                  \
+  }                                                                                                              \
+  extern "C" int orb_trans_orb_##p##omatcopy2_seq(char ordering, char trans, ORB_INT rows, ORB_INT cols,        \
+                                                  S::type alpha, const S::type *A, ORB_INT lda, ORB_INT stridea, \
+                                                  S::type *B, ORB_INT ldb, ORB_INT strideb) {                    \
+    return ::orb::core::trans::omatcopy2<S>(ordering, trans, rows, cols, alpha, A, lda, stridea, B, ldb,         \
+                                            strideb);                                                            \
+  }
+ORB_TRANS_FOR_EACH_PRECISION(ORB_OMATCOPY_ENTRIES)
