@@ -4,22 +4,23 @@
 // Cases that need a fresh header or the environment's output file run the
 // verbose probe; the others run here with the core's reproducibility mode,
 // memory manager status and output file name interposed.
-#include "capture.hpp"
-#include "probe.hpp"
-
-#include <orb/orb_service.h>
-
+#include <dlfcn.h>
 #include <gtest/gtest.h>
+#include <orb/orb_service.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <cmath>
 #include <cstdio>
-#include <dlfcn.h>
 #include <fstream>
+#include <iomanip>
 #include <limits>
+#include <ostream>
 #include <sstream>
 #include <string>
-#include <unistd.h>
+
+#include "capture.hpp"
+#include "probe.hpp"
 
 namespace {
 
@@ -103,6 +104,7 @@ struct TimeCase {
   double seconds;
   const char *text;
 };
+void PrintTo(const TimeCase &c, std::ostream *os) { *os << std::setprecision(10) << c.seconds; }
 
 class VerboseTime : public VerboseLine, public ::testing::WithParamInterface<TimeCase> {};
 
@@ -113,19 +115,20 @@ TEST_P(VerboseTime, PrintsTheLargestUnitAboveOne) {
   EXPECT_EQ(report(c.seconds), std::string("ORB_VERBOSE CALL ") + c.text + " CNR:OFF Dyn:1 FastMM:1\n");
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Units, VerboseTime,
-    ::testing::Values(TimeCase{2.5, "2.50s"}, TimeCase{1.0000001, "1.00s"}, TimeCase{1.0, "1000.00ms"},
-                      TimeCase{0.5, "500.00ms"}, TimeCase{0.0015, "1.50ms"}, TimeCase{0.0005, "500.00us"},
-                      TimeCase{0.0000015, "1.50us"}, TimeCase{0.0000005, "500ns"}, TimeCase{1e-9, "1ns"},
-                      TimeCase{0.0, "0.00s"}, TimeCase{-3.0, "0.00s"},
-                      TimeCase{-std::numeric_limits<double>::min(), "0.00s"},
-                      TimeCase{std::numeric_limits<double>::quiet_NaN(), "0.00s"}));
+INSTANTIATE_TEST_SUITE_P(Units, VerboseTime,
+                         ::testing::Values(TimeCase{2.5, "2.50s"}, TimeCase{1.0000001, "1.00s"},
+                                           TimeCase{1.0, "1000.00ms"}, TimeCase{0.5, "500.00ms"},
+                                           TimeCase{0.0015, "1.50ms"}, TimeCase{0.0005, "500.00us"},
+                                           TimeCase{0.0000015, "1.50us"}, TimeCase{0.0000005, "500ns"},
+                                           TimeCase{1e-9, "1ns"}, TimeCase{0.0, "0.00s"}, TimeCase{-3.0, "0.00s"},
+                                           TimeCase{-std::numeric_limits<double>::min(), "0.00s"},
+                                           TimeCase{std::numeric_limits<double>::quiet_NaN(), "0.00s"}));
 
 struct CbwrCase {
   int word;  // as orb_serv_cbwr_get(-1) answers, strict bit included
   const char *text;
 };
+void PrintTo(const CbwrCase &c, std::ostream *os) { *os << c.text; }
 
 class VerboseReproducibility : public VerboseLine, public ::testing::WithParamInterface<CbwrCase> {};
 
@@ -134,14 +137,15 @@ TEST_P(VerboseReproducibility, NamesTheBranchAndStrictMode) {
   EXPECT_EQ(report(2.5), std::string("ORB_VERBOSE CALL 2.50s CNR:") + GetParam().text + " Dyn:1 FastMM:1\n");
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Codes, VerboseReproducibility,
-    ::testing::Values(CbwrCase{1, "OFF"}, CbwrCase{2, "AUTO"}, CbwrCase{3, "COMPATIBLE"}, CbwrCase{4, "SSE2"},
-                      CbwrCase{6, "SSSE3"}, CbwrCase{7, "SSE4_1"}, CbwrCase{8, "SSE4_2"}, CbwrCase{9, "AVX"},
-                      CbwrCase{10, "AVX2"}, CbwrCase{12, "AVX512"},
-                      // Codes without a word print in hexadecimal.
-                      CbwrCase{0, "?0"}, CbwrCase{5, "?5"}, CbwrCase{11, "?b"}, CbwrCase{13, "?d"},
-                      CbwrCase{ORB_CBWR_STRICT | 10, "AVX2,STRICT"}, CbwrCase{ORB_CBWR_STRICT | 5, "?5,STRICT"}));
+INSTANTIATE_TEST_SUITE_P(Codes, VerboseReproducibility,
+                         ::testing::Values(CbwrCase{1, "OFF"}, CbwrCase{2, "AUTO"}, CbwrCase{3, "COMPATIBLE"},
+                                           CbwrCase{4, "SSE2"}, CbwrCase{6, "SSSE3"}, CbwrCase{7, "SSE4_1"},
+                                           CbwrCase{8, "SSE4_2"}, CbwrCase{9, "AVX"}, CbwrCase{10, "AVX2"},
+                                           CbwrCase{12, "AVX512"},
+                                           // Codes without a word print in hexadecimal.
+                                           CbwrCase{0, "?0"}, CbwrCase{5, "?5"}, CbwrCase{11, "?b"}, CbwrCase{13, "?d"},
+                                           CbwrCase{ORB_CBWR_STRICT | 10, "AVX2,STRICT"},
+                                           CbwrCase{ORB_CBWR_STRICT | 5, "?5,STRICT"}));
 
 TEST_F(VerboseLine, FastMemoryManagerOffPrintsZero) {
   forced_fast_mm = 1;
@@ -190,12 +194,11 @@ struct IfaceCase {
   int iface;
   const char *word;
 };
+void PrintTo(const IfaceCase &c, std::ostream *os) { *os << c.iface; }
 
 class VerboseIfaceWord : public ::testing::TestWithParam<IfaceCase> {};
 
-TEST_P(VerboseIfaceWord, NamesTheIntegerInterface) {
-  EXPECT_STREQ(const_str_iface(GetParam().iface), GetParam().word);
-}
+TEST_P(VerboseIfaceWord, NamesTheIntegerInterface) { EXPECT_STREQ(const_str_iface(GetParam().iface), GetParam().word); }
 
 INSTANTIATE_TEST_SUITE_P(Codes, VerboseIfaceWord,
                          ::testing::Values(IfaceCase{-1, "cdecl"}, IfaceCase{1, "lp64"}, IfaceCase{2, "ilp64"},
@@ -251,8 +254,7 @@ TEST(VerboseHeaderOnce, OutputFileFromTheEnvironmentTakesHeaderAndLines) {
   const int fd = mkstemp(name);
   ASSERT_GE(fd, 0);
   close(fd);
-  const auto r =
-      run_probe("verbose_probe", {"lines", "1", "2"}, {std::string("ORB_VERBOSE_OUTPUT_FILE=") + name});
+  const auto r = run_probe("verbose_probe", {"lines", "1", "2"}, {std::string("ORB_VERBOSE_OUTPUT_FILE=") + name});
   std::ifstream in(name);
   std::stringstream file;
   file << in.rdbuf();
@@ -266,8 +268,8 @@ TEST(VerboseHeaderOnce, OutputFileFromTheEnvironmentTakesHeaderAndLines) {
 }
 
 TEST(VerboseHeaderOnce, UnwritableOutputFileWarnsForHeaderAndEachLine) {
-  const auto r = run_probe("verbose_probe", {"lines", "1", "2"},
-                           {"ORB_VERBOSE_OUTPUT_FILE=/nonexistent-orb-dir/verbose.log"});
+  const auto r =
+      run_probe("verbose_probe", {"lines", "1", "2"}, {"ORB_VERBOSE_OUTPUT_FILE=/nonexistent-orb-dir/verbose.log"});
   ASSERT_EQ(r.exit_code, 0) << r.err;
   EXPECT_EQ(r.err,
             "ORB_VERBOSE WARNING: unable to open output file. Print to STDOUT\n"

@@ -1,9 +1,10 @@
 #include "capture.hpp"
 
+#include <unistd.h>
+
 #include <cstdio>
 #include <cstdlib>
 #include <sstream>
-#include <unistd.h>
 
 namespace orb::test {
 

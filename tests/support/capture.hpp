@@ -12,7 +12,7 @@ namespace orb::test {
 
 class OutputCapture {
  public:
-  OutputCapture();  //!< starts capturing
+  OutputCapture();   //!< starts capturing
   ~OutputCapture();  //!< restores the streams if finish() was not called
   OutputCapture(const OutputCapture &) = delete;
   OutputCapture &operator=(const OutputCapture &) = delete;

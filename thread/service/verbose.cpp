@@ -107,8 +107,8 @@ void orb_serv_print_verbose_header(int iface) {
   orb_serv_append_format(line, kLineBytes, "ORB_VERBOSE Orbix %d.%d", v.major, v.minor);
   if (v.update > 0) orb_serv_append_format(line, kLineBytes, " Update %d", v.update);
   orb_serv_append_format(line, kLineBytes, " Patch %d", 1);
-  orb_serv_append_format(line, kLineBytes, " %s build %s for %s %s", v.status ? v.status : "",
-                         v.build ? v.build : "", v.platform ? v.platform : "", v.processor ? v.processor : "");
+  orb_serv_append_format(line, kLineBytes, " %s build %s for %s %s", v.status ? v.status : "", v.build ? v.build : "",
+                         v.platform ? v.platform : "", v.processor ? v.processor : "");
   orb_serv_append_format(line, kLineBytes, ", %s", "Lnx");
   orb_serv_append_format(line, kLineBytes, " %.2fGHz", orb_serv_get_max_cpu_frequency());
   if (iface != 0) orb_serv_append_format(line, kLineBytes, " %s", const_str_iface(iface));
