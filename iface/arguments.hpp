@@ -1,0 +1,66 @@
+// Argument helpers shared by the routine families: the case-insensitive
+// character test of the standard, the search for a missing by-reference
+// argument, and the CBLAS enumerators.
+#pragma once
+
+#include <orb/orb_cblas.h>
+
+#include <cstdint>
+#include <initializer_list>
+
+#include "report.hpp"
+
+namespace orb::iface {
+
+//! The standard's character test: equal ignoring case.
+inline bool same_letter(char c, char upper) { return (c & ~0x20) == upper; }
+
+inline int64_t at_least_one(int64_t v) { return v > 1 ? v : 1; }
+
+struct ArgumentAt {
+  const void *pointer;
+  int position;
+};
+
+//! The position of the first null argument of `args`, or 0.  Fortran passes
+//! every scalar by reference; a program that passes none for one gets a
+//! report instead of a crash.
+inline int first_missing(std::initializer_list<ArgumentAt> args) {
+  for (const ArgumentAt &arg : args)
+    if (!arg.pointer) return arg.position;
+  return 0;
+}
+
+//! 'N', 'T' or 'C' for a CBLAS transposition; 0 for any other value.
+inline char transpose_letter(int trans) {
+  switch (trans) {
+    case CblasNoTrans: return 'N';
+    case CblasTrans: return 'T';
+    case CblasConjTrans: return 'C';
+    default: return 0;
+  }
+}
+
+inline bool known_layout(int layout) { return layout == CblasRowMajor || layout == CblasColMajor; }
+
+//! Appends a CBLAS layout or transposition by its enumerator's name, or by
+//! its number when it has none.
+inline CallText &cblas_layout(CallText &t, int layout) {
+  if (layout == CblasRowMajor) return t.word("CblasRowMajor");
+  if (layout == CblasColMajor) return t.word("CblasColMajor");
+  return t.integer(static_cast<int64_t>(layout));
+}
+inline CallText &cblas_transpose(CallText &t, int trans) {
+  switch (trans) {
+    case CblasNoTrans: return t.word("CblasNoTrans");
+    case CblasTrans: return t.word("CblasTrans");
+    case CblasConjTrans: return t.word("CblasConjTrans");
+    default: return t.integer(static_cast<int64_t>(trans));
+  }
+}
+
+//! Swaps the report positions a and b: a row-major call reaches the column-
+//! major check with its two sizes (and its two matrices) exchanged.
+inline int swap_positions(int info, int a, int b) { return info == a ? b : info == b ? a : info; }
+
+}  // namespace orb::iface

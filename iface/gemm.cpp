@@ -1,0 +1,218 @@
+// General matrix product C := alpha op(A) op(B) + beta C under its standard
+// names: sgemm_ ... zgemm_ (32-bit integers), sgemm_64_ ... zgemm_64_ (64-bit
+// integers) and cblas_sgemm ... cblas_zgemm (row- or column-major).
+//
+// Each name checks its arguments in the order of the standard routine,
+// reports the first illegal one, returns early where the standard does, and
+// hands the call to the threaded driver.  A row-major CBLAS call is the
+// column-major product of the transposes, C^T = op(B)^T op(A)^T, so it goes
+// to the same check and driver with A and B, m and n exchanged.
+#include <orb/orb_blas.h>
+#include <orb/orb_cblas.h>
+
+#include <cstdint>
+
+#include "arguments.hpp"
+#include "precision.hpp"
+#include "report.hpp"
+
+namespace orb::iface {
+
+namespace {
+
+// The threaded drivers, chosen by element type and integer width.
+#define ORB_THREADED_GEMM(p, T)                                                                                     \
+  void threaded_gemm(const char *ta, const char *tb, const ORB_INT *m, const ORB_INT *n, const ORB_INT *k,          \
+                     const T *alpha, const T *a, const ORB_INT *lda, const T *b, const ORB_INT *ldb, const T *beta, \
+                     T *c, const ORB_INT *ldc) {                                                                    \
+    orb_blas_##p##gemm(ta, tb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);                                       \
+  }                                                                                                                 \
+  void threaded_gemm(const char *ta, const char *tb, const int *m, const int *n, const int *k, const T *alpha,      \
+                     const T *a, const int *lda, const T *b, const int *ldb, const T *beta, T *c, const int *ldc) { \
+    orb_blas_lp64_##p##gemm(ta, tb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);                                  \
+  }
+ORB_THREADED_GEMM(s, float)
+ORB_THREADED_GEMM(d, double)
+ORB_THREADED_GEMM(c, ORB_Complex8)
+ORB_THREADED_GEMM(z, ORB_Complex16)
+#undef ORB_THREADED_GEMM
+
+// One call in the column-major argument order of the standard routine.
+template <class T>
+struct GemmCall {
+  char transa, transb;
+  int64_t m, n, k;
+  const T *alpha;
+  const T *a;
+  int64_t lda;
+  const T *b;
+  int64_t ldb;
+  const T *beta;
+  const T *c;
+  int64_t ldc;
+};
+
+// The standard's early return: no entry of C changes.
+template <class T>
+bool leaves_c_unchanged(const GemmCall<T> &g) {
+  return g.m == 0 || g.n == 0 || ((is_zero(*g.alpha) || g.k == 0) && is_one(*g.beta));
+}
+
+// The position of the first illegal argument in the standard's order, or 0.
+// After the standard's own tests, a call that would change C must also
+// provide C, and A and B when it reads them (alpha != 0, k > 0).
+template <class T>
+int check(const GemmCall<T> &g) {
+  const bool nota = same_letter(g.transa, 'N'), notb = same_letter(g.transb, 'N');
+  const int64_t rows_a = nota ? g.m : g.k;
+  const int64_t rows_b = notb ? g.k : g.n;
+  if (!nota && !same_letter(g.transa, 'C') && !same_letter(g.transa, 'T')) return 1;
+  if (!notb && !same_letter(g.transb, 'C') && !same_letter(g.transb, 'T')) return 2;
+  if (g.m < 0) return 3;
+  if (g.n < 0) return 4;
+  if (g.k < 0) return 5;
+  if (g.lda < at_least_one(rows_a)) return 8;
+  if (g.ldb < at_least_one(rows_b)) return 10;
+  if (g.ldc < at_least_one(g.m)) return 13;
+  if (leaves_c_unchanged(g)) return 0;
+  if (!is_zero(*g.alpha) && g.k > 0) {
+    if (!g.a) return 7;
+    if (!g.b) return 9;
+  }
+  if (!g.c) return 12;
+  return 0;
+}
+
+}  // namespace
+
+template <class T, class I>
+void fortran_gemm(int iface, const char *transa, const char *transb, const I *m, const I *n, const I *k, const T *alpha,
+                  const T *a, const I *lda, const T *b, const I *ldb, const T *beta, T *c, const I *ldc) {
+  constexpr bool int64 = sizeof(I) == 8;
+  run_reported(
+      iface,
+      [&] {
+        int info = first_missing(
+            {{transa, 1}, {transb, 2}, {m, 3}, {n, 4}, {k, 5}, {alpha, 6}, {lda, 8}, {ldb, 10}, {beta, 11}, {ldc, 13}});
+        GemmCall<T> g = {};
+        if (!info) {
+          g = {*transa, *transb, *m, *n, *k, alpha, a, *lda, b, *ldb, beta, c, *ldc};
+          info = check(g);
+        }
+        if (info) {
+          report_fortran(routine_name(Precision<T>::upper, "GEMM", int64).report, info);
+          return;
+        }
+        if (leaves_c_unchanged(g)) return;
+        threaded_gemm(transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
+      },
+      [&](CallText &t) {
+        t.routine(routine_name(Precision<T>::upper, "GEMM", int64).upper)
+            .character(transa)
+            .character(transb)
+            .integer(m)
+            .integer(n)
+            .integer(k)
+            .scalar(alpha)
+            .address(a)
+            .integer(lda)
+            .address(b)
+            .integer(ldb)
+            .scalar(beta)
+            .address(c)
+            .integer(ldc);
+      });
+}
+
+// Reports follow the C interface's convention: the number handed to
+// cblas_xerbla is one more than the standard routine's (the layout is
+// argument 1) for the column-major call actually checked, and cblas_xerbla,
+// told that the call was row-major, exchanges m and n, lda and ldb back to
+// their places in the caller's list.  A and B, which only orb checks (for
+// being present), are exchanged here so that the same rule places them.
+template <class T>
+void cblas_gemm(int layout, int transa, int transb, int m, int n, int k, const T *alpha, const T *a, int lda,
+                const T *b, int ldb, const T *beta, T *c, int ldc) {
+  run_reported(
+      kCblas,
+      [&] {
+        const char ta = transpose_letter(transa), tb = transpose_letter(transb);
+        const bool row = layout == CblasRowMajor;
+        int info = !known_layout(layout) ? 1 : !ta ? 2 : !tb ? 3 : !alpha ? 7 : !beta ? 12 : 0;
+        GemmCall<T> g = {};
+        if (!info) {
+          g = row ? GemmCall<T>{tb, ta, n, m, k, alpha, b, ldb, a, lda, beta, c, ldc}
+                  : GemmCall<T>{ta, tb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc};
+          if (const int standard = check(g)) info = row ? swap_positions(standard + 1, 8, 10) : standard + 1;
+        }
+        if (info) {
+          report_cblas(routine_name(Precision<T>::upper, "GEMM", false).cblas, info, row);
+          return;
+        }
+        if (leaves_c_unchanged(g)) return;
+        const int mm = static_cast<int>(g.m), nn = static_cast<int>(g.n), kk = k;
+        const int lda_ = static_cast<int>(g.lda), ldb_ = static_cast<int>(g.ldb), ldc_ = ldc;
+        threaded_gemm(&g.transa, &g.transb, &mm, &nn, &kk, alpha, g.a, &lda_, g.b, &ldb_, beta, c, &ldc_);
+      },
+      [&](CallText &t) {
+        t.routine(routine_name(Precision<T>::upper, "GEMM", false).cblas);
+        cblas_layout(t, layout);
+        cblas_transpose(t, transa);
+        cblas_transpose(t, transb)
+            .integer(m)
+            .integer(n)
+            .integer(k)
+            .scalar(alpha)
+            .address(a)
+            .integer(lda)
+            .address(b)
+            .integer(ldb)
+            .scalar(beta)
+            .address(c)
+            .integer(ldc);
+      });
+}
+
+}  // namespace orb::iface
+
+using orb::iface::cblas_gemm;
+using orb::iface::fortran_gemm;
+using orb::iface::kIlp64;
+using orb::iface::kLp64;
+
+// Fortran passes the lengths of transa and transb after the last argument.
+// They are not declared here, and so never read: declared, they would make
+// their stack slots the callee's to reuse, and C programs that call dgemm_
+// with its thirteen arguments do not provide those slots.
+#define ORB_FORTRAN_GEMM(name, iface, T, I)                                                                           \
+  extern "C" ORB_EXPORT void name(const char *ta, const char *tb, const I *m, const I *n, const I *k, const T *alpha, \
+                                  const T *a, const I *lda, const T *b, const I *ldb, const T *beta, T *c,            \
+                                  const I *ldc) {                                                                     \
+    fortran_gemm<T, I>(iface, ta, tb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);                                  \
+  }
+ORB_FORTRAN_GEMM(sgemm_, kLp64, float, int)
+ORB_FORTRAN_GEMM(dgemm_, kLp64, double, int)
+ORB_FORTRAN_GEMM(cgemm_, kLp64, ORB_Complex8, int)
+ORB_FORTRAN_GEMM(zgemm_, kLp64, ORB_Complex16, int)
+ORB_FORTRAN_GEMM(sgemm_64_, kIlp64, float, ORB_INT)
+ORB_FORTRAN_GEMM(dgemm_64_, kIlp64, double, ORB_INT)
+ORB_FORTRAN_GEMM(cgemm_64_, kIlp64, ORB_Complex8, ORB_INT)
+ORB_FORTRAN_GEMM(zgemm_64_, kIlp64, ORB_Complex16, ORB_INT)
+
+// Real scalars come by value, complex ones through void pointers.
+#define ORB_CBLAS_REAL_GEMM(p, T)                                                                                   \
+  extern "C" void cblas_##p##gemm(CBLAS_LAYOUT layout, CBLAS_TRANSPOSE ta, CBLAS_TRANSPOSE tb, int m, int n, int k, \
+                                  T alpha, const T *a, int lda, const T *b, int ldb, T beta, T *c, int ldc) {       \
+    cblas_gemm<T>(layout, ta, tb, m, n, k, &alpha, a, lda, b, ldb, &beta, c, ldc);                                  \
+  }
+#define ORB_CBLAS_COMPLEX_GEMM(p, T)                                                                                   \
+  extern "C" void cblas_##p##gemm(CBLAS_LAYOUT layout, CBLAS_TRANSPOSE ta, CBLAS_TRANSPOSE tb, int m, int n, int k,    \
+                                  const void *alpha, const void *a, int lda, const void *b, int ldb, const void *beta, \
+                                  void *c, int ldc) {                                                                  \
+    cblas_gemm<T>(layout, ta, tb, m, n, k, static_cast<const T *>(alpha), static_cast<const T *>(a), lda,              \
+                  static_cast<const T *>(b), ldb, static_cast<const T *>(beta), static_cast<T *>(c), ldc);             \
+  }
+ORB_CBLAS_REAL_GEMM(s, float)
+ORB_CBLAS_REAL_GEMM(d, double)
+ORB_CBLAS_COMPLEX_GEMM(c, ORB_Complex8)
+ORB_CBLAS_COMPLEX_GEMM(z, ORB_Complex16)

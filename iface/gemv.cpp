@@ -1,0 +1,247 @@
+// General matrix-vector product y := alpha op(A) x + beta y under its standard
+// names: sgemv_ ... zgemv_ (32-bit integers), sgemv_64_ ... zgemv_64_ (64-bit
+// integers) and cblas_sgemv ... cblas_zgemv (row- or column-major).
+//
+// A row-major A of m rows is, read column-major, A^T with n rows, so a
+// row-major call is the column-major call with the transposition flipped and
+// m and n exchanged.  One case has no column-major equivalent: the conjugate
+// transpose of a complex row-major A, y := alpha conj(B) x + beta y with B
+// the column-major view.  It is computed conjugated,
+//   conj(y) := conj(alpha) B conj(x) + conj(beta) conj(y),
+// with conj(x) in a scratch copy and y conjugated in place before and after.
+#include <orb/orb_blas.h>
+#include <orb/orb_cblas.h>
+#include <orb/orb_service.h>
+
+#include <cstdint>
+
+#include "arguments.hpp"
+#include "precision.hpp"
+#include "report.hpp"
+
+namespace orb::iface {
+
+namespace {
+
+#define ORB_THREADED_GEMV(p, T)                                                                                       \
+  void threaded_gemv(const char *trans, const ORB_INT *m, const ORB_INT *n, const T *alpha, const T *a,               \
+                     const ORB_INT *lda, const T *x, const ORB_INT *incx, const T *beta, T *y, const ORB_INT *incy) { \
+    orb_blas_##p##gemv(trans, m, n, alpha, a, lda, x, incx, beta, y, incy);                                           \
+  }                                                                                                                   \
+  void threaded_gemv(const char *trans, const int *m, const int *n, const T *alpha, const T *a, const int *lda,       \
+                     const T *x, const int *incx, const T *beta, T *y, const int *incy) {                             \
+    orb_blas_lp64_##p##gemv(trans, m, n, alpha, a, lda, x, incx, beta, y, incy);                                      \
+  }
+ORB_THREADED_GEMV(s, float)
+ORB_THREADED_GEMV(d, double)
+ORB_THREADED_GEMV(c, ORB_Complex8)
+ORB_THREADED_GEMV(z, ORB_Complex16)
+#undef ORB_THREADED_GEMV
+
+// One call in the argument order of the standard routine.
+template <class T>
+struct GemvCall {
+  char trans;
+  int64_t m, n;
+  const T *alpha;
+  const T *a;
+  int64_t lda;
+  const T *x;
+  int64_t incx;
+  const T *beta;
+  T *y;
+  int64_t incy;
+};
+
+// The standard's early return: no entry of y changes.
+template <class T>
+bool leaves_y_unchanged(const GemvCall<T> &g) {
+  return g.m == 0 || g.n == 0 || (is_zero(*g.alpha) && is_one(*g.beta));
+}
+
+// The position of the first illegal argument in the standard's order, or 0;
+// then, for a call that changes y, the arrays it needs.
+template <class T>
+int check(const GemvCall<T> &g) {
+  if (!same_letter(g.trans, 'N') && !same_letter(g.trans, 'T') && !same_letter(g.trans, 'C')) return 1;
+  if (g.m < 0) return 2;
+  if (g.n < 0) return 3;
+  if (g.lda < at_least_one(g.m)) return 6;
+  if (g.incx == 0) return 8;
+  if (g.incy == 0) return 11;
+  if (leaves_y_unchanged(g)) return 0;
+  if (!is_zero(*g.alpha)) {
+    if (!g.a) return 5;
+    if (!g.x) return 7;
+  }
+  if (!g.y) return 10;
+  return 0;
+}
+
+// conj(x) for at most this many elements lives on the stack when the heap
+// has no room for all of x; the product then runs in column blocks.
+constexpr int kStackElements = 256;
+
+template <class T>
+void conjugate_in_place(T *v, int64_t count, int64_t inc) {
+  const int64_t step = inc < 0 ? -inc : inc;
+  for (int64_t i = 0; i < count; ++i) v[i * step] = conjugate(v[i * step]);
+}
+
+// y := alpha conj(B) x + beta y for the column-major B of g (trans 'N',
+// g.m rows, g.n columns, g.m and g.n both positive).
+template <class T>
+void conjugated_product(const GemvCall<T> &g) {
+  T *heap = static_cast<T *>(orb_serv_malloc(g.n * static_cast<int64_t>(sizeof(T)), 64));
+  T stack[kStackElements];
+  T *xc = heap ? heap : stack;
+  const int64_t block = heap ? g.n : kStackElements;
+
+  const T alpha = conjugate(*g.alpha);
+  T beta = conjugate(*g.beta);
+  const int64_t xstep = g.incx < 0 ? -g.incx : g.incx;
+  conjugate_in_place(g.y, g.m, g.incy);
+  for (int64_t j0 = 0; j0 < g.n; j0 += block) {
+    const int64_t nb = g.n - j0 < block ? g.n - j0 : block;
+    // Element j of x sits at j * incx, or counted from the far end when incx < 0.
+    for (int64_t j = 0; j < nb; ++j) {
+      const int64_t logical = j0 + j;
+      xc[j] = conjugate(g.x[(g.incx > 0 ? logical : g.n - 1 - logical) * xstep]);
+    }
+    const int m = static_cast<int>(g.m), n = static_cast<int>(nb), lda = static_cast<int>(g.lda), one_step = 1;
+    const int incy = static_cast<int>(g.incy);
+    threaded_gemv("N", &m, &n, &alpha, g.a + j0 * g.lda, &lda, xc, &one_step, &beta, g.y, &incy);
+    beta = one<T>();
+  }
+  conjugate_in_place(g.y, g.m, g.incy);
+  orb_serv_free(heap);
+}
+
+}  // namespace
+
+template <class T, class I>
+void fortran_gemv(int iface, const char *trans, const I *m, const I *n, const T *alpha, const T *a, const I *lda,
+                  const T *x, const I *incx, const T *beta, T *y, const I *incy) {
+  constexpr bool int64 = sizeof(I) == 8;
+  run_reported(
+      iface,
+      [&] {
+        int info = first_missing({{trans, 1}, {m, 2}, {n, 3}, {alpha, 4}, {lda, 6}, {incx, 8}, {beta, 9}, {incy, 11}});
+        GemvCall<T> g = {};
+        if (!info) {
+          g = {*trans, *m, *n, alpha, a, *lda, x, *incx, beta, y, *incy};
+          info = check(g);
+        }
+        if (info) {
+          report_fortran(routine_name(Precision<T>::upper, "GEMV", int64).report, info);
+          return;
+        }
+        if (leaves_y_unchanged(g)) return;
+        threaded_gemv(trans, m, n, alpha, a, lda, x, incx, beta, y, incy);
+      },
+      [&](CallText &t) {
+        t.routine(routine_name(Precision<T>::upper, "GEMV", int64).upper)
+            .character(trans)
+            .integer(m)
+            .integer(n)
+            .scalar(alpha)
+            .address(a)
+            .integer(lda)
+            .address(x)
+            .integer(incx)
+            .scalar(beta)
+            .address(y)
+            .integer(incy);
+      });
+}
+
+// Reports follow the C interface's convention: one more than the standard
+// routine's number for the column-major call actually checked; cblas_xerbla,
+// told that the call was row-major, exchanges m and n back.
+template <class T>
+void cblas_gemv(int layout, int trans, int m, int n, const T *alpha, const T *a, int lda, const T *x, int incx,
+                const T *beta, T *y, int incy) {
+  run_reported(
+      kCblas,
+      [&] {
+        const bool row = layout == CblasRowMajor;
+        const char letter = transpose_letter(trans);
+        // Row-major flips the transposition; the conjugate transpose becomes
+        // the conjugated product above.
+        const bool conjugated = row && letter == 'C' && Precision<T>::complex;
+        const char ta = !row ? letter : letter == 'N' ? 'T' : 'N';
+        int info = !known_layout(layout) ? 1 : !letter ? 2 : !alpha ? 5 : !beta ? 10 : 0;
+        GemvCall<T> g = {};
+        if (!info) {
+          g = row ? GemvCall<T>{ta, n, m, alpha, a, lda, x, incx, beta, y, incy}
+                  : GemvCall<T>{ta, m, n, alpha, a, lda, x, incx, beta, y, incy};
+          if (const int standard = check(g)) info = standard + 1;
+        }
+        if (info) {
+          report_cblas(routine_name(Precision<T>::upper, "GEMV", false).cblas, info, row);
+          return;
+        }
+        if (leaves_y_unchanged(g)) return;
+        if (conjugated) {
+          conjugated_product(g);
+          return;
+        }
+        const int mm = static_cast<int>(g.m), nn = static_cast<int>(g.n);
+        threaded_gemv(&g.trans, &mm, &nn, alpha, a, &lda, x, &incx, beta, y, &incy);
+      },
+      [&](CallText &t) {
+        t.routine(routine_name(Precision<T>::upper, "GEMV", false).cblas);
+        cblas_layout(t, layout);
+        cblas_transpose(t, trans)
+            .integer(m)
+            .integer(n)
+            .scalar(alpha)
+            .address(a)
+            .integer(lda)
+            .address(x)
+            .integer(incx)
+            .scalar(beta)
+            .address(y)
+            .integer(incy);
+      });
+}
+
+}  // namespace orb::iface
+
+using orb::iface::cblas_gemv;
+using orb::iface::fortran_gemv;
+using orb::iface::kIlp64;
+using orb::iface::kLp64;
+
+// Fortran passes the length of trans after the last argument.  It is not
+// declared, and so never read: C callers pass no such argument (see gemm.cpp).
+#define ORB_FORTRAN_GEMV(name, iface, T, I)                                                                            \
+  extern "C" ORB_EXPORT void name(const char *trans, const I *m, const I *n, const T *alpha, const T *a, const I *lda, \
+                                  const T *x, const I *incx, const T *beta, T *y, const I *incy) {                     \
+    fortran_gemv<T, I>(iface, trans, m, n, alpha, a, lda, x, incx, beta, y, incy);                                     \
+  }
+ORB_FORTRAN_GEMV(sgemv_, kLp64, float, int)
+ORB_FORTRAN_GEMV(dgemv_, kLp64, double, int)
+ORB_FORTRAN_GEMV(cgemv_, kLp64, ORB_Complex8, int)
+ORB_FORTRAN_GEMV(zgemv_, kLp64, ORB_Complex16, int)
+ORB_FORTRAN_GEMV(sgemv_64_, kIlp64, float, ORB_INT)
+ORB_FORTRAN_GEMV(dgemv_64_, kIlp64, double, ORB_INT)
+ORB_FORTRAN_GEMV(cgemv_64_, kIlp64, ORB_Complex8, ORB_INT)
+ORB_FORTRAN_GEMV(zgemv_64_, kIlp64, ORB_Complex16, ORB_INT)
+
+#define ORB_CBLAS_REAL_GEMV(p, T)                                                                                \
+  extern "C" void cblas_##p##gemv(CBLAS_LAYOUT layout, CBLAS_TRANSPOSE trans, int m, int n, T alpha, const T *a, \
+                                  int lda, const T *x, int incx, T beta, T *y, int incy) {                       \
+    cblas_gemv<T>(layout, trans, m, n, &alpha, a, lda, x, incx, &beta, y, incy);                                 \
+  }
+#define ORB_CBLAS_COMPLEX_GEMV(p, T)                                                                           \
+  extern "C" void cblas_##p##gemv(CBLAS_LAYOUT layout, CBLAS_TRANSPOSE trans, int m, int n, const void *alpha, \
+                                  const void *a, int lda, const void *x, int incx, const void *beta, void *y,  \
+                                  int incy) {                                                                  \
+    cblas_gemv<T>(layout, trans, m, n, static_cast<const T *>(alpha), static_cast<const T *>(a), lda,          \
+                  static_cast<const T *>(x), incx, static_cast<const T *>(beta), static_cast<T *>(y), incy);   \
+  }
+ORB_CBLAS_REAL_GEMV(s, float)
+ORB_CBLAS_REAL_GEMV(d, double)
+ORB_CBLAS_COMPLEX_GEMV(c, ORB_Complex8)
+ORB_CBLAS_COMPLEX_GEMV(z, ORB_Complex16)

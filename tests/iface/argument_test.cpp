@@ -1,0 +1,210 @@
+// Illegal arguments reach the program's own xerbla_ with the standard
+// routine's name and the argument's number, and leave the output untouched.
+//
+// This executable defines xerbla_, as the reference test programs do; the
+// CBLAS names report through orb's cblas_xerbla, which must hand on the
+// argument's position in the caller's own list, row-major calls included.
+#include <gtest/gtest.h>
+#include <orb/orb_cblas.h>
+#include <orb/orb_service.h>
+
+#include <string>
+#include <vector>
+
+#include "blas_api.hpp"
+
+namespace {
+
+int reports = 0;
+std::string reported_name;
+int reported_info = 0;
+
+}  // namespace
+
+extern "C" ORB_EXPORT void xerbla_(const char *name, const int *info, size_t len) {
+  ++reports;
+  reported_name.assign(name, len);
+  reported_info = *info;
+}
+
+namespace {
+
+using orb::test::call_gemm;
+using orb::test::call_gemv;
+using orb::test::Form;
+
+// One call in the caller's terms.  Leading dimensions are given as a shift
+// from the smallest legal value for the form's layout.
+struct Call {
+  char t1 = 'N', t2 = 'N';
+  int m = 2, n = 3, k = 4;
+  int lda_shift = 0, ldb_shift = 0, ldc_shift = 0;
+  int incx = 1, incy = 1;
+  bool bad_layout = false, no_a = false, no_b = false, no_c = false;
+  double alpha = 1.0, beta = 0.0;
+};
+
+struct Case {
+  const char *what;
+  void (*change)(Call &);
+  int fortran, column, row;  // expected number; 0: legal
+};
+
+// The numbers of a row-major call are those of its own argument list, even
+// where the check runs on the column-major twin with m and n exchanged (so
+// that of two bad sizes the caller's n is reported first).
+const Case kGemmCases[] = {
+    {"transa", [](Call &c) { c.t1 = 'X'; }, 1, 2, 2},
+    {"transb", [](Call &c) { c.t2 = '?'; }, 2, 3, 3},
+    {"m", [](Call &c) { c.m = -1; }, 3, 4, 4},
+    {"n", [](Call &c) { c.n = -1; }, 4, 5, 5},
+    {"k", [](Call &c) { c.k = -1; }, 5, 6, 6},
+    {"lda", [](Call &c) { c.lda_shift = -1; }, 8, 9, 9},
+    {"ldb", [](Call &c) { c.ldb_shift = -1; }, 10, 11, 11},
+    {"ldc", [](Call &c) { c.ldc_shift = -1; }, 13, 14, 14},
+    {"m and n", [](Call &c) { c.m = c.n = -1; }, 3, 4, 5},
+    {"m and lda", [](Call &c) { c.m = -1, c.lda_shift = -1; }, 3, 4, 4},
+    {"transposed lda", [](Call &c) { c.t1 = 't', c.lda_shift = -1; }, 8, 9, 9},
+    {"A missing", [](Call &c) { c.no_a = true; }, 7, 8, 8},
+    {"B missing", [](Call &c) { c.no_b = true; }, 9, 10, 10},
+    {"C missing", [](Call &c) { c.no_c = true; }, 12, 13, 13},
+    {"layout", [](Call &c) { c.bad_layout = true; }, 0, 1, 1},
+    {"lower-case letters", [](Call &c) { c.t1 = 'c', c.t2 = 't'; }, 0, 0, 0},
+    {"nothing to do, no arrays", [](Call &c) { c.m = 0, c.no_a = c.no_b = c.no_c = true; }, 0, 0, 0},
+    {"alpha 0 reads neither A nor B", [](Call &c) { c.alpha = 0, c.beta = 2, c.no_a = c.no_b = true; }, 0, 0, 0},
+};
+
+const Case kGemvCases[] = {
+    {"trans", [](Call &c) { c.t1 = 'X'; }, 1, 2, 2},
+    {"m", [](Call &c) { c.m = -1; }, 2, 3, 3},
+    {"n", [](Call &c) { c.n = -1; }, 3, 4, 4},
+    {"lda", [](Call &c) { c.lda_shift = -1; }, 6, 7, 7},
+    {"incx", [](Call &c) { c.incx = 0; }, 8, 9, 9},
+    {"incy", [](Call &c) { c.incy = 0; }, 11, 12, 12},
+    {"m and n", [](Call &c) { c.m = c.n = -1; }, 2, 3, 4},
+    {"A missing", [](Call &c) { c.no_a = true; }, 5, 6, 6},
+    {"x missing", [](Call &c) { c.no_b = true; }, 7, 8, 8},
+    {"y missing", [](Call &c) { c.no_c = true; }, 10, 11, 11},
+    {"layout", [](Call &c) { c.bad_layout = true; }, 0, 1, 1},
+    {"conjugate transpose, lower case", [](Call &c) { c.t1 = 'c'; }, 0, 0, 0},
+};
+
+int at_least_one(int v) { return v > 1 ? v : 1; }
+bool is_n(char t) { return t == 'N' || t == 'n'; }
+
+class IllegalArguments : public ::testing::TestWithParam<Form> {
+ protected:
+  void SetUp() override { reports = 0; }
+
+  int expected(const Case &c) const {
+    switch (GetParam()) {
+      case Form::CblasColumn: return c.column;
+      case Form::CblasRow: return c.row;
+      default: return c.fortran;
+    }
+  }
+  bool applies(const Case &c) const {
+    const bool cblas = GetParam() == Form::CblasColumn || GetParam() == Form::CblasRow;
+    return cblas || c.fortran != 0 || c.column == 0;  // the layout exists only in CBLAS
+  }
+
+  // Checks the report of one call and that `out` kept its contents.
+  void expect_report(const Case &c, const std::string &routine, const std::vector<double> &out) {
+    const int want = expected(c);
+    const bool cblas = GetParam() == Form::CblasColumn || GetParam() == Form::CblasRow;
+    if (want == 0) {
+      EXPECT_EQ(reports, 0) << "reported " << reported_name << " " << reported_info;
+      return;
+    }
+    EXPECT_EQ(reports, 1);
+    EXPECT_EQ(reported_info, want);
+    EXPECT_EQ(reported_name, cblas ? "cblas_d" + routine : "D" + std::string(routine == "gemm" ? "GEMM " : "GEMV "));
+    for (double v : out) ASSERT_EQ(v, 7.0) << "output written";
+    EXPECT_EQ(RowMajorStrg, 0);
+  }
+};
+
+TEST_P(IllegalArguments, Gemm) {
+  const bool row = GetParam() == Form::CblasRow;
+  for (const Case &cs : kGemmCases) {
+    if (!applies(cs)) continue;
+    SCOPED_TRACE(cs.what);
+    Call c;
+    cs.change(c);
+    const int ra = is_n(c.t1) ? c.m : c.k, ca = is_n(c.t1) ? c.k : c.m;
+    const int rb = is_n(c.t2) ? c.k : c.n, cb = is_n(c.t2) ? c.n : c.k;
+    const int lda = at_least_one(row ? ca : ra) + c.lda_shift, ldb = at_least_one(row ? cb : rb) + c.ldb_shift;
+    const int ldc = at_least_one(row ? c.n : c.m) + c.ldc_shift;
+    const std::vector<double> a(64, 1.0), b(64, 1.0);
+    std::vector<double> out(64, 7.0);
+    reports = 0;
+    if (c.bad_layout)
+      cblas_dgemm(static_cast<CBLAS_LAYOUT>(99), CblasNoTrans, CblasNoTrans, c.m, c.n, c.k, c.alpha, a.data(), lda,
+                  b.data(), ldb, c.beta, out.data(), ldc);
+    else
+      call_gemm<double>(GetParam(), c.t1, c.t2, c.m, c.n, c.k, c.alpha, c.no_a ? nullptr : a.data(), lda,
+                        c.no_b ? nullptr : b.data(), ldb, c.beta, c.no_c ? nullptr : out.data(), ldc);
+    expect_report(cs, "gemm", out);
+  }
+}
+
+TEST_P(IllegalArguments, Gemv) {
+  const bool row = GetParam() == Form::CblasRow;
+  for (const Case &cs : kGemvCases) {
+    if (!applies(cs)) continue;
+    SCOPED_TRACE(cs.what);
+    Call c;
+    cs.change(c);
+    const int lda = at_least_one(row ? c.n : c.m) + c.lda_shift;
+    const std::vector<double> a(64, 1.0), x(64, 1.0);
+    std::vector<double> out(64, 7.0);
+    reports = 0;
+    if (c.bad_layout)
+      cblas_dgemv(static_cast<CBLAS_LAYOUT>(99), CblasNoTrans, c.m, c.n, c.alpha, a.data(), lda, x.data(), c.incx,
+                  c.beta, out.data(), c.incy);
+    else
+      call_gemv<double>(GetParam(), c.t1, c.m, c.n, c.alpha, c.no_a ? nullptr : a.data(), lda,
+                        c.no_b ? nullptr : x.data(), c.incx, c.beta, c.no_c ? nullptr : out.data(), c.incy);
+    expect_report(cs, "gemv", out);
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Forms, IllegalArguments,
+                         ::testing::Values(Form::Fortran32, Form::Fortran64, Form::CblasColumn, Form::CblasRow),
+                         [](const auto &info) { return std::string(orb::test::form_name(info.param)); });
+
+// Each precision reports under its own name; a missing scalar, which Fortran
+// passes by reference and CBLAS by address for complex types, is reported too.
+TEST(IllegalArgumentNames, EveryPrecisionAndMissingScalars) {
+  const int m = -1, two = 2, one = 1;
+  const int64_t m8 = -1, two8 = 2;
+  const float fs = 1;
+  const ORB_Complex8 cs = {1, 0};
+  const ORB_Complex16 zs = {1, 0};
+  reports = 0;
+  sgemm_("N", "N", &m, &two, &two, &fs, nullptr, &two, nullptr, &two, &fs, nullptr, &two);
+  EXPECT_EQ(reported_name, "SGEMM ");
+  EXPECT_EQ(reported_info, 3);
+  cgemv_64_("N", &m8, &two8, &cs, nullptr, &two8, nullptr, &two8, &cs, nullptr, &two8);
+  EXPECT_EQ(reported_name, "CGEMV ");
+  EXPECT_EQ(reported_info, 2);
+  zgemm_("N", "N", &two, &two, &two, nullptr, nullptr, &two, nullptr, &two, &zs, nullptr, &two);
+  EXPECT_EQ(reported_name, "ZGEMM ");
+  EXPECT_EQ(reported_info, 6);
+  sgemv_("N", &two, nullptr, &fs, nullptr, &two, nullptr, &one, &fs, nullptr, &one);
+  EXPECT_EQ(reported_name, "SGEMV ");
+  EXPECT_EQ(reported_info, 3);
+  cblas_zgemm(CblasRowMajor, CblasNoTrans, CblasNoTrans, 2, 2, 2, &zs, nullptr, 2, nullptr, 2, nullptr, nullptr, 2);
+  EXPECT_EQ(reported_name, "cblas_zgemm");
+  EXPECT_EQ(reported_info, 12);
+  cblas_cgemv(CblasColMajor, CblasConjTrans, 2, 2, nullptr, nullptr, 2, nullptr, 1, &cs, nullptr, 1);
+  EXPECT_EQ(reported_name, "cblas_cgemv");
+  EXPECT_EQ(reported_info, 5);
+  cblas_sgemm(CblasColMajor, CblasNoTrans, static_cast<CBLAS_TRANSPOSE>(0), 2, 2, 2, 1, nullptr, 2, nullptr, 2, 0,
+              nullptr, 2);
+  EXPECT_EQ(reported_name, "cblas_sgemm");
+  EXPECT_EQ(reported_info, 3);
+  EXPECT_EQ(reports, 7);
+}
+
+}  // namespace

@@ -1,0 +1,122 @@
+// The standard names as a program declares them, and one call per name form
+// (32-bit, 64-bit, CBLAS column- and row-major) for any element type, so that
+// a test runs the same case through every form.
+#pragma once
+
+#include <orb/orb_cblas.h>
+#include <orb/orb_types.h>
+
+#include <complex>
+
+extern "C" {
+#define ORB_TEST_GEMM(name, T, I)                                                                                    \
+  void name(const char *, const char *, const I *, const I *, const I *, const T *, const T *, const I *, const T *, \
+            const I *, const T *, T *, const I *);
+#define ORB_TEST_GEMV(name, T, I)                                                                                      \
+  void name(const char *, const I *, const I *, const T *, const T *, const I *, const T *, const I *, const T *, T *, \
+            const I *);
+#define ORB_TEST_NAMES(p, T)             \
+  ORB_TEST_GEMM(p##gemm_, T, int)        \
+  ORB_TEST_GEMM(p##gemm_64_, T, int64_t) \
+  ORB_TEST_GEMV(p##gemv_, T, int)        \
+  ORB_TEST_GEMV(p##gemv_64_, T, int64_t)
+ORB_TEST_NAMES(s, float)
+ORB_TEST_NAMES(d, double)
+ORB_TEST_NAMES(c, ORB_Complex8)
+ORB_TEST_NAMES(z, ORB_Complex16)
+}
+
+namespace orb::test {
+
+enum class Form { Fortran32, Fortran64, CblasColumn, CblasRow };
+
+inline const char *form_name(Form f) {
+  static const char *names[] = {"Fortran32", "Fortran64", "CblasColumn", "CblasRow"};
+  return names[static_cast<int>(f)];
+}
+
+//! The enumerator of a transposition letter; any other letter gives a value
+//! that names no transposition.
+inline CBLAS_TRANSPOSE cblas_trans(char t) {
+  switch (t) {
+    case 'N':
+    case 'n': return CblasNoTrans;
+    case 'T':
+    case 't': return CblasTrans;
+    case 'C':
+    case 'c': return CblasConjTrans;
+    default: return static_cast<CBLAS_TRANSPOSE>(0);
+  }
+}
+
+// Values as std::complex<double>, in which the naive references compute.
+inline std::complex<double> wide(float v) { return v; }
+inline std::complex<double> wide(double v) { return v; }
+inline std::complex<double> wide(ORB_Complex8 v) { return {v.real, v.imag}; }
+inline std::complex<double> wide(ORB_Complex16 v) { return {v.real, v.imag}; }
+template <class T>
+T narrow(std::complex<double> v) {
+  if constexpr (std::is_same_v<T, float> || std::is_same_v<T, double>)
+    return static_cast<T>(v.real());
+  else
+    return {static_cast<decltype(T::real)>(v.real()), static_cast<decltype(T::real)>(v.imag())};
+}
+
+template <class T>
+struct Api;
+#define ORB_TEST_API(p, T, PASS)                                                                                     \
+  template <>                                                                                                        \
+  struct Api<T> {                                                                                                    \
+    static constexpr auto gemm32 = p##gemm_;                                                                         \
+    static constexpr auto gemm64 = p##gemm_64_;                                                                      \
+    static constexpr auto gemv32 = p##gemv_;                                                                         \
+    static constexpr auto gemv64 = p##gemv_64_;                                                                      \
+    static void cblas_gemm(CBLAS_LAYOUT l, CBLAS_TRANSPOSE ta, CBLAS_TRANSPOSE tb, int m, int n, int k,              \
+                           const T *alpha, const T *a, int lda, const T *b, int ldb, const T *beta, T *c, int ldc) { \
+      cblas_##p##gemm(l, ta, tb, m, n, k, PASS(alpha), a, lda, b, ldb, PASS(beta), c, ldc);                          \
+    }                                                                                                                \
+    static void cblas_gemv(CBLAS_LAYOUT l, CBLAS_TRANSPOSE t, int m, int n, const T *alpha, const T *a, int lda,     \
+                           const T *x, int incx, const T *beta, T *y, int incy) {                                    \
+      cblas_##p##gemv(l, t, m, n, PASS(alpha), a, lda, x, incx, PASS(beta), y, incy);                                \
+    }                                                                                                                \
+  };
+#define ORB_TEST_BY_VALUE(p) (*(p))
+#define ORB_TEST_BY_POINTER(p) (p)
+ORB_TEST_API(s, float, ORB_TEST_BY_VALUE)
+ORB_TEST_API(d, double, ORB_TEST_BY_VALUE)
+ORB_TEST_API(c, ORB_Complex8, ORB_TEST_BY_POINTER)
+ORB_TEST_API(z, ORB_Complex16, ORB_TEST_BY_POINTER)
+
+//! op(A) op(B) through one name form; the sizes are those of the product,
+//! the matrices stored as the form expects (row-major for CblasRow).
+template <class T>
+void call_gemm(Form form, char ta, char tb, int m, int n, int k, const T &alpha, const T *a, int lda, const T *b,
+               int ldb, const T &beta, T *c, int ldc) {
+  const int64_t m8 = m, n8 = n, k8 = k, lda8 = lda, ldb8 = ldb, ldc8 = ldc;
+  switch (form) {
+    case Form::Fortran32: Api<T>::gemm32(&ta, &tb, &m, &n, &k, &alpha, a, &lda, b, &ldb, &beta, c, &ldc); break;
+    case Form::Fortran64: Api<T>::gemm64(&ta, &tb, &m8, &n8, &k8, &alpha, a, &lda8, b, &ldb8, &beta, c, &ldc8); break;
+    case Form::CblasColumn:
+    case Form::CblasRow:
+      Api<T>::cblas_gemm(form == Form::CblasRow ? CblasRowMajor : CblasColMajor, cblas_trans(ta), cblas_trans(tb), m, n,
+                         k, &alpha, a, lda, b, ldb, &beta, c, ldc);
+      break;
+  }
+}
+
+template <class T>
+void call_gemv(Form form, char t, int m, int n, const T &alpha, const T *a, int lda, const T *x, int incx,
+               const T &beta, T *y, int incy) {
+  const int64_t m8 = m, n8 = n, lda8 = lda, incx8 = incx, incy8 = incy;
+  switch (form) {
+    case Form::Fortran32: Api<T>::gemv32(&t, &m, &n, &alpha, a, &lda, x, &incx, &beta, y, &incy); break;
+    case Form::Fortran64: Api<T>::gemv64(&t, &m8, &n8, &alpha, a, &lda8, x, &incx8, &beta, y, &incy8); break;
+    case Form::CblasColumn:
+    case Form::CblasRow:
+      Api<T>::cblas_gemv(form == Form::CblasRow ? CblasRowMajor : CblasColMajor, cblas_trans(t), m, n, &alpha, a, lda,
+                         x, incx, &beta, y, incy);
+      break;
+  }
+}
+
+}  // namespace orb::test

@@ -1,0 +1,85 @@
+// The verbose line of each name form: routine, arguments as the caller wrote
+// them, time and settings, after a header naming the integer interface of
+// the first call.  Verbose mode is read once per process, so each case runs
+// the probe afresh.
+#include <gtest/gtest.h>
+
+#include <cctype>
+#include <ostream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "capture.hpp"
+#include "probe.hpp"
+
+namespace {
+
+using orb::test::lines_with;
+using orb::test::run_probe;
+
+struct VerboseCase {
+  const char *form;
+  const char *iface_word;
+  std::vector<std::string> calls;  // the call texts in order, every address written as @
+};
+
+void PrintTo(const VerboseCase &c, std::ostream *os) { *os << c.form; }
+
+// The call text of a verbose line with its addresses replaced by @, or ""
+// when the rest of the line is not a time and the settings.
+std::string call_text(const std::string &line) {
+  std::istringstream in(line);
+  std::string tag, call, time, cnr, dyn, fastmm;
+  in >> tag >> call >> time >> cnr >> dyn >> fastmm;
+  const bool unit = time.size() > 1 && std::isdigit(static_cast<unsigned char>(time[0])) && time.back() == 's';
+  if (!unit || cnr.compare(0, 4, "CNR:") != 0 || dyn != "Dyn:1" || fastmm.compare(0, 7, "FastMM:") != 0) return "";
+  std::string out;
+  for (size_t i = 0; i < call.size(); ++i) {
+    if (call.compare(i, 2, "0x") == 0) {
+      out += '@';
+      for (i += 2; i < call.size() && std::isxdigit(static_cast<unsigned char>(call[i])); ++i) {
+      }
+      --i;
+    } else {
+      out += call[i];
+    }
+  }
+  return out;
+}
+
+class IfaceVerbose : public ::testing::TestWithParam<VerboseCase> {};
+
+TEST_P(IfaceVerbose, OneLinePerCallAfterTheHeader) {
+  const VerboseCase &c = GetParam();
+  const auto r = run_probe("iface_verbose_probe", {c.form}, {"ORB_VERBOSE=1"});
+  ASSERT_EQ(r.exit_code, 0) << r.err;
+  const auto lines = lines_with(r.out, "ORB_VERBOSE ");
+  ASSERT_EQ(lines.size(), c.calls.size() + 1) << r.out;
+  const std::string header_end = std::string(" ") + c.iface_word + " tsq_thread";
+  EXPECT_EQ(lines[0].compare(0, 18, "ORB_VERBOSE Orbix "), 0) << lines[0];
+  EXPECT_EQ(lines[0].substr(lines[0].size() - header_end.size()), header_end) << lines[0];
+  for (size_t i = 0; i < c.calls.size(); ++i) EXPECT_EQ(call_text(lines[i + 1]), c.calls[i]) << lines[i + 1];
+}
+
+TEST_P(IfaceVerbose, SilentWhenVerboseModeIsOff) {
+  const auto r = run_probe("iface_verbose_probe", {GetParam().form}, {});
+  ASSERT_EQ(r.exit_code, 0) << r.err;
+  EXPECT_EQ(r.out.find("ORB_VERBOSE"), std::string::npos) << r.out;
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Forms, IfaceVerbose,
+    ::testing::Values(VerboseCase{"fortran32",
+                                  "lp64",
+                                  {"DGEMM(N,T,2,3,4,1.5,@,2,@,3,0,@,2)", "ZGEMV(C,2,3,(1,-0.5),@,2,@,1,(0,0),@,-1)",
+                                   // An illegal call is reported and still described.
+                                   "DGEMM(N,T,-1,3,4,1.5,@,2,@,3,0,@,2)"}},
+                      VerboseCase{"fortran64", "ilp64", {"DGEMM_64(N,T,2,3,4,1.5,@,2,@,3,0,@,2)"}},
+                      VerboseCase{"cblas",
+                                  "cdecl",
+                                  {"cblas_dgemm(CblasRowMajor,CblasNoTrans,CblasTrans,2,3,4,1.5,@,4,@,4,0,@,3)",
+                                   "cblas_zgemv(CblasColMajor,CblasConjTrans,2,3,(1,-0.5),@,2,@,1,(0,0),@,1)"}}),
+    [](const auto &info) { return std::string(info.param.form); });
+
+}  // namespace
