@@ -9,6 +9,7 @@
 
 #include "gemm_output.hpp"
 #include "gemm_problem.hpp"
+#include "machine_load.hpp"
 
 #include <orb/orb_service.h>
 
@@ -20,6 +21,7 @@
 #include <fstream>
 #include <limits>
 #include <sstream>
+#include <unistd.h>
 #include <utility>
 
 namespace orb::bench {
@@ -75,6 +77,7 @@ bool wanted(const GemmOptions &o, const std::string &key) {
 ShapeResult measure_shape(const GemmRun &run, const GemmShape &shape) {
   const GemmOptions &o = run.options;
   GemmProblem problem(shape);
+  const CpuSample before = sample_cpu();
   ShapeResult r;
   r.shape = shape;
   r.tolerance = problem.tolerance();
@@ -116,6 +119,7 @@ ShapeResult measure_shape(const GemmRun &run, const GemmShape &shape) {
 
   interleave(contestants, o.rounds);
   for (size_t c = 0; c < contestants.size(); ++c) r.libs[owner[c]].timing = summarize(contestants[c].seconds);
+  r.others_share = others_share(before, sample_cpu(), run.cpus);
   return r;
 }
 
@@ -237,6 +241,7 @@ int gemm_main(const std::vector<std::string> &args) {
   // The budget is the calling thread's own setting when it has one; the peers get the same count.
   if (run.options.threads > 0) orb_serv_set_num_threads_local(run.options.threads);
   run.threads = orb_serv_get_max_threads();
+  run.cpus = static_cast<int>(std::max(1L, sysconf(_SC_NPROCESSORS_ONLN)));
   run.date = local_date();
   run.load_start = load_average();
   run.libraries = gemm_libraries(run.threads);

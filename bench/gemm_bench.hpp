@@ -42,6 +42,7 @@ struct LibraryResult {
 struct ShapeResult {
   GemmShape shape;
   double tolerance = 0;
+  double others_share = -1;  //!< share of the CPUs other processes used meanwhile (machine_load.hpp); <0 unknown
   std::vector<LibraryResult> libs;
 };
 
@@ -49,6 +50,7 @@ struct ShapeResult {
 struct GemmRun {
   GemmOptions options;
   int threads = 1;
+  int cpus = 1;            //!< online CPUs
   std::string date;        //!< local time at the start, ISO 8601
   std::string load_start;  //!< /proc/loadavg at the start and the end: a busy machine shows here
   std::string load_end;

@@ -21,6 +21,9 @@ std::string format(const char *fmt, double v) {
 // "1.92x", or "n/a" when the ratio could not be formed.
 std::string ratio_text(double r) { return std::isfinite(r) ? format("%.2fx", r) : "n/a"; }
 
+// "12%", or "?" when it could not be measured.
+std::string share_text(double share) { return share >= 0 ? format("%.0f%%", 100 * share) : "?"; }
+
 std::string check_text(const LibraryResult &l) {
   if (l.check.empty() || l.check == "reference") return l.check;
   return l.check + " " + format("%.1e", l.difference);
@@ -42,8 +45,8 @@ void print_libraries(std::FILE *out, const GemmRun &run) {
 }
 
 void print_shape(std::FILE *out, const GemmRun &run, const ShapeResult &r) {
-  std::fprintf(out, "%s  (%s, check tolerance %.1e)\n", shape_name(r.shape).c_str(), r.shape.group.c_str(),
-               r.tolerance);
+  std::fprintf(out, "%s  (%s, check tolerance %.1e, other processes used %s of the CPUs meanwhile)\n",
+               shape_name(r.shape).c_str(), r.shape.group.c_str(), r.tolerance, share_text(r.others_share).c_str());
   std::fprintf(out, "  %-20s %9s %9s %6s %11s  %s\n", "library", "GFLOPS", "median", "calls", "first call", "check");
   for (size_t i = 0; i < run.libraries.size(); ++i) {
     const LibraryResult &l = r.libs[i];
@@ -66,7 +69,7 @@ void print_summary(std::FILE *out, const GemmRun &run) {
                run.threads, run.load_start.c_str(), run.load_end.c_str());
   std::fprintf(out, "  %-24s", "shape");
   for (const GemmLibrary &lib : run.libraries) std::fprintf(out, " %9s", lib.key.c_str());
-  std::fprintf(out, " %10s %9s\n", "orb/serial", "orb/peer");
+  std::fprintf(out, " %10s %9s %7s\n", "orb/serial", "orb/peer", "others");
   for (const ShapeResult &r : run.shapes) {
     std::fprintf(out, "  %-24s", shape_name(r.shape).c_str());
     for (size_t i = 0; i < run.libraries.size(); ++i) {
@@ -76,10 +79,11 @@ void print_summary(std::FILE *out, const GemmRun &run) {
       else
         std::fprintf(out, " %9s", "n/a");
     }
-    std::fprintf(out, " %10s %9s\n", ratio_text(ratio_to_serial(run, r)).c_str(),
-                 ratio_text(ratio_to_best_peer(run, r)).c_str());
+    std::fprintf(out, " %10s %9s %7s\n", ratio_text(ratio_to_serial(run, r)).c_str(),
+                 ratio_text(ratio_to_best_peer(run, r)).c_str(), share_text(r.others_share).c_str());
   }
-  std::fprintf(out, "  (! marks a result that differs from the reference beyond the tolerance)\n");
+  std::fprintf(out, "  (! marks a result that differs from the reference beyond the tolerance;\n"
+                    "   others: share of the CPUs that other processes used while the shape was measured)\n");
 }
 
 std::string json_string(const std::string &text) {
@@ -137,6 +141,7 @@ bool write_json(const std::string &path, const GemmRun &run, std::string &error)
   const GemmOptions &o = run.options;
   j << "{\n  \"benchmark\": \"gemm\",\n  \"date\": " << json_string(run.date)
     << ",\n  \"quick\": " << (o.quick ? "true" : "false") << ",\n  \"threads\": " << run.threads
+    << ",\n  \"cpus\": " << run.cpus
     << ",\n  \"statistic\": \"best\",\n  \"time_per_measurement_s\": " << json_number(o.target_s)
     << ",\n  \"rounds\": " << o.rounds << ",\n  \"load_start\": " << json_string(run.load_start)
     << ",\n  \"load_end\": " << json_string(run.load_end) << ",\n  \"libraries\": [";
@@ -155,6 +160,7 @@ bool write_json(const std::string &path, const GemmRun &run, std::string &error)
       << precision_letter(r.shape.prec) << "\", \"m\": " << r.shape.m << ", \"n\": " << r.shape.n
       << ", \"k\": " << r.shape.k << ", \"group\": " << json_string(r.shape.group)
       << ", \"flops\": " << json_number(gemm_flops(r.shape)) << ", \"tolerance\": " << json_number(r.tolerance)
+      << ", \"others_cpu_share\": " << (r.others_share >= 0 ? json_number(r.others_share) : "null")
       << ",\n     \"ratio_serial\": " << json_number(ratio_to_serial(run, r))
       << ", \"ratio_best_peer\": " << json_number(ratio_to_best_peer(run, r)) << ", \"best_peer\": "
       << (peer >= 0 ? json_string(run.libraries[static_cast<size_t>(peer)].key) : "null") << ",\n     \"libraries\": {";

@@ -83,7 +83,7 @@ GemmLibrary orb_library(int threads) {
 GemmLibrary serial_provider(const std::string &path) {
   GemmLibrary lib;
   lib.key = "serial";
-  lib.label = "provider, 1 thread";
+  lib.label = "serial provider";
   lib.path = path;
   lib.threads = 1;
   lib.abi = CallAbi::fortran_ilp64;
