@@ -63,6 +63,16 @@ ORB_GEMV_DECL(orb_blas_xdgemv, double, ORB_INT);
 ORB_GEMV_DECL(orb_blas_xcgemv, ORB_Complex8, ORB_INT);
 ORB_GEMV_DECL(orb_blas_xzgemv, ORB_Complex16, ORB_INT);
 
+/* Argument checks of the kernels above, in the standard BLAS order: the
+ * number of the first illegal argument, or 0 when the call is legal.  The
+ * scalars alpha and beta are only tested for being present.  The threaded
+ * drivers ask these before cutting a call into pieces. */
+int orb_blas_check_gemm(const char *transa, const char *transb, const ORB_INT *m, const ORB_INT *n,
+                        const ORB_INT *k, const void *alpha, const ORB_INT *lda, const ORB_INT *ldb,
+                        const void *beta, const ORB_INT *ldc);
+int orb_blas_check_gemv(const char *trans, const ORB_INT *m, const ORB_INT *n, const void *alpha,
+                        const ORB_INT *lda, const ORB_INT *incx, const void *beta, const ORB_INT *incy);
+
 ORB_END_DECLS
 
 #endif

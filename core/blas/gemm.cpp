@@ -1,0 +1,45 @@
+// Sequential GEMM kernels: C = alpha * op(A) * op(B) + beta * C.
+//
+// The kernel checks its arguments in the standard order and reports the first
+// illegal one without touching C; it returns at once when the standard says
+// nothing is to be done (m or n is 0, or C stays as it is because alpha or k is
+// 0 and beta is 1); otherwise the provider computes the product.  The
+// threaded drivers call it once per piece.
+#include "blas/kernel_traits.hpp"
+#include "service/report.hpp"
+
+#include <orb/orb_blas.h>
+
+namespace orb::core {
+
+namespace {
+
+template <class T>
+void xgemm(const char *transa, const char *transb, const ORB_INT *m, const ORB_INT *n, const ORB_INT *k,
+           const T *alpha, const T *a, const ORB_INT *lda, const T *b, const ORB_INT *ldb, const T *beta, T *c,
+           const ORB_INT *ldc) {
+  const int info = orb_blas_check_gemm(transa, transb, m, n, k, alpha, lda, ldb, beta, ldc);
+  if (info != 0) {
+    report_xerbla(kernel_traits<T>::gemm_name, info);
+    return;
+  }
+  if (*m == 0 || *n == 0 || ((is_zero(*alpha) || *k == 0) && is_one(*beta))) return;
+  kernel_traits<T>::gemm()(transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc, 1, 1);
+}
+
+}  // namespace
+
+}  // namespace orb::core
+
+#define ORB_XGEMM(p, T)                                                                                 \
+  extern "C" void orb_blas_x##p##gemm(const char *transa, const char *transb, const ORB_INT *m,         \
+                                      const ORB_INT *n, const ORB_INT *k, const T *alpha, const T *a,   \
+                                      const ORB_INT *lda, const T *b, const ORB_INT *ldb, const T *beta, \
+                                      T *c, const ORB_INT *ldc) {                                       \
+    orb::core::xgemm<T>(transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);                  \
+  }
+
+ORB_XGEMM(s, float)
+ORB_XGEMM(d, double)
+ORB_XGEMM(c, ORB_Complex8)
+ORB_XGEMM(z, ORB_Complex16)

@@ -1,0 +1,41 @@
+// Sequential GEMV kernels: y = alpha * op(A) * x + beta * y.
+//
+// Same pattern as the GEMM kernels: check in the standard order and report the
+// first illegal argument without touching y, return at once when m or n is 0
+// or when alpha is 0 and beta is 1, else let the provider compute.
+#include "blas/kernel_traits.hpp"
+#include "service/report.hpp"
+
+#include <orb/orb_blas.h>
+
+namespace orb::core {
+
+namespace {
+
+template <class T>
+void xgemv(const char *trans, const ORB_INT *m, const ORB_INT *n, const T *alpha, const T *a, const ORB_INT *lda,
+           const T *x, const ORB_INT *incx, const T *beta, T *y, const ORB_INT *incy) {
+  const int info = orb_blas_check_gemv(trans, m, n, alpha, lda, incx, beta, incy);
+  if (info != 0) {
+    report_xerbla(kernel_traits<T>::gemv_name, info);
+    return;
+  }
+  if (*m == 0 || *n == 0 || (is_zero(*alpha) && is_one(*beta))) return;
+  kernel_traits<T>::gemv()(trans, m, n, alpha, a, lda, x, incx, beta, y, incy, 1);
+}
+
+}  // namespace
+
+}  // namespace orb::core
+
+#define ORB_XGEMV(p, T)                                                                                   \
+  extern "C" void orb_blas_x##p##gemv(const char *trans, const ORB_INT *m, const ORB_INT *n, const T *alpha, \
+                                      const T *a, const ORB_INT *lda, const T *x, const ORB_INT *incx,      \
+                                      const T *beta, T *y, const ORB_INT *incy) {                          \
+    orb::core::xgemv<T>(trans, m, n, alpha, a, lda, x, incx, beta, y, incy);                               \
+  }
+
+ORB_XGEMV(s, float)
+ORB_XGEMV(d, double)
+ORB_XGEMV(c, ORB_Complex8)
+ORB_XGEMV(z, ORB_Complex16)

@@ -1,0 +1,94 @@
+// Opening the kernel provider and binding its routines, once per process.
+//
+// Which file is opened:
+//   ORB_PROVIDER   path of the provider to open instead of the default; an
+//                  empty value means the default.  The file must export the
+//                  standard Fortran names with 64-bit integers.
+//   default        ORB_DEFAULT_PROVIDER, fixed when the library is configured
+//                  (the serial ILP64 build of the distribution's BLAS).
+//
+// The provider is opened with RTLD_LOCAL | RTLD_DEEPBIND: its names stay out of
+// the global namespace, where liborb's own dgemm_ (32-bit integers) lives, and
+// its calls among its own routines resolve inside it first.  The serial build
+// is chosen because threads belong to this library's task runtime: the
+// provider must run each call on the thread that makes it.
+//
+// A provider that cannot be opened, or that lacks one of the routines below,
+// leaves nothing sensible to do: the process prints message 771 or 772 on the
+// error stream and ends with status kProviderExitCode (69, "service
+// unavailable").  It ends through _Exit after flushing the streams, because the
+// first kernel call may come from a worker of the task runtime while other
+// threads wait for the binding; running the exit handlers then could deadlock.
+#include "blas/provider.hpp"
+
+#include <orb/orb_service.h>
+
+#include <atomic>
+#include <cstdio>
+#include <cstdlib>
+#include <dlfcn.h>
+#include <mutex>
+#include <string>
+
+namespace orb::core {
+
+namespace {
+
+provider_table table;
+std::string bound_path;
+std::atomic<bool> bound{false};
+std::once_flag bind_once;
+
+[[noreturn]] void give_up() {
+  std::fflush(nullptr);
+  std::_Exit(kProviderExitCode);
+}
+
+std::string chosen_path() {
+  char buf[4096];
+  if (orb_serv_getenv("ORB_PROVIDER", buf, sizeof buf) > 0) return buf;
+  return ORB_DEFAULT_PROVIDER;
+}
+
+template <class F>
+void bind(void *handle, const std::string &path, F &slot, const char *symbol) {
+  void *p = dlsym(handle, symbol);
+  if (!p) {
+    orb_serv_print(1, 772, 2, path.c_str(), symbol);
+    give_up();
+  }
+  slot = reinterpret_cast<F>(p);
+}
+
+void open_provider() {
+  const std::string path = chosen_path();
+  void *handle = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL | RTLD_DEEPBIND);
+  if (!handle) {
+    orb_serv_print(1, 771, 1, path.c_str());
+    give_up();
+  }
+  bind(handle, path, table.sgemm, "sgemm_");
+  bind(handle, path, table.dgemm, "dgemm_");
+  bind(handle, path, table.cgemm, "cgemm_");
+  bind(handle, path, table.zgemm, "zgemm_");
+  bind(handle, path, table.sgemv, "sgemv_");
+  bind(handle, path, table.dgemv, "dgemv_");
+  bind(handle, path, table.cgemv, "cgemv_");
+  bind(handle, path, table.zgemv, "zgemv_");
+  // The handle stays open for the life of the process: the table points into it.
+  bound_path = path;
+  bound.store(true, std::memory_order_release);
+}
+
+}  // namespace
+
+const provider_table &provider() {
+  if (!bound.load(std::memory_order_acquire)) std::call_once(bind_once, open_provider);
+  return table;
+}
+
+}  // namespace orb::core
+
+extern "C" const char *orb_serv_provider_path(void) {
+  return orb::core::bound.load(std::memory_order_acquire) ? orb::core::bound_path.c_str() : nullptr;
+}
