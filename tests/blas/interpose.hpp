@@ -1,0 +1,43 @@
+// What the threaded BLAS drivers ask of the core, observed from the test
+// executable: its definitions of orb_blas_xdgemm, orb_blas_xdgemv,
+// orb_serv_allocate, orb_serv_deallocate and orb_serv_cbwr_get take precedence
+// over the core's, record each call and forward it.
+#pragma once
+
+#include <orb/orb_blas.h>
+
+#include <vector>
+
+namespace orb::test {
+
+struct GemmCall {
+  char transa, transb;
+  const ORB_INT *m_ptr;
+  ORB_INT m, n, k, lda, ldb, ldc;
+  const double *a, *b;
+  double *c;
+  double beta;
+};
+
+struct GemvCall {
+  char trans;
+  ORB_INT m, n, incx, incy;
+  const double *a, *x;
+  double *y;
+};
+
+struct Observed {
+  std::vector<GemmCall> gemm;
+  std::vector<GemvCall> gemv;
+  std::vector<long> alloc_bytes;
+  std::vector<int> alloc_alignment;
+  int deallocations = 0;
+};
+
+//! Clears the record; allocations fail while fail_alloc holds; strict adds
+//! the strict bit to the reproducibility mode.
+void observe(bool fail_alloc = false, bool strict = false);
+//! Everything recorded since observe(); allocations and the mode are ordinary again.
+Observed observed();
+
+}  // namespace orb::test

@@ -1,0 +1,41 @@
+// Binding the kernel provider, in a fresh process each time.
+#include "probe.hpp"
+
+#include <gtest/gtest.h>
+
+namespace orb::test {
+namespace {
+
+TEST(Provider, BindsOnFirstUseAndStartsNoThread) {
+  const ProbeResult r = run_probe("blas_provider_probe", {}, {});
+  ASSERT_EQ(r.exit_code, 0) << r.err;
+  EXPECT_EQ(field(r.out, "path_before"), "none");
+  EXPECT_NE(field(r.out, "path_after"), "none");
+  EXPECT_EQ(field(r.out, "threads_after"), field(r.out, "threads_before"));
+  EXPECT_EQ(field(r.out, "product_ok"), "1");
+  // The same file named through the environment binds the same way.
+  const std::string path = field(r.out, "path_after");
+  const ProbeResult named = run_probe("blas_provider_probe", {}, {"ORB_PROVIDER=" + path});
+  EXPECT_EQ(named.exit_code, 0) << named.err;
+  EXPECT_EQ(field(named.out, "path_after"), path);
+}
+
+struct Broken {
+  const char *provider, *message;
+};
+
+class BrokenProvider : public ::testing::TestWithParam<Broken> {};
+
+TEST_P(BrokenProvider, PrintsWhyAndExitsWithStatus69) {
+  const ProbeResult r = run_probe("blas_provider_probe", {}, {std::string("ORB_PROVIDER=") + GetParam().provider});
+  EXPECT_EQ(r.exit_code, 69);
+  EXPECT_NE(r.err.find(GetParam().message), std::string::npos) << r.err;
+  EXPECT_EQ(field(r.out, "product_ok"), "");
+}
+
+INSTANTIATE_TEST_SUITE_P(Files, BrokenProvider,
+                         ::testing::Values(Broken{"/nonexistent/libblas.so", "cannot load the kernel provider /nonexistent/libblas.so"},
+                                           Broken{"libm.so.6", "libm.so.6 lacks the routine sgemm_"}));
+
+}  // namespace
+}  // namespace orb::test

@@ -1,0 +1,132 @@
+// The threaded GEMM drivers: C = alpha * op(A) * op(B) + beta * C in s, d, c
+// and z, with 64-bit integers and their lp64 wrappers.
+//
+// One frame serves every precision, in this order:
+//   0. An illegal call goes, unchanged, to the sequential kernel, which reports
+//      the first illegal argument once and writes nothing.  Nothing is cut
+//      before the call is known to be legal, so no piece can pass a check that
+//      the whole call fails (a row block is shorter than ldc) or report twice.
+//   1. Strict reproducibility is bit 16 of orb_serv_cbwr_get(-1).
+//   2. n = 1 with k > 0 is a matrix-vector product: it goes to the threaded
+//      GEMV with x = B (increment 1, or ldb when B is transposed) and y = C.
+//      Not in strict mode, whose results must not depend on the path.  The
+//      complex drivers keep conjugated B (transb 'C') on the GEMM path, since
+//      GEMV cannot conjugate x.
+//   3. The argument record is filled.
+//   4. The budget T is orb_serv_get_max_threads(); T = 1 calls the kernel
+//      once with the caller's own arguments.
+//   5. The split along k (gemm_split_k.cpp) when its conditions hold and its
+//      scratch can be had.
+//   6. Otherwise the two-dimensional cut (gemm_grid.cpp) with
+//      W = min(ceil(n / 32) * ceil(m / 64), T) workers: no worker gets less than
+//      one 64 x 32 tile of C.
+// In the launcher and in every worker, 'N' and 'n' mean "as stored" and every
+// other character "transposed"; after step 0 only T, t, C and c remain.
+#include "blas/blas_args.hpp"
+#include "blas/gemm_grid.hpp"
+#include "blas/gemm_split_k.hpp"
+#include "blas/precision.hpp"
+
+#include <orb/orb_blas.h>
+#include <orb/orb_service.h>
+
+#include <algorithm>
+
+namespace orb::thr {
+
+namespace {
+
+ORB_INT ceil_div(ORB_INT x, ORB_INT y) { return (x + y - 1) / y; }
+
+//! min(a * b, cap) for non-negative a, b without overflow.
+ORB_INT capped_product(ORB_INT a, ORB_INT b, ORB_INT cap) {
+  if (a == 0 || b == 0) return 0;
+  return a > cap / b ? cap : std::min(a * b, cap);
+}
+
+//! Step 2: y = alpha * op(A) * x + beta * y with x a row or column of B.
+//! False when the shortcut does not apply to this call.
+template <class P>
+bool gemv_shortcut(const char *transa, const char *transb, const ORB_INT *m, const ORB_INT *k,
+                   const typename P::value_type *alpha, const typename P::value_type *a, const ORB_INT *lda,
+                   const typename P::value_type *b, const ORB_INT *ldb, const typename P::value_type *beta,
+                   typename P::value_type *c) {
+  if (P::is_complex && (*transb | 0x20) == 'c') return false;
+  const bool a_as_stored = not_transposed(transa);
+  const char *op = a_as_stored ? "N" : (P::is_complex && (*transa | 0x20) == 'c') ? "C" : "T";
+  const ORB_INT incx = not_transposed(transb) ? 1 : *ldb;
+  const ORB_INT incy = 1;
+  P::gemv(op, a_as_stored ? m : k, a_as_stored ? k : m, alpha, a, lda, b, &incx, beta, c, &incy);
+  return true;
+}
+
+template <class P>
+void gemm(const char *transa, const char *transb, const ORB_INT *m, const ORB_INT *n, const ORB_INT *k,
+          const typename P::value_type *alpha, const typename P::value_type *a, const ORB_INT *lda,
+          const typename P::value_type *b, const ORB_INT *ldb, const typename P::value_type *beta,
+          typename P::value_type *c, const ORB_INT *ldc) {
+  if (orb_blas_check_gemm(transa, transb, m, n, k, alpha, lda, ldb, beta, ldc) != 0) {
+    P::gemm_kernel(transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
+    return;
+  }
+  const bool strict = (orb_serv_cbwr_get(-1) & ORB_CBWR_STRICT) != 0;
+  if (*k != 0 && *n == 1 && !strict && gemv_shortcut<P>(transa, transb, m, k, alpha, a, lda, b, ldb, beta, c))
+    return;
+
+  blas_args_t args{};
+  args.transa = transa;
+  args.transb = transb;
+  args.m = *m;
+  args.n = *n;
+  args.k = *k;
+  args.alpha = alpha;
+  args.beta = beta;
+  args.a = a;
+  args.b = b;
+  args.c = c;
+  args.lda = *lda;
+  args.ldb = *ldb;
+  args.ldc = *ldc;
+
+  const ORB_INT budget = orb_serv_get_max_threads();
+  if (budget <= 1) {
+    P::gemm_kernel(transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
+    return;
+  }
+  if (gemm_split_k_applies<P>(args, budget, strict) && gemm_split_k<P>(args, budget)) return;
+  const ORB_INT workers = capped_product(ceil_div(args.n, 32), ceil_div(args.m, 64), budget);
+  orb_blas_invoke_thin_thread(workers, internal_thread<P>, &args, nullptr);
+}
+
+//! The lp64 entry: sizes sign-extended into 64-bit locals, everything else unchanged.
+template <class P>
+void gemm_lp64(const char *transa, const char *transb, const int *m, const int *n, const int *k,
+               const typename P::value_type *alpha, const typename P::value_type *a, const int *lda,
+               const typename P::value_type *b, const int *ldb, const typename P::value_type *beta,
+               typename P::value_type *c, const int *ldc) {
+  const auto wide = [](const int *v) -> ORB_INT { return v ? *v : 0; };
+  const ORB_INT m64 = wide(m), n64 = wide(n), k64 = wide(k), lda64 = wide(lda), ldb64 = wide(ldb),
+                ldc64 = wide(ldc);
+  // A null size stays null, so that it is reported as illegal at its own position.
+  gemm<P>(transa, transb, m ? &m64 : nullptr, n ? &n64 : nullptr, k ? &k64 : nullptr, alpha, a,
+          lda ? &lda64 : nullptr, b, ldb ? &ldb64 : nullptr, beta, c, ldc ? &ldc64 : nullptr);
+}
+
+}  // namespace
+
+}  // namespace orb::thr
+
+#define ORB_GEMM_ENTRIES(p, T)                                                                        \
+  extern "C" ORB_GEMM_DECL(p, T, ORB_INT) {                                                           \
+    orb::thr::gemm<orb::thr::blas_precision<T>>(transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, \
+                                                ldc);                                                 \
+  }                                                                                                   \
+  extern "C" ORB_GEMM_LP64_DECL(p, T) {                                                               \
+    orb::thr::gemm_lp64<orb::thr::blas_precision<T>>(transa, transb, m, n, k, alpha, a, lda, b, ldb,  \
+                                                      beta, c, ldc);                                  \
+  }
+
+ORB_GEMM_ENTRIES(s, float)
+ORB_GEMM_ENTRIES(d, double)
+ORB_GEMM_ENTRIES(c, ORB_Complex8)
+ORB_GEMM_ENTRIES(z, ORB_Complex16)

@@ -1,0 +1,162 @@
+// The split of a GEMM along its inner dimension.
+//
+// A small C with a long k (64 <= m <= 128, 64 <= n <= 256, k >= budget * m and
+// k >= budget * n) gives too few tiles of C to keep every worker busy, so the
+// workers cut k instead: P = min(budget, k div 336) slices, so that every slice
+// keeps at least 336 steps of k for the kernel to stream.  Worker 0 multiplies
+// its slice straight into C with the caller's beta; every other worker writes
+// alpha * op(A)[:, slice] * op(B)[slice, :] into its own m x n partial buffer
+// (beta = 0, so nothing of the buffer's earlier contents survives).  A second
+// phase splits the columns of C among the same worker indices and adds the
+// buffers into C, in increasing buffer order.  Both phases run with one
+// affinity partitioner, so that a worker index tends to sum, in phase 2, on the
+// thread whose cache holds the partial sums it wrote in phase 1.
+//
+// Slices, kb = ceil(k / P), worker i takes [min(kb*i, k), min(kb*(i+1), k)):
+//
+//   k = 10000, P = 8:   kb = 1250, eight slices of 1250
+//   k = 1000,  P = 2:   kb = 500,  [0, 500) [500, 1000)
+//   k = 113569, P = 338: kb = 337; worker 337 starts at 337*337 = 113569 = k:
+//                        an empty slice, its buffer is cleared instead.
+//
+// No slice is empty while P < 337 (k >= 336 P > P (P - 1)); with larger budgets
+// an empty slice's worker zeroes its buffer, since phase 2 adds every buffer.
+//
+// Columns of phase 2, base = max(n div P, 1), rest = max(n - base P, 0); the
+// first rest workers take base + 1 columns:
+//
+//   n = 100, P = 8:   base 12, rest 4: 13 13 13 13 12 12 12 12
+//   n = 5,   P = 8:   base 1,  rest 0: 1 1 1 1 1, workers 5..7 idle
+//
+// The split is never taken in strict reproducibility mode: the summation order
+// depends on the budget.
+//
+// The complex drivers add one condition, lda == ldb (see split_k_extra): their
+// provider's complex kernels gain from the split only when A and B are
+// slices of operands of like shape; measured on this machine at budget 2.
+#include "blas/gemm_split_k.hpp"
+
+#include "blas/precision.hpp"
+
+#include <orb/orb_service.h>
+
+#include <algorithm>
+#include <cstring>
+
+namespace orb::thr {
+
+namespace {
+
+constexpr ORB_INT kMinSliceK = 336;
+
+ORB_INT ceil_div(ORB_INT x, ORB_INT y) { return (x + y - 1) / y; }
+
+//! The further condition of the complex drivers.
+template <class P>
+bool split_k_extra(const blas_args_t &args) {
+  if constexpr (P::is_complex)
+    return args.lda == args.ldb;
+  else
+    return true;
+}
+
+}  // namespace
+
+template <class P>
+bool gemm_split_k_applies(const blas_args_t &args, ORB_INT budget, bool strict) {
+  const ORB_INT m = args.m, n = args.n, k = args.k;
+  return budget > 1 && !strict && m >= 64 && m <= 128 && n >= 64 && n <= 256 && k >= m * budget &&
+         k >= budget * n && split_k_extra<P>(args);
+}
+
+template <class P>
+bool gemm_split_k(blas_args_t &args, ORB_INT budget) {
+  using T = typename P::value_type;
+  const ORB_INT pieces = std::min(budget, args.k / kMinSliceK);
+  // One piece would need no buffer and gain nothing: the caller cuts C instead.
+  if (pieces < 2) return false;
+  args.part_ld = args.m;
+  args.part_size = args.m * args.n;
+  void *scratch = orb_serv_allocate((pieces - 1) * args.part_size * static_cast<ORB_INT>(sizeof(T)), 2048);
+  if (orb_serv_check_ptr_and_warn(scratch, P::gemm_name) != 0) return false;
+  args.scratch = scratch;
+  void *affinity = orb_blas_new_affinity_partitioner();  // null: both phases run without affinity
+  orb_blas_invoke_thin_thread(pieces, tsq_gemm_block_by_k<P>, &args, affinity);
+  orb_blas_invoke_thin_thread(pieces, tsq_gemm_sum_c<P>, &args, affinity);
+  orb_blas_delete_affinity_partitioner(affinity);
+  orb_serv_deallocate(scratch);
+  args.scratch = nullptr;
+  return true;
+}
+
+template <class P>
+int64_t tsq_gemm_block_by_k(int64_t ithr, int64_t nthr, blas_args_t *args) {
+  using T = typename P::value_type;
+  const ORB_INT k = args->k, kb = ceil_div(k, nthr);
+  const ORB_INT k0 = std::min(kb * ithr, k), k1 = std::min(kb * (ithr + 1), k);
+  T *part = ithr == 0 ? nullptr : static_cast<T *>(args->scratch) + (ithr - 1) * args->part_size;
+  if (k0 >= k1) {
+    if (part) std::memset(static_cast<void *>(part), 0, static_cast<size_t>(args->part_size) * sizeof(T));
+    return 0;
+  }
+  const ORB_INT slice = k1 - k0;
+  const T *a = static_cast<const T *>(args->a) + (not_transposed(args->transa) ? k0 * args->lda : k0);
+  const T *b = static_cast<const T *>(args->b) + (not_transposed(args->transb) ? k0 : k0 * args->ldb);
+  const T *alpha = static_cast<const T *>(args->alpha);
+  if (!part) {
+    P::gemm_kernel(args->transa, args->transb, &args->m, &args->n, &slice, alpha, a, &args->lda, b, &args->ldb,
+                   static_cast<const T *>(args->beta), static_cast<T *>(args->c), &args->ldc);
+  } else {
+    static const T zero{};
+    P::gemm_kernel(args->transa, args->transb, &args->m, &args->n, &slice, alpha, a, &args->lda, b, &args->ldb,
+                   &zero, part, &args->part_ld);
+  }
+  return 0;
+}
+
+template <class P>
+int64_t tsq_gemm_sum_c(int64_t ithr, int64_t nthr, blas_args_t *args) {
+  using R = typename P::real_type;
+  const ORB_INT m = args->m, n = args->n;
+  if (m < 1) return 0;
+  const ORB_INT base = std::max<ORB_INT>(n / nthr, 1);
+  const ORB_INT rest = std::max<ORB_INT>(n - base * nthr, 0);
+  const ORB_INT j0 = ithr < rest ? ithr * (base + 1) : ithr * base + rest;
+  const ORB_INT j1 = std::min(j0 + (ithr < rest ? base + 1 : base), n);
+  if (j0 >= n) return 0;
+
+  // A complex column is a real column twice as long: sum in reals.
+  constexpr ORB_INT r = reals_per_element<P>;
+  const ORB_INT rows = m * r, ldc = args->ldc * r, part_ld = args->part_ld * r, part_size = args->part_size * r;
+  const ORB_INT nparts = nthr - 1;
+  const R *parts = static_cast<const R *>(args->scratch);
+  R *c = static_cast<R *>(args->c);
+
+  // Per chunk of a column: acc = buffer 0 + buffer 1 + ... in order, then C += acc.
+  constexpr ORB_INT kChunk = 512;
+  R acc[kChunk];
+  for (ORB_INT j = j0; j < j1; ++j) {
+    R *cj = c + j * ldc;
+    const R *pj = parts + j * part_ld;
+    for (ORB_INT i0 = 0; i0 < rows; i0 += kChunk) {
+      const ORB_INT len = std::min(kChunk, rows - i0);
+      for (ORB_INT i = 0; i < len; ++i) acc[i] = pj[i0 + i];
+      for (ORB_INT p = 1; p < nparts; ++p) {
+        const R *src = pj + p * part_size + i0;
+        for (ORB_INT i = 0; i < len; ++i) acc[i] += src[i];
+      }
+      for (ORB_INT i = 0; i < len; ++i) cj[i0 + i] += acc[i];
+    }
+  }
+  return 0;
+}
+
+#define ORB_INSTANTIATE(T)                                                                          \
+  template bool gemm_split_k_applies<blas_precision<T>>(const blas_args_t &, ORB_INT, bool);       \
+  template bool gemm_split_k<blas_precision<T>>(blas_args_t &, ORB_INT);                           \
+  template int64_t tsq_gemm_block_by_k<blas_precision<T>>(int64_t, int64_t, blas_args_t *);        \
+  template int64_t tsq_gemm_sum_c<blas_precision<T>>(int64_t, int64_t, blas_args_t *);
+ORB_FOR_EACH_PRECISION(ORB_INSTANTIATE)
+#undef ORB_INSTANTIATE
+
+}  // namespace orb::thr

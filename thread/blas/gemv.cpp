@@ -1,0 +1,146 @@
+// The threaded GEMV drivers: y = alpha * op(A) * x + beta * y in s, d, c and z,
+// with 64-bit integers and their lp64 wrappers.
+//
+// The workers split y, never the sum: op(A) = A gives each worker a block of
+// rows of A and the same entries of y; a transposed A gives each worker a block
+// of columns of A (contiguous in memory) and the matching entries of y.  Every
+// worker makes one kernel call with the full x, so each entry of y is computed
+// exactly as the sequential kernel computes it, whatever the budget.
+//
+// GEMV streams A once and does two flops per element, so a worker pays only
+// when its share of A outweighs starting a task.  The rule, for budget T and y
+// of length len (m for op(A) = A, else n):
+//
+//   W = min(T, len div 64, (m * n) div 32768)        W <= 1: one kernel call
+//
+// 32768 elements is where two workers first beat one kernel call on this
+// two-core machine (see the report of the change that set it); 64 entries of y
+// per worker keep every block several cache lines long.  Blocks are
+// ceil(len / W) rounded up to a multiple of 16 entries, so the row blocks of
+// op(A) = A start on cache-line boundaries for every element type when A is;
+// trailing workers may then get nothing and return.
+//
+//     m     n    T  op   W                          blocks of y
+//   4096   512   2  N    min(2, 64, 64) = 2         [0, 2048) [2048, 4096)
+//    100  4096   4  T    min(4, 64, 12) = 4         [0, 1024) ... [3072, 4096)
+//    150   150   2  N    (22500 div 32768) = 0      one kernel call
+//
+// With a negative increment the logical entry i of y lives at position
+// (len - 1 - i) * |incy|, so a block [i0, i1) starts at (len - i1) * |incy|.
+//
+// The argument record carries trans in transa, x in b with its increment in
+// ldb, and y in c with its increment in ldc.
+#include "blas/blas_args.hpp"
+#include "blas/precision.hpp"
+
+#include <orb/orb_blas.h>
+#include <orb/orb_service.h>
+
+#include <algorithm>
+#include <cstdint>
+
+namespace orb::thr {
+
+namespace {
+
+constexpr ORB_INT kGemvElementsPerWorker = 32768;
+constexpr ORB_INT kGemvMinLengthPerWorker = 64;
+constexpr ORB_INT kGemvQuantum = 16;
+
+ORB_INT ceil_div(ORB_INT x, ORB_INT y) { return (x + y - 1) / y; }
+
+//! Workers for a GEMV whose y has len entries and whose A is m x n.
+ORB_INT gemv_workers(ORB_INT len, ORB_INT m, ORB_INT n, ORB_INT budget) {
+  ORB_INT w = std::min(budget, len / kGemvMinLengthPerWorker);
+  // m * n may overflow only when both are huge, and then every bound above is the smaller.
+  if (n > 0 && m < (INT64_MAX / n)) w = std::min(w, m * n / kGemvElementsPerWorker);
+  return w;
+}
+
+//! Worker ithr's entries [i0, i1) of y.
+void gemv_block(ORB_INT len, int64_t ithr, int64_t nthr, ORB_INT &i0, ORB_INT &i1) {
+  const ORB_INT block = ceil_div(ceil_div(len, nthr), kGemvQuantum) * kGemvQuantum;
+  i0 = std::min(block * ithr, len);
+  i1 = std::min(block * (ithr + 1), len);
+}
+
+//! The start of entries [i0, i1) of a vector of len entries with increment inc.
+template <class T>
+T *vector_block(T *v, ORB_INT len, ORB_INT inc, ORB_INT i0, ORB_INT i1) {
+  return inc > 0 ? v + i0 * inc : v + (len - i1) * -inc;
+}
+
+template <class P>
+int64_t gemv_worker(int64_t ithr, int64_t nthr, blas_args_t *args) {
+  using T = typename P::value_type;
+  const bool as_stored = not_transposed(args->transa);
+  const ORB_INT len = as_stored ? args->m : args->n;
+  ORB_INT i0, i1;
+  gemv_block(len, ithr, nthr, i0, i1);
+  if (i0 >= i1) return 0;
+  const ORB_INT count = i1 - i0;
+  const T *a = static_cast<const T *>(args->a) + (as_stored ? i0 : i0 * args->lda);
+  T *y = vector_block(static_cast<T *>(args->c), len, args->ldc, i0, i1);
+  P::gemv_kernel(args->transa, as_stored ? &count : &args->m, as_stored ? &args->n : &count,
+                 static_cast<const T *>(args->alpha), a, &args->lda, static_cast<const T *>(args->b), &args->ldb,
+                 static_cast<const T *>(args->beta), y, &args->ldc);
+  return 0;
+}
+
+template <class P>
+void gemv(const char *trans, const ORB_INT *m, const ORB_INT *n, const typename P::value_type *alpha,
+          const typename P::value_type *a, const ORB_INT *lda, const typename P::value_type *x,
+          const ORB_INT *incx, const typename P::value_type *beta, typename P::value_type *y,
+          const ORB_INT *incy) {
+  // An illegal call goes whole to the kernel, which reports it once.
+  if (orb_blas_check_gemv(trans, m, n, alpha, lda, incx, beta, incy) != 0) {
+    P::gemv_kernel(trans, m, n, alpha, a, lda, x, incx, beta, y, incy);
+    return;
+  }
+  const ORB_INT len = not_transposed(trans) ? *m : *n;
+  const ORB_INT workers = gemv_workers(len, *m, *n, orb_serv_get_max_threads());
+  if (workers <= 1) {
+    P::gemv_kernel(trans, m, n, alpha, a, lda, x, incx, beta, y, incy);
+    return;
+  }
+  blas_args_t args{};
+  args.transa = trans;
+  args.m = *m;
+  args.n = *n;
+  args.alpha = alpha;
+  args.beta = beta;
+  args.a = a;
+  args.lda = *lda;
+  args.b = x;
+  args.ldb = *incx;
+  args.c = y;
+  args.ldc = *incy;
+  orb_blas_invoke_thin_thread(workers, gemv_worker<P>, &args, nullptr);
+}
+
+template <class P>
+void gemv_lp64(const char *trans, const int *m, const int *n, const typename P::value_type *alpha,
+               const typename P::value_type *a, const int *lda, const typename P::value_type *x, const int *incx,
+               const typename P::value_type *beta, typename P::value_type *y, const int *incy) {
+  const auto wide = [](const int *v) -> ORB_INT { return v ? *v : 0; };
+  const ORB_INT m64 = wide(m), n64 = wide(n), lda64 = wide(lda), incx64 = wide(incx), incy64 = wide(incy);
+  gemv<P>(trans, m ? &m64 : nullptr, n ? &n64 : nullptr, alpha, a, lda ? &lda64 : nullptr, x,
+          incx ? &incx64 : nullptr, beta, y, incy ? &incy64 : nullptr);
+}
+
+}  // namespace
+
+}  // namespace orb::thr
+
+#define ORB_GEMV_ENTRIES(p, T)                                                                           \
+  extern "C" ORB_GEMV_DECL(orb_blas_##p##gemv, T, ORB_INT) {                                             \
+    orb::thr::gemv<orb::thr::blas_precision<T>>(trans, m, n, alpha, a, lda, x, incx, beta, y, incy);     \
+  }                                                                                                      \
+  extern "C" ORB_GEMV_DECL(orb_blas_lp64_##p##gemv, T, int) {                                            \
+    orb::thr::gemv_lp64<orb::thr::blas_precision<T>>(trans, m, n, alpha, a, lda, x, incx, beta, y, incy); \
+  }
+
+ORB_GEMV_ENTRIES(s, float)
+ORB_GEMV_ENTRIES(d, double)
+ORB_GEMV_ENTRIES(c, ORB_Complex8)
+ORB_GEMV_ENTRIES(z, ORB_Complex16)
