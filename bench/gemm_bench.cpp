@@ -2,9 +2,15 @@
 //
 // For each shape every library first makes one untimed call from the same
 // initial C; that call warms caches, thread pools and lazily built tables,
-// and its C is checked against the first library's (orb's, when it is
-// there).  Short products get a second untimed call to size the batches.
-// Then the libraries' timed calls run interleaved (measure.hpp).
+// and its C is checked against the reference C.  Short products get a second
+// untimed call to size the batches.  Then the libraries' timed calls run
+// interleaved (measure.hpp), and each library is checked once more from the
+// initial C, so that a result that goes wrong only now and then (a race
+// between workers) has two chances to show.
+//
+// The reference is the serial provider: one thread, nothing to race, and the
+// kernel every orb worker calls, so a difference names the library that made
+// it.  Without the provider, the first library measured is the reference.
 #include "gemm_bench.hpp"
 
 #include "gemm_output.hpp"
@@ -74,6 +80,44 @@ bool wanted(const GemmOptions &o, const std::string &key) {
   return false;
 }
 
+bool measurable(const GemmRun &run, size_t i, Precision p) {
+  const GemmLibrary &lib = run.libraries[i];
+  return lib.available() && lib.entries.get(p) && wanted(run.options, lib.key);
+}
+
+// The libraries of `shape` in the order of their checked calls: the reference first.
+std::vector<size_t> check_order(const GemmRun &run, Precision p) {
+  std::vector<size_t> order;
+  for (size_t i = 0; i < run.libraries.size(); ++i)
+    if (measurable(run, i, p)) order.push_back(i);
+  const int serial = library_index(run, "serial");
+  for (size_t j = 0; j < order.size(); ++j)
+    if (static_cast<int>(order[j]) == serial) std::rotate(order.begin(), order.begin() + j, order.begin() + j + 1);
+  return order;
+}
+
+// One call of `lib` from the initial C; the first call of a shape makes the
+// reference, later ones are compared with it.  Returns the call's time.
+double checked_call(GemmProblem &problem, const GemmLibrary &lib, bool make_reference, LibraryResult &out,
+                    double tolerance) {
+  problem.reset_c();
+  const double t0 = now_s();
+  problem.call(lib);
+  const double seconds = now_s() - t0;
+  if (make_reference) {
+    problem.keep_as_reference();
+    out.check = "reference";
+    return seconds;
+  }
+  out.difference = std::max(out.difference, problem.difference_from_reference());
+  const bool ok = out.difference <= tolerance;  // false for NaN too
+  if (!ok)
+    out.check = "MISMATCH";
+  else if (out.check.empty())
+    out.check = "ok";
+  return seconds;
+}
+
 ShapeResult measure_shape(const GemmRun &run, const GemmShape &shape) {
   const GemmOptions &o = run.options;
   GemmProblem problem(shape);
@@ -83,26 +127,13 @@ ShapeResult measure_shape(const GemmRun &run, const GemmShape &shape) {
   r.tolerance = problem.tolerance();
   r.libs.resize(run.libraries.size());
 
+  const std::vector<size_t> order = check_order(run, shape.prec);
   std::vector<Contestant> contestants;
-  std::vector<size_t> owner;  // library index of each contestant
-  bool have_reference = false;
-  for (size_t i = 0; i < run.libraries.size(); ++i) {
+  for (size_t i : order) {
     const GemmLibrary &lib = run.libraries[i];
-    if (!lib.available() || !lib.entries.get(shape.prec) || !wanted(o, lib.key)) continue;
     LibraryResult &out = r.libs[i];
-    problem.reset_c();
-    const double t0 = now_s();
-    problem.call(lib);
-    out.first_call_s = now_s() - t0;
     out.measured = true;
-    if (!have_reference) {
-      problem.keep_as_reference();
-      have_reference = true;
-      out.check = "reference";
-    } else {
-      out.difference = problem.difference_from_reference();
-      out.check = out.difference <= r.tolerance ? "ok" : "MISMATCH";
-    }
+    out.first_call_s = checked_call(problem, lib, i == order.front(), out, r.tolerance);
     // The first call may include starting a thread pool; when it is shorter
     // than a batch, a second untimed call gives a fairer time per call.
     double per_call_s = out.first_call_s;
@@ -114,11 +145,15 @@ ShapeResult measure_shape(const GemmRun &run, const GemmShape &shape) {
     pause_s(lib.settle_s);
     contestants.push_back({[&problem, &lib] { problem.call(lib); }, calls_per_round(per_call_s, o.target_s, o.rounds),
                            lib.settle_s, {}});
-    owner.push_back(i);
   }
 
   interleave(contestants, o.rounds);
-  for (size_t c = 0; c < contestants.size(); ++c) r.libs[owner[c]].timing = summarize(contestants[c].seconds);
+  for (size_t c = 0; c < order.size(); ++c) {
+    const GemmLibrary &lib = run.libraries[order[c]];
+    r.libs[order[c]].timing = summarize(contestants[c].seconds);
+    checked_call(problem, lib, false, r.libs[order[c]], r.tolerance);  // the reference against itself, too
+    pause_s(lib.settle_s);
+  }
   r.others_share = others_share(before, sample_cpu(), run.cpus);
   return r;
 }

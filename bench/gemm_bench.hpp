@@ -33,8 +33,8 @@ const char *gemm_usage();
 struct LibraryResult {
   bool measured = false;    //!< false: the library or its entry for this precision is missing ("n/a")
   Timing timing;            //!< timed calls after the first
-  double first_call_s = 0;  //!< the untimed first call, which is also the checked one
-  double difference = -1;   //!< max relative difference from the reference; below 0 when not compared
+  double first_call_s = 0;  //!< the untimed first call, which is also the first checked one
+  double difference = -1;   //!< largest relative difference of its checked calls from the reference C
   std::string check;        //!< "reference", "ok", "MISMATCH", or empty when not measured
 };
 

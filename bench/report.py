@@ -135,6 +135,12 @@ def machine():
     }
 
 
+def peer_scaling(r):
+    """The best peer's GFLOPS over the serial provider's on one shape, or None."""
+    peer, serial = r["libraries"].get(r.get("best_peer") or ""), r["libraries"].get("serial")
+    return peer["gflops"] / serial["gflops"] if peer and serial and serial["gflops"] > 0 else None
+
+
 def fmt_gflops(lib):
     return f"{lib['gflops']:.1f}" if lib else "n/a"
 
@@ -209,20 +215,24 @@ def render_markdown(run, verdicts, host, note=None, plot_name="gemm_gflops.png")
         "## Method",
         "",
         "For each shape, every library first makes one untimed call from the same starting C "
-        "(C = 1.5 AB + 0.5 C, pseudo-random operands in [-1, 1)); its result is compared with orb's, and "
-        "the largest difference relative to the largest element of C must stay within a bound that grows "
-        "with k. Then each library runs "
+        "(C = 1.5 AB + 0.5 C, pseudo-random operands in [-1, 1)); its result is compared with the serial "
+        "provider's (one thread, so nothing can race), and the largest difference relative to the largest "
+        "element of C must stay within a bound that grows with k. Then each library runs "
         f"{run['rounds']} batches of timed calls, interleaved with the others' and each round starting "
         f"with a different library, about {run['time_per_measurement_s']:g} s per library and shape and "
-        f"never fewer than {run['rounds']} calls. The figure is the best single call (on a shared machine "
+        f"never fewer than {run['rounds']} calls, and after them one more checked call from the starting C. "
+        "The figure is the best single call (on a shared machine "
         "interference only adds time); the JSON output also keeps the median. GFLOPS count 2mnk "
-        "operations, 8mnk for complex. The last column is the share of the CPUs that other processes "
-        "used while the shape was measured; above a few percent the shape's figures are disturbed.",
+        "operations, 8mnk for complex. \"peer / serial\" is how far the best peer itself scales over one "
+        "thread: where it stays well below the thread count, so does any library on this machine. The last "
+        "column is the share of the CPUs that other processes used while the shape was measured; above a "
+        "few percent the shape's figures are disturbed.",
         "",
         "## Results (GFLOPS, best call)",
         "",
-        "| shape | " + " | ".join(label[k] for k in keys) + " | orb / serial | orb / best peer | check | others |",
-        "|---|" + "---:|" * len(keys) + "---:|---:|---|---:|",
+        "| shape | " + " | ".join(label[k] for k in keys) +
+        " | orb / serial | orb / best peer | peer / serial | check | others |",
+        "|---|" + "---:|" * len(keys) + "---:|---:|---:|---|---:|",
     ]
     for r in run["results"]:
         cells = [fmt_gflops(r["libraries"].get(k)) for k in keys]
@@ -230,7 +240,8 @@ def render_markdown(run, verdicts, host, note=None, plot_name="gemm_gflops.png")
         check = "MISMATCH: " + ", ".join(bad) if bad else "ok"
         peer = f" ({label[r['best_peer']]})" if r.get("best_peer") and r["ratio_best_peer"] is not None else ""
         out.append(f"| {r['name']} ({r['group']}) | " + " | ".join(cells) +
-                   f" | {fmt_ratio(r['ratio_serial'])} | {fmt_ratio(r['ratio_best_peer'])}{peer} | {check} "
+                   f" | {fmt_ratio(r['ratio_serial'])} | {fmt_ratio(r['ratio_best_peer'])}{peer} "
+                   f"| {fmt_ratio(peer_scaling(r))} | {check} "
                    f"| {fmt_share(r.get('others_cpu_share'))} |")
 
     out += ["", "## Targets", "", "| target | shapes | verdict |", "|---|---|---|"]

@@ -3,6 +3,7 @@
 #include "gemm_bench.hpp"
 
 #include "gemm_output.hpp"
+#include "naive_gemm.hpp"
 
 #include <gtest/gtest.h>
 
@@ -91,8 +92,8 @@ GemmRun made_up_run() {
   for (int i = 0; i < 3; ++i) {
     r.libs[i].measured = true;
     r.libs[i].timing = {best[i], best[i] * 1.1, 5};
-    r.libs[i].check = i ? "ok" : "reference";
-    r.libs[i].difference = i ? 1e-16 : -1;
+    r.libs[i].check = i == 1 ? "reference" : "ok";
+    r.libs[i].difference = i == 1 ? 0 : 1e-16;
   }
   run.shapes.push_back(r);
   return run;
@@ -140,7 +141,8 @@ TEST(GemmOutput, CsvHasOneRowPerShapeAndLibrary) {
   ASSERT_EQ(rows.size(), 5u);
   EXPECT_EQ(rows[1].rfind("d,1000,1000,1000,square,orb,", 0), 0u) << rows[1];
   EXPECT_NE(rows[1].find(",50,"), std::string::npos) << rows[1];
-  EXPECT_NE(rows[1].find(",reference,2,1.25"), std::string::npos) << rows[1];
+  EXPECT_NE(rows[1].find(",1e-16,ok,2,1.25"), std::string::npos) << rows[1];
+  EXPECT_NE(rows[2].find(",0,reference,"), std::string::npos) << rows[2];
   EXPECT_NE(rows[4].find(",blis,"), std::string::npos);
   EXPECT_NE(rows[4].find("n/a"), std::string::npos);
   std::remove(path.c_str());
@@ -154,10 +156,56 @@ TEST(GemmOutput, JsonCarriesRatiosChecksAndMissingLibraries) {
   const std::string j = slurp(path);
   for (const char *piece :
        {"\"ratio_serial\": 2,", "\"ratio_best_peer\": 1.25,", "\"best_peer\": \"openblas\"", "\"blis\": null",
-        "\"missing\": \"not \\\"installed\\\"\"", "\"check\": \"reference\"", "\"max_rel_diff\": 1e-16",
+        "\"missing\": \"not \\\"installed\\\"\"", "\"check\": \"reference\"", "\"max_rel_diff\": 1e-16", "\"max_rel_diff\": 0,",
         "\"gflops\": 50,", "\"statistic\": \"best\""})
     EXPECT_NE(j.find(piece), std::string::npos) << piece;
   std::remove(path.c_str());
+}
+
+// Plain loops stand in for the libraries: the serial one is the reference
+// wherever it sits in the list, and a library that goes wrong only after its
+// first calls is caught by the check after the timed calls.
+int calls_of_late_bug = 0;
+
+void late_bug(const char *ta, const char *tb, const int32_t *m, const int32_t *n, const int32_t *k,
+              const double *alpha, const double *a, const int32_t *lda, const double *b, const int32_t *ldb,
+              const double *beta, double *c, const int32_t *ldc, size_t, size_t) {
+  test::beta_twice = ++calls_of_late_bug > 2;
+  test::fake_lp64<double>(ta, tb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc, 0, 0);
+  test::beta_twice = false;
+}
+
+TEST(MeasureGemm, ChecksAgainstTheSerialLibraryBeforeAndAfterTiming) {
+  GemmRun run;
+  run.options.shapes = {{Precision::d, 33, 17, 29, "custom"}, {Precision::s, 9, 9, 9, "square"}};
+  run.options.target_s = 0.003;
+  run.options.rounds = 2;
+  GemmLibrary good = test::fake_library<test::Lp64>(CallAbi::fortran_lp64);
+  GemmLibrary serial = test::fake_library<test::Ilp64>(CallAbi::fortran_ilp64);
+  GemmLibrary late = good, missing = good;
+  good.key = "orb";
+  serial.key = "serial";
+  late.key = "openblas";
+  late.entries = {nullptr, reinterpret_cast<void *>(&late_bug), nullptr};  // double precision only
+  missing.key = "blis";
+  missing.missing = "not here";
+  run.libraries = {good, late, serial, missing};
+
+  calls_of_late_bug = 0;
+  measure_gemm(run);
+  ASSERT_EQ(run.shapes.size(), 2u);
+  const ShapeResult &d = run.shapes[0];
+  EXPECT_EQ(d.libs[2].check, "reference");
+  EXPECT_EQ(d.libs[0].check, "ok");
+  EXPECT_EQ(d.libs[1].check, "MISMATCH");  // right on its first call, wrong from the third
+  EXPECT_GT(calls_of_late_bug, 2 + run.options.rounds);
+  EXPECT_FALSE(d.libs[3].measured);
+  for (int i : {0, 1, 2}) EXPECT_GE(d.libs[i].timing.reps, run.options.rounds) << i;
+
+  const ShapeResult &s = run.shapes[1];
+  EXPECT_EQ(s.libs[2].check, "reference");
+  EXPECT_EQ(s.libs[0].check, "ok");
+  EXPECT_FALSE(s.libs[1].measured);  // no single-precision entry
 }
 
 TEST(GemmOutput, UnwritablePathIsAnError) {
