@@ -88,6 +88,9 @@ GemmLibrary serial_provider(const std::string &path) {
   lib.threads = 1;
   lib.abi = CallAbi::fortran_ilp64;
   if (void *h = open_private(lib)) {
+    // A threaded build of the provider is held to one thread, as orb's core
+    // holds it (opening the same file again hands back the core's copy).
+    if (auto set_threads = lookup<void (*)(int)>(h, "openblas_set_num_threads")) set_threads(1);
     if (auto config = lookup<const char *(*)()>(h, "openblas_get_config")) lib.about = config();
   }
   return lib;

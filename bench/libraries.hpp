@@ -47,8 +47,13 @@ struct GemmLibrary {
   bool available() const { return missing.empty(); }
 };
 
-//! Default locations of the Debian packages the benchmark compares against.
-inline constexpr const char *kSerialProviderPath = "/usr/lib/x86_64-linux-gnu/openblas64-serial/libopenblas64.so.0";
+//! Default locations of the Debian packages the benchmark compares against;
+//! the provider's is the one orb's core is configured with.
+#ifdef ORB_DEFAULT_PROVIDER
+inline constexpr const char *kSerialProviderPath = ORB_DEFAULT_PROVIDER;
+#else
+inline constexpr const char *kSerialProviderPath = "/usr/lib/x86_64-linux-gnu/openblas64-pthread/libopenblas64.so.0";
+#endif
 inline constexpr const char *kOpenBlasPthreadPath = "/usr/lib/x86_64-linux-gnu/openblas-pthread/libopenblas.so.0";
 inline constexpr const char *kBlisPthreadPath = "/usr/lib/x86_64-linux-gnu/blis-pthread/libblis.so.4";
 
@@ -58,7 +63,7 @@ int private_dlopen_flags();
 //! orb's own threaded drivers, with the budget they will use.
 GemmLibrary orb_library(int threads);
 
-//! The serial 64-bit-integer provider from `path`, called on the calling thread.
+//! The 64-bit-integer provider from `path`, held to one thread and called on the calling thread.
 GemmLibrary serial_provider(const std::string &path);
 
 //! A threaded library with 32-bit-integer BLAS names, told to use `threads`.

@@ -17,6 +17,7 @@ Targets are judged on the ratios of one run: orb against the serial provider
 import argparse
 import datetime
 import json
+import math
 import os
 import platform
 import subprocess
@@ -35,12 +36,6 @@ TARGETS = [
      lambda r: r["prec"] == "d" and r["group"] == "square" and 200 <= r["m"] <= 500, "ratio_best_peer", 1.0),
 ]
 
-# Debian packages whose versions the report names, by library key.
-PACKAGES = {
-    "serial": "libopenblas64-0-serial",
-    "openblas": "libopenblas0-pthread",
-    "blis": "libblis4-pthread",
-}
 
 
 def evaluate_targets(results):
@@ -104,13 +99,21 @@ def physical_cores():
     return len(pairs) or None
 
 
-def package_version(name):
+def dpkg_query(*args):
     try:
-        out = subprocess.run(["dpkg-query", "-W", "-f=${Version}", name], capture_output=True, text=True,
-                             check=False)
+        out = subprocess.run(["dpkg-query", *args], capture_output=True, text=True, check=False)
     except OSError:
-        return None
-    return out.stdout.strip() or None
+        return ""
+    return out.stdout.strip() if out.returncode == 0 else ""
+
+
+def package_of(path):
+    """ "name version" of the Debian package that installed `path`, or "" when none did."""
+    if not path:
+        return ""
+    owner = dpkg_query("-S", path).split(":", 1)[0]  # "libblis4-pthread:amd64: /usr/lib/..."
+    version = dpkg_query("-W", "-f=${Version}", owner) if owner else ""
+    return f"{owner} {version}".strip()
 
 
 def git_commit(root):
@@ -145,8 +148,8 @@ def fmt_gflops(lib):
     return f"{lib['gflops']:.1f}" if lib else "n/a"
 
 
-def fmt_ratio(ratio):
-    return f"{ratio:.2f}x" if ratio is not None else "n/a"
+def fmt_ratio(ratio, digits=2):
+    return f"{ratio:.{digits}f}x" if ratio is not None else "n/a"
 
 
 def fmt_share(share):
@@ -154,8 +157,11 @@ def fmt_share(share):
 
 
 def fmt_verdict(ratio, verdict):
-    """"0.96x FAIL", or a lone "n/a" when there was no ratio to judge."""
-    return verdict if ratio is None and verdict == "n/a" else f"{fmt_ratio(ratio)} {verdict}"
+    """"0.961x FAIL", or a lone "n/a" when there was no ratio to judge.  Three digits, cut rather
+    than rounded, so that a ratio just under its bound never prints as reaching it."""
+    if ratio is None:
+        return verdict if verdict == "n/a" else f"n/a {verdict}"
+    return f"{fmt_ratio(math.floor(ratio * 1000) / 1000, 3)} {verdict}"
 
 
 # Other processes may use this share of the CPUs during a shape before its figures count as disturbed.
@@ -204,9 +210,7 @@ def render_markdown(run, verdicts, host, note=None, plot_name="gemm_gflops.png")
         out.append(f"| orb source | {host['commit']} |")
     out += ["", "| library | reports itself as | Debian package | threads | file |", "|---|---|---|---|---|"]
     for lib in libs:
-        pkg = PACKAGES.get(lib["key"])
-        version = package_version(pkg) if pkg else None
-        pkg_text = f"{pkg} {version}" if version else (pkg or "")
+        pkg_text = package_of(lib["path"])
         about = lib["about"] if lib["available"] else f"n/a: {lib['missing']}"
         out.append(f"| {lib['label']} | {about} | {pkg_text} | {lib['threads']} | {lib['path'] or '(linked)'} |")
 

@@ -100,7 +100,7 @@ class Markdown(unittest.TestCase):
         self.assertIn("n/a: cannot open", md)
         self.assertIn("| dgemm 1000x1000x1000 (square) | 49.0 | 25.0 | 50.0 | n/a | 1.96x | 0.98x (OpenBLAS) | 2.00x "
                       "| ok | 2% |", md)
-        self.assertIn("dgemm 2000x2000x2000: 0.96x FAIL", md)
+        self.assertIn("dgemm 2000x2000x2000: 0.960x FAIL", md)
         self.assertIn("![GFLOPS against size](gemm_gflops.png)", md)
         self.assertNotIn("disturbed and provisional", md)
 
@@ -116,7 +116,9 @@ class Markdown(unittest.TestCase):
 
     def test_a_missing_ratio_is_a_lone_na(self):
         self.assertEqual(report.fmt_verdict(None, "n/a"), "n/a")
-        self.assertEqual(report.fmt_verdict(0.5, "FAIL"), "0.50x FAIL")
+        self.assertEqual(report.fmt_verdict(1.8996, "FAIL"), "1.899x FAIL")
+        self.assertEqual(report.fmt_verdict(1.9, "PASS"), "1.900x PASS")
+        self.assertEqual(report.fmt_verdict(None, "FAIL (results differ)"), "n/a FAIL (results differ)")
 
     def test_mismatch_is_named_in_the_table(self):
         run = made_up_run()
