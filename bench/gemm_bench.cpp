@@ -162,14 +162,14 @@ ShapeResult measure_shape(const GemmRun &run, const GemmShape &shape) {
 
 const char *gemm_usage() {
   return "usage: orb-bench gemm [--quick] [--csv FILE] [--json FILE] [--threads N] [--time S]\n"
-         "                      [--rounds R] [--shape SPEC]... [--only KEY,...]\n"
+         "                      [--rounds R] [--shape SHAPE]... [--only KEY,...]\n"
          "  --quick        a few shapes and a shorter time per measurement (under a minute)\n"
          "  --csv FILE     one row per shape and library\n"
          "  --json FILE    the whole run, as read by bench/report.py\n"
          "  --threads N    thread count of orb and of the threaded peers (default: orb's budget)\n"
          "  --time S       timed seconds per library and shape (default 0.3; 0.15 with --quick)\n"
          "  --rounds R     interleaved batches per library, also the least number of timed calls (default 3)\n"
-         "  --shape SPEC   measure this shape instead of the list: [s|d|z:]N or [s|d|z:]MxNxK\n"
+         "  --shape SHAPE  measure this shape instead of the list: [s|d|z:]N or [s|d|z:]MxNxK\n"
          "  --only KEYS    measure only these of orb,serial,openblas,blis\n";
 }
 

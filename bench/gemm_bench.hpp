@@ -19,7 +19,7 @@ struct GemmOptions {
   int threads = 0;                  //!< --threads N: orb's budget and the peers' count; 0 keeps orb's budget
   double target_s = 0.3;            //!< --time S: timed seconds per library and shape
   int rounds = 3;                   //!< --rounds R: interleaved batches per library (also the least calls)
-  std::vector<GemmShape> shapes;    //!< --shape SPEC, repeatable; empty: the full or quick list
+  std::vector<GemmShape> shapes;    //!< --shape SHAPE, repeatable; empty: the full or quick list
   std::vector<std::string> only;    //!< --only KEY,...: measure just these libraries
 };
 

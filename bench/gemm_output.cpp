@@ -32,8 +32,8 @@ std::string check_text(const LibraryResult &l) {
 }  // namespace
 
 void print_libraries(std::FILE *out, const GemmRun &run) {
-  std::fprintf(out, "orb-bench gemm, %s, %d threads%s; figures from the best of each library's timed calls\n",
-               run.date.c_str(), run.threads, run.options.quick ? ", quick" : "");
+  std::fprintf(out, "orb-bench gemm, %s, %d thread%s%s; figures from the best of each library's timed calls\n",
+               run.date.c_str(), run.threads, run.threads == 1 ? "" : "s", run.options.quick ? ", quick" : "");
   for (const GemmLibrary &lib : run.libraries) {
     if (lib.available())
       std::fprintf(out, "  %-8s %s, %d thread%s%s%s\n", lib.key.c_str(), lib.about.empty() ? "?" : lib.about.c_str(),
@@ -65,8 +65,8 @@ void print_shape(std::FILE *out, const GemmRun &run, const ShapeResult &r) {
 }
 
 void print_summary(std::FILE *out, const GemmRun &run) {
-  std::fprintf(out, "Summary: GFLOPS of the best call; %d threads, serial on 1; load average %s -> %s\n",
-               run.threads, run.load_start.c_str(), run.load_end.c_str());
+  std::fprintf(out, "Summary: GFLOPS of the best call; %d thread%s, serial on 1; load average %s -> %s\n",
+               run.threads, run.threads == 1 ? "" : "s", run.load_start.c_str(), run.load_end.c_str());
   std::fprintf(out, "  %-24s", "shape");
   for (const GemmLibrary &lib : run.libraries) std::fprintf(out, " %9s", lib.key.c_str());
   std::fprintf(out, " %10s %9s %7s\n", "orb/serial", "orb/peer", "others");

@@ -46,9 +46,9 @@ std::vector<GemmShape> quick_shapes() {
   return {square(200), square(1000), square(2000), shape(100, 100, 10000, "long-k")};
 }
 
-bool parse_shape(const std::string &spec, GemmShape &out) {
+bool parse_shape(const std::string &text, GemmShape &out) {
   GemmShape s;
-  const char *p = spec.c_str();
+  const char *p = text.c_str();
   if (p[0] && p[1] == ':') {
     switch (p[0]) {
       case 's': s.prec = Precision::s; break;

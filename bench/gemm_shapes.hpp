@@ -30,7 +30,7 @@ std::vector<GemmShape> full_shapes();
 std::vector<GemmShape> quick_shapes();
 
 //! Parses "[s|d|z:]M" (a square) or "[s|d|z:]MxNxK"; false on anything else.
-bool parse_shape(const std::string &spec, GemmShape &shape);
+bool parse_shape(const std::string &text, GemmShape &shape);
 
 //! "dgemm 1000x1000x1000".
 std::string shape_name(const GemmShape &shape);

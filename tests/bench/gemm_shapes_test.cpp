@@ -8,23 +8,23 @@
 namespace orb::bench {
 namespace {
 
-struct SpecCase {
-  const char *spec;
+struct ShapeCase {
+  const char *text;
   bool ok;
   Precision prec = Precision::d;
   int64_t m = 0, n = 0, k = 0;
   const char *group = "";
 };
 
-std::ostream &operator<<(std::ostream &out, const SpecCase &c) { return out << '"' << c.spec << '"'; }
+std::ostream &operator<<(std::ostream &out, const ShapeCase &c) { return out << '"' << c.text << '"'; }
 
-class ParseShape : public ::testing::TestWithParam<SpecCase> {};
+class ParseShape : public ::testing::TestWithParam<ShapeCase> {};
 
 TEST_P(ParseShape, ReadsPrecisionAndSizes) {
-  const SpecCase c = GetParam();
+  const ShapeCase c = GetParam();
   GemmShape s;
   s.m = -7;  // left alone on failure
-  ASSERT_EQ(parse_shape(c.spec, s), c.ok) << c.spec;
+  ASSERT_EQ(parse_shape(c.text, s), c.ok) << c.text;
   if (!c.ok) {
     EXPECT_EQ(s.m, -7);
     return;
@@ -38,14 +38,14 @@ TEST_P(ParseShape, ReadsPrecisionAndSizes) {
 
 INSTANTIATE_TEST_SUITE_P(
     Cases, ParseShape,
-    ::testing::Values(SpecCase{"1000", true, Precision::d, 1000, 1000, 1000, "square"},
-                      SpecCase{"z:2000", true, Precision::z, 2000, 2000, 2000, "square"},
-                      SpecCase{"s:64x256x20000", true, Precision::s, 64, 256, 20000, "custom"},
-                      SpecCase{"d:7x7x7", true, Precision::d, 7, 7, 7, "square"},
-                      SpecCase{"", false}, SpecCase{"c:100", false}, SpecCase{"100x100", false},
-                      SpecCase{"100x100x", false}, SpecCase{"100x100x100x1", false}, SpecCase{"0", false},
-                      SpecCase{"-5", false}, SpecCase{"10y10y10", false}, SpecCase{"3000000000", false},
-                      SpecCase{"d:", false}));
+    ::testing::Values(ShapeCase{"1000", true, Precision::d, 1000, 1000, 1000, "square"},
+                      ShapeCase{"z:2000", true, Precision::z, 2000, 2000, 2000, "square"},
+                      ShapeCase{"s:64x256x20000", true, Precision::s, 64, 256, 20000, "custom"},
+                      ShapeCase{"d:7x7x7", true, Precision::d, 7, 7, 7, "square"},
+                      ShapeCase{"", false}, ShapeCase{"c:100", false}, ShapeCase{"100x100", false},
+                      ShapeCase{"100x100x", false}, ShapeCase{"100x100x100x1", false}, ShapeCase{"0", false},
+                      ShapeCase{"-5", false}, ShapeCase{"10y10y10", false}, ShapeCase{"3000000000", false},
+                      ShapeCase{"d:", false}));
 
 TEST(ShapeLists, FullListCoversEveryRegime) {
   const auto shapes = full_shapes();
