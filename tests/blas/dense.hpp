@@ -133,10 +133,6 @@ template <class T>
                    const ORB_INT *lda, const T *x, const ORB_INT *incx, const T *be, T *y,                  \
                    const ORB_INT *incy) {                                                                   \
     orb_blas_##p##gemv(t, m, n, al, a, lda, x, incx, be, y, incy);                                          \
-  }                                                                                                         \
-  inline void gemv(const char *t, const int *m, const int *n, const T *al, const T *a, const int *lda,      \
-                   const T *x, const int *incx, const T *be, T *y, const int *incy) {                       \
-    orb_blas_lp64_##p##gemv(t, m, n, al, a, lda, x, incx, be, y, incy);                                     \
   }
 ORB_TEST_DRIVERS(s, float)
 ORB_TEST_DRIVERS(d, double)

@@ -32,13 +32,14 @@
 // depends on the budget.
 //
 // The complex drivers add one condition, lda == ldb (split_k_extra below).
-// Timed with budget 2 on a two-core machine (zgemm, 100 x 100 x 10000, split
-// against the two-dimensional cut): NT 14.1 / 15.1 ms, TN 24.2 / 25.3, CN
-// 16.5 / 16.2, NC 19.3 / 18.5; the split never lost by more than the run-to-run
-// noise (about 10%), and nothing singled out a shape where it should be
-// refused.  The condition is kept as the narrowest equality of two arguments
-// that the measured shapes satisfy; it wants timing on a machine with more
-// cores, where the split has more pieces than the cut has tiles.
+// Timing did not decide it: with budget 2 on a shared two-core machine, zgemm
+// 100 x 100 x 10000 ran the split and the two-dimensional cut within the noise
+// of the other jobs on the machine for the seven operation pairs timed (for example
+// NT 14.1 / 15.1 ms, CN 16.5 / 16.2 ms in one quiet run; other runs were
+// dominated by load).  The condition keeps the complex split to the products it
+// is most often for: long-k Gram and correlation products op(A) op(B) of two
+// tall operands stored alike, such as A^H A.  Re-time it on a machine with
+// more cores, where the split has more pieces than the cut has tiles.
 #include "blas/gemm_split_k.hpp"
 
 #include "blas/precision.hpp"
