@@ -4,6 +4,7 @@
 # Usage: scripts/setup.sh [extra-package ...]
 set -euo pipefail
 pkgs=(cmake ninja-build g++ gfortran pkg-config libtbb-dev libopenblas64-serial-dev
+      libopenblas64-0-pthread
       libgtest-dev libbenchmark-dev "$@")
 missing=()
 for p in "${pkgs[@]}"; do

@@ -3,15 +3,26 @@
 // Which file is opened:
 //   ORB_PROVIDER   path of the provider to open instead of the default; an
 //                  empty value means the default.  The file must export the
-//                  standard Fortran names with 64-bit integers.
-//   default        ORB_DEFAULT_PROVIDER, fixed when the library is configured
-//                  (the serial ILP64 build of the distribution's BLAS).
+//                  standard Fortran names with 64-bit integers, and must be
+//                  safe to call from several threads at once: the threaded
+//                  drivers call it from every worker.
+//   default        ORB_DEFAULT_PROVIDER, fixed when the library is configured:
+//                  the distribution's ILP64 build with its own threading, held
+//                  to one thread.
 //
 // The provider is opened with RTLD_LOCAL | RTLD_DEEPBIND: its names stay out of
 // the global namespace, where liborb's own dgemm_ (32-bit integers) lives, and
-// its calls among its own routines resolve inside it first.  The serial build
-// is chosen because threads belong to this library's task runtime: the
-// provider must run each call on the thread that makes it.
+// its calls among its own routines resolve inside it first.
+//
+// Why not the distribution's serial build: it claims its per-call work buffer by
+// scanning a table of buffers without a lock (only its one-time initialisation
+// is locked), so two workers entering it together can pick the same buffer and
+// corrupt each other's product; the tests caught it in GEMM and GEMV.  The
+// threaded build locks that scan.  It reads its thread count from
+// OPENBLAS_NUM_THREADS when it is loaded and starts its helper threads then, so
+// the variable is set to 1 for the length of dlopen (the caller's value, if any,
+// is put back): the provider then runs every call on the calling thread and
+// starts no thread of its own.  Threads belong to this library's task runtime.
 //
 // A provider that cannot be opened, or that lacks one of the routines below,
 // leaves nothing sensible to do: the process prints message 771 or 772 on the
@@ -33,6 +44,16 @@
 namespace orb::core {
 
 namespace {
+
+// The sanitizer runtimes refuse RTLD_DEEPBIND.  A sanitizer build opens the
+// provider without it, so there the provider's calls among its own routines
+// may bind to same-named routines already loaded (liborb's); good enough for
+// checking this library, not for production.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr int kOpenFlags = RTLD_NOW | RTLD_LOCAL;
+#else
+constexpr int kOpenFlags = RTLD_NOW | RTLD_LOCAL | RTLD_DEEPBIND;
+#endif
 
 provider_table table;
 std::string bound_path;
@@ -62,7 +83,17 @@ void bind(void *handle, const std::string &path, F &slot, const char *symbol) {
 
 void open_provider() {
   const std::string path = chosen_path();
-  void *handle = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL | RTLD_DEEPBIND);
+  void *handle = nullptr;
+  {
+    const char *previous = std::getenv("OPENBLAS_NUM_THREADS");
+    const std::string saved = previous ? previous : "";
+    setenv("OPENBLAS_NUM_THREADS", "1", 1);
+    handle = dlopen(path.c_str(), kOpenFlags);
+    if (previous)
+      setenv("OPENBLAS_NUM_THREADS", saved.c_str(), 1);
+    else
+      unsetenv("OPENBLAS_NUM_THREADS");
+  }
   if (!handle) {
     orb_serv_print(1, 771, 1, path.c_str());
     give_up();

@@ -13,11 +13,16 @@ TEST(Provider, BindsOnFirstUseAndStartsNoThread) {
   EXPECT_NE(field(r.out, "path_after"), "none");
   EXPECT_EQ(field(r.out, "threads_after"), field(r.out, "threads_before"));
   EXPECT_EQ(field(r.out, "product_ok"), "1");
-  // The same file named through the environment binds the same way.
+  EXPECT_EQ(field(r.out, "openblas_threads_env"), "unset");
+  // The same file named through the environment binds the same way, holds the
+  // provider to one thread whatever the caller asked of it, and gives the
+  // caller's setting back.
   const std::string path = field(r.out, "path_after");
-  const ProbeResult named = run_probe("blas_provider_probe", {}, {"ORB_PROVIDER=" + path});
+  const ProbeResult named = run_probe("blas_provider_probe", {}, {"ORB_PROVIDER=" + path, "OPENBLAS_NUM_THREADS=4"});
   EXPECT_EQ(named.exit_code, 0) << named.err;
   EXPECT_EQ(field(named.out, "path_after"), path);
+  EXPECT_EQ(field(named.out, "threads_after"), field(named.out, "threads_before"));
+  EXPECT_EQ(field(named.out, "openblas_threads_env"), "4");
 }
 
 struct Broken {

@@ -1,11 +1,13 @@
 // Binds the kernel provider through a first kernel call and reports what it
 // saw: the provider's path before and after, the number of threads of the
-// process before and after, and whether the product was right.  Runs no
+// process before and after, whether the product was right, and what
+// OPENBLAS_NUM_THREADS holds afterwards.  Runs no
 // threaded driver, so the task runtime starts no thread of its own.
 #include <orb/orb_blas.h>
 #include <orb/orb_service.h>
 
 #include <cstdio>
+#include <cstdlib>
 #include <dirent.h>
 #include <vector>
 
@@ -28,7 +30,8 @@ int main() {
   std::vector<double> a(n * n, 1.0), b(n * n, 2.0), c(n * n, -1.0);
   orb_blas_xdgemm("N", "N", &n, &n, &n, &alpha, a.data(), &n, b.data(), &n, &beta, c.data(), &n);
   const char *after = orb_serv_provider_path();
-  std::printf("path_after=%s\nthreads_after=%d\nproduct_ok=%d\n", after ? after : "none", thread_count(),
-              c[0] == 2.0 * n && c[n * n - 1] == 2.0 * n);
+  const char *env = std::getenv("OPENBLAS_NUM_THREADS");
+  std::printf("path_after=%s\nthreads_after=%d\nproduct_ok=%d\nopenblas_threads_env=%s\n", after ? after : "none",
+              thread_count(), c[0] == 2.0 * n && c[n * n - 1] == 2.0 * n, env ? env : "unset");
   return 0;
 }

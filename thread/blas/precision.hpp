@@ -10,7 +10,7 @@
 
 namespace orb::thr {
 
-//! The complex rule: see gemm_grid.cpp for the measurements behind it.
+//! The complex rule: the real constants (see gemm_grid.cpp for why).
 constexpr grid_rule kComplexGridRule = {64, 32, 144, 96, 192, 4};
 
 template <class T>

@@ -1,0 +1,54 @@
+// Interleaved timing of several libraries (see measure.hpp for the order).
+#include "measure.hpp"
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <thread>
+
+namespace orb::bench {
+
+double now_s() {
+  return std::chrono::duration<double>(std::chrono::steady_clock::now().time_since_epoch()).count();
+}
+
+void pause_s(double seconds) {
+  if (seconds > 0) std::this_thread::sleep_for(std::chrono::duration<double>(seconds));
+}
+
+Timing summarize(std::vector<double> seconds) {
+  Timing t;
+  if (seconds.empty()) return t;
+  std::sort(seconds.begin(), seconds.end());
+  const size_t n = seconds.size();
+  t.best_s = seconds.front();
+  t.median_s = n % 2 ? seconds[n / 2] : 0.5 * (seconds[n / 2 - 1] + seconds[n / 2]);
+  t.reps = static_cast<int>(n);
+  return t;
+}
+
+int calls_per_round(double call_s, double target_s, int rounds) {
+  if (rounds < 1) rounds = 1;
+  const double batch_s = target_s / rounds;
+  if (!(call_s > 0)) return 1;  // also catches NaN
+  // Capped so that a call the clock can hardly see does not ask for millions.
+  const double calls = std::ceil(batch_s / call_s);
+  return static_cast<int>(std::clamp(calls, 1.0, 100000.0));
+}
+
+void interleave(std::vector<Contestant> &contestants, int rounds) {
+  const size_t n = contestants.size();
+  for (int r = 0; r < rounds; ++r) {
+    for (size_t i = 0; i < n; ++i) {
+      Contestant &c = contestants[(static_cast<size_t>(r) + i) % n];
+      for (int j = 0; j < c.per_round; ++j) {
+        const double t0 = now_s();
+        c.call();
+        c.seconds.push_back(now_s() - t0);
+      }
+      pause_s(c.settle_s);
+    }
+  }
+}
+
+}  // namespace orb::bench

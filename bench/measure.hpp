@@ -1,0 +1,51 @@
+// Timing several libraries on the same problem, interleaved.
+//
+// Each library gets `rounds` batches of calls; a round runs one batch of
+// every library, and each round starts with a different library, so that a
+// slow spell of the machine (another process, a frequency change) falls on
+// all of them alike instead of on whichever happened to run then.  Every call
+// is timed on its own; the figure that counts is the best call, because on a
+// shared machine interference only ever adds time.  The median is kept beside
+// it to show how steady the run was.
+//
+//   3 libraries A, B, C, 3 rounds:   A B C | B C A | C A B
+#pragma once
+
+#include <functional>
+#include <vector>
+
+namespace orb::bench {
+
+//! Best and median time of one library's timed calls.
+struct Timing {
+  double best_s = 0;
+  double median_s = 0;
+  int reps = 0;
+};
+
+//! One library's part in an interleaved measurement.
+struct Contestant {
+  std::function<void()> call;   //!< one call of the measured routine
+  int per_round = 1;            //!< calls in each of its batches
+  double settle_s = 0;          //!< pause after each of its batches
+  std::vector<double> seconds;  //!< time of every timed call, filled by interleave()
+};
+
+//! Seconds on a monotonic clock.
+double now_s();
+
+//! Sleeps for `seconds` (nothing when not positive).
+void pause_s(double seconds);
+
+//! Best and median of `seconds`; all zero when it is empty.
+Timing summarize(std::vector<double> seconds);
+
+//! Calls per batch so that `rounds` batches take about `target_s` together,
+//! given the time of one call; never below 1.
+int calls_per_round(double call_s, double target_s, int rounds);
+
+//! Runs the batches of every contestant in `rounds` rounds, the first
+//! contestant of round r being r mod (number of contestants).
+void interleave(std::vector<Contestant> &contestants, int rounds);
+
+}  // namespace orb::bench

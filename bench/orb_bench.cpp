@@ -1,0 +1,57 @@
+// orb-bench: compares orb's threaded routines with the serial provider beneath
+// them and with the threaded libraries a user could pick instead, in one run
+// on one machine.
+//
+//   orb-bench gemm [options]    matrix products; `orb-bench gemm --help` lists the options
+#include "gemm_bench.hpp"
+
+#include <cstdio>
+#include <cstring>
+#include <exception>
+#include <string>
+#include <vector>
+
+namespace {
+
+struct Subcommand {
+  const char *name;
+  int (*main)(const std::vector<std::string> &args);
+  const char *(*usage)();
+  const char *summary;
+};
+
+const Subcommand kSubcommands[] = {
+    {"gemm", orb::bench::gemm_main, orb::bench::gemm_usage, "s/d/z gemm against the serial provider and peers"},
+};
+
+void print_usage(std::FILE *out) {
+  std::fprintf(out, "usage: orb-bench SUBCOMMAND [options]\n");
+  for (const Subcommand &s : kSubcommands) std::fprintf(out, "  %-8s %s\n", s.name, s.summary);
+}
+
+}  // namespace
+
+int main(int argc, char **argv) {
+  if (argc < 2 || !std::strcmp(argv[1], "--help") || !std::strcmp(argv[1], "-h")) {
+    print_usage(argc < 2 ? stderr : stdout);
+    return argc < 2 ? 2 : 0;
+  }
+  for (const Subcommand &s : kSubcommands) {
+    if (std::strcmp(argv[1], s.name) != 0) continue;
+    const std::vector<std::string> args(argv + 2, argv + argc);
+    for (const std::string &a : args)
+      if (a == "--help" || a == "-h") {
+        std::fputs(s.usage(), stdout);
+        return 0;
+      }
+    try {
+      return s.main(args);
+    } catch (const std::exception &e) {  // allocation of the largest operands, mostly
+      std::fprintf(stderr, "orb-bench %s: %s\n", s.name, e.what());
+      return 2;
+    }
+  }
+  std::fprintf(stderr, "orb-bench: unknown subcommand '%s'\n", argv[1]);
+  print_usage(stderr);
+  return 2;
+}
