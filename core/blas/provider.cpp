@@ -85,6 +85,8 @@ void open_provider() {
   const std::string path = chosen_path();
   void *handle = nullptr;
   {
+    // Changing the environment races with other threads reading it at this
+    // instant; it happens once per process, at the first kernel call.
     const char *previous = std::getenv("OPENBLAS_NUM_THREADS");
     const std::string saved = previous ? previous : "";
     setenv("OPENBLAS_NUM_THREADS", "1", 1);

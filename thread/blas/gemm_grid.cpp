@@ -37,8 +37,8 @@
 // The complex drivers use the same constants (kComplexGridRule).  A complex
 // element carries four times the arithmetic of a real one per load, so the
 // tiles are at least as worth cutting; timed with budget 2, zgemm reached
-// 1.95x the sequential kernel at 1000 x 1000 x 1000 (grid 2x1), 1.97x at
-// 400 x 400 x 400 (2x1) and 1.90x at 1000 x 300 x 300 (1x2).  Larger grids
+// 1.9-2.1x the sequential kernel at 1000 x 1000 x 1000 (grid 2x1), 1.7x at
+// 400 x 400 x 400 (2x1) and 1.8-1.9x at 1000 x 300 x 300 (1x2).  Larger grids
 // are untimed: the machine had two cores.
 #include "blas/gemm_grid.hpp"
 #include "blas/precision.hpp"
