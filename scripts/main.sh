@@ -1,8 +1,12 @@
 #!/usr/bin/env bash
-# The main job: builds orb and shows what the threaded library does on this machine.
+# The main job: builds orb, shows what it sees on this machine, and measures
+# its threaded matrix product against the serial provider and the threaded
+# peers (a short run; bench/run.sh is the full one).
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
-"$root/scripts/setup.sh"
+"$root/bench/setup.sh"
 "$root/scripts/build.sh" -DORB_BUILD_TESTS=OFF
 bdir=${ORB_BUILD_DIR:-$root/build}
 "$bdir/tools/orb-info"
+echo
+"$bdir/bench/orb-bench" gemm --quick
