@@ -2,10 +2,7 @@
 #include "dense.hpp"
 #include "interpose.hpp"
 
-#include <orb/orb_service.h>
-
-#include <algorithm>
-#include <cmath>
+#include <ostream>
 #include <set>
 
 namespace orb::test {
@@ -28,10 +25,9 @@ struct Product {
   }
   //! Runs orb_blas_dgemm with this budget and returns the kernel calls it made.
   Observed run(int budget, bool fail_alloc = false, bool strict = false) {
-    const int previous = orb_serv_set_num_threads_local(budget);
+    Budget with(budget);
     observe(fail_alloc, strict);
     orb_blas_dgemm(&ta, &tb, &m, &n, &k, &alpha, a.data(), &lda, b.data(), &ldb, &beta, c.data(), &ldc);
-    orb_serv_set_num_threads_local(previous);
     return observed();
   }
   ::testing::AssertionResult correct() const {
@@ -44,6 +40,10 @@ struct Product {
 struct GridCase {
   ORB_INT m, n, budget, mt, nt;
 };
+
+void PrintTo(const GridCase &g, std::ostream *os) {
+  *os << g.m << "x" << g.n << " on " << g.budget << " as " << g.mt << "x" << g.nt;
+}
 
 class GemmGrid : public ::testing::TestWithParam<GridCase> {};
 
@@ -114,10 +114,11 @@ TEST(GemmSplitK, EmptySliceAddsNothing) {
     for (ORB_INT j = 0; j < n; ++j) b[l + j * k] = static_cast<float>((l * 7 + j) % 3);
   }
   const float alpha = 1.0f, beta = 0.0f;
-  const int previous = orb_serv_set_num_threads_local(static_cast<int>(P));
-  observe();
-  orb_blas_sgemm("N", "N", &m, &n, &k, &alpha, a.data(), &m, b.data(), &k, &beta, c.data(), &m);
-  orb_serv_set_num_threads_local(previous);
+  {
+    Budget budget(static_cast<int>(P));
+    observe();
+    orb_blas_sgemm("N", "N", &m, &n, &k, &alpha, a.data(), &m, b.data(), &k, &beta, c.data(), &m);
+  }
   EXPECT_EQ(observed().alloc_bytes, std::vector<long>{(P - 1) * m * n * 4});
   for (ORB_INT j = 0; j < n; ++j) {
     double same_parity[2] = {0, 0};  // sums of B(l, j) over even and odd l
@@ -133,6 +134,11 @@ struct NoSplitCase {
   int budget;
   bool fail_alloc, strict;
 };
+
+void PrintTo(const NoSplitCase &s, std::ostream *os) {
+  *os << s.m << "x" << s.n << "x" << s.k << " on " << s.budget << (s.fail_alloc ? " no scratch" : "")
+      << (s.strict ? " strict" : "");
+}
 
 class GemmNoSplit : public ::testing::TestWithParam<NoSplitCase> {};
 
@@ -171,6 +177,10 @@ struct MatVecCase {
   int budget;
   bool strict;
 };
+
+void PrintTo(const MatVecCase &s, std::ostream *os) {
+  *os << s.ta << s.tb << " on " << s.budget << (s.strict ? " strict" : "");
+}
 
 class GemmMatVec : public ::testing::TestWithParam<MatVecCase> {};
 

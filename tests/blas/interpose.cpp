@@ -1,9 +1,8 @@
 #include "interpose.hpp"
 
-#include <orb/orb_service.h>
+#include "hooks.hpp"
 
 #include <cstring>
-#include <dlfcn.h>
 #include <mutex>
 
 namespace orb::test {
@@ -14,12 +13,6 @@ bool failing = false, strict_mode = false;
 
 template <class T>
 T get(const T *p) { return p ? *p : T{}; }
-
-template <class F>
-F next(const char *name) {
-  static_assert(sizeof(F) == sizeof(void *));
-  return reinterpret_cast<F>(dlsym(RTLD_NEXT, name));
-}
 }  // namespace
 
 void observe(bool fail_alloc, bool strict) {
@@ -45,7 +38,7 @@ extern "C" ORB_GEMM_DECL(xd, double, ORB_INT) {
     record.gemm.push_back({get(transa), get(transb), m, get(m), get(n), get(k), get(lda), get(ldb), get(ldc), a, b,
                            c, get(beta)});
   }
-  static const auto real = next<decltype(&orb_blas_xdgemm)>("orb_blas_xdgemm");
+  static const auto real = ORB_TEST_NEXT(orb_blas_xdgemm);
   real(transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
 }
 
@@ -54,7 +47,7 @@ extern "C" ORB_GEMV_DECL(orb_blas_xdgemv, double, ORB_INT) {
     std::lock_guard<std::mutex> g(lock);
     record.gemv.push_back({get(trans), get(m), get(n), get(incx), get(incy), a, x, y});
   }
-  static const auto real = next<decltype(&orb_blas_xdgemv)>("orb_blas_xdgemv");
+  static const auto real = ORB_TEST_NEXT(orb_blas_xdgemv);
   real(trans, m, n, alpha, a, lda, x, incx, beta, y, incy);
 }
 
@@ -65,7 +58,7 @@ extern "C" void *orb_serv_allocate(int64_t bytes, int alignment) {
   record.alloc_bytes.push_back(bytes);
   record.alloc_alignment.push_back(alignment);
   if (failing) return nullptr;
-  static const auto real = next<decltype(&orb_serv_allocate)>("orb_serv_allocate");
+  static const auto real = ORB_TEST_NEXT(orb_serv_allocate);
   void *p = real(bytes, alignment);
   if (p) std::memset(p, 0xff, static_cast<size_t>(bytes));
   return p;
@@ -76,12 +69,12 @@ extern "C" void orb_serv_deallocate(void *ptr) {
     std::lock_guard<std::mutex> g(lock);
     if (ptr) ++record.deallocations;
   }
-  static const auto real = next<decltype(&orb_serv_deallocate)>("orb_serv_deallocate");
+  static const auto real = ORB_TEST_NEXT(orb_serv_deallocate);
   real(ptr);
 }
 
 extern "C" int orb_serv_cbwr_get(int what) {
-  static const auto real = next<decltype(&orb_serv_cbwr_get)>("orb_serv_cbwr_get");
+  static const auto real = ORB_TEST_NEXT(orb_serv_cbwr_get);
   const int word = real(what);
   std::lock_guard<std::mutex> g(lock);
   return strict_mode && what == -1 ? word | ORB_CBWR_STRICT : word;

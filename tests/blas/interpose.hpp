@@ -5,6 +5,7 @@
 #pragma once
 
 #include <orb/orb_blas.h>
+#include <orb/orb_service.h>
 
 #include <vector>
 
@@ -39,5 +40,12 @@ struct Observed {
 void observe(bool fail_alloc = false, bool strict = false);
 //! Everything recorded since observe(); allocations and the mode are ordinary again.
 Observed observed();
+
+//! The calling thread's budget while it lives.
+struct Budget {
+  explicit Budget(int n) : previous(orb_serv_set_num_threads_local(n)) {}
+  ~Budget() { orb_serv_set_num_threads_local(previous); }
+  int previous;
+};
 
 }  // namespace orb::test

@@ -29,6 +29,8 @@ struct Broken {
   const char *provider, *message;
 };
 
+void PrintTo(const Broken &b, std::ostream *os) { *os << b.provider; }
+
 class BrokenProvider : public ::testing::TestWithParam<Broken> {};
 
 TEST_P(BrokenProvider, PrintsWhyAndExitsWithStatus69) {

@@ -17,19 +17,19 @@ void add_case(char ord, char ta, char tb, int64_t rows, int64_t cols, T alpha, T
   std::vector<T> A(size), B(size);
   for (int64_t k = 0; k < size; ++k) A[k] = value<T>(static_cast<int>(k)), B[k] = value<T>(static_cast<int>(3 * k + 1));
   // An operand with a zero scalar must not be read: NaN in it must not show.
-  const T nan = from<T>(cd(NAN, NAN));
-  if (to(alpha) == cd(0)) std::fill(A.begin(), A.end(), nan);
-  if (to(beta) == cd(0)) std::fill(B.begin(), B.end(), nan);
+  const T nan = narrow<T>(cld(NAN, NAN));
+  if (wide(alpha) == cld(0)) std::fill(A.begin(), A.end(), nan);
+  if (wide(beta) == cld(0)) std::fill(B.begin(), B.end(), nan);
   const T sentinel = value<T>(-7);
   std::vector<T> C(size + 3, sentinel);
-  std::map<int64_t, cd> want;
+  std::map<int64_t, cld> want;
   auto op = [&](char t, const std::vector<T> &X, int64_t ld, int64_t i, int64_t j) {
-    const cd x = to(transposes(t) ? X[at(ord, ld, j, i)] : X[at(ord, ld, i, j)]);
-    return std::isnan(x.real()) ? cd(0) : apply(t, x);
+    const cld x = wide(transposes(t) ? X[at(ord, ld, j, i)] : X[at(ord, ld, i, j)]);
+    return std::isnan(x.real()) ? cld(0) : apply(t, x);
   };
   for (int64_t i = 0; i < rows; ++i)
     for (int64_t j = 0; j < cols; ++j)
-      want[at(ord, c_is_a ? lda : ldc, i, j)] = to(alpha) * op(ta, A, lda, i, j) + to(beta) * op(tb, B, ldb, i, j);
+      want[at(ord, c_is_a ? lda : ldc, i, j)] = wide(alpha) * op(ta, A, lda, i, j) + wide(beta) * op(tb, B, ldb, i, j);
   T *out = c_is_a ? A.data() : C.data();
   EXPECT_EQ(Api<T>::omatadd(ord, ta, tb, rows, cols, alpha, A.data(), lda, beta, B.data(), ldb, out,
                             c_is_a ? lda : ldc), 0);
@@ -42,7 +42,7 @@ void add_case(char ord, char ta, char tb, int64_t rows, int64_t cols, T alpha, T
 
 template <class T>
 void every_case(char ord, char ta, char tb) {
-  const T alpha = value<T>(1), beta = value<T>(5), zero = from<T>(0);
+  const T alpha = value<T>(1), beta = value<T>(5), zero = narrow<T>(0);
   add_case<T>(ord, ta, tb, 3, 5, alpha, beta);
   add_case<T>(ord, ta, tb, 40, 33, alpha, beta);
   add_case<T>(ord, ta, tb, 4, 2, zero, beta);

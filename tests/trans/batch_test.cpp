@@ -45,7 +45,7 @@ TEST_P(GroupBatch, WalksPointersAcrossGroups) {
   const auto [width, in_place] = GetParam();
   const int64_t rows64[] = {2, 9, 3}, cols64[] = {3, 9, 2}, lda64[] = {2, 9, 3}, ldb64[] = {3, 9, 4};
   const int32_t rows32[] = {2, 9, 3}, cols32[] = {3, 9, 2}, lda32[] = {2, 9, 3}, ldb32[] = {3, 9, 4};
-  auto pick = [&](const int32_t *narrow, const int64_t *wide) { return width == 1 ? (const void *)narrow : wide; };
+  auto pick = [&](const int32_t *n32, const int64_t *n64) { return width == 1 ? (const void *)n32 : n64; };
   const char trans[] = {'T', 'N', 'T'};
   const double alpha[] = {2.0, 5.0, -1.0};
   const int64_t group_size[] = {2, 0, 3};
@@ -90,7 +90,7 @@ TEST(GroupBatch, UnknownWidthReportsEveryMatrix) {
     ASSERT_EQ(calls.size(), 3u);
     EXPECT_EQ(calls[2].trans, 'T');
     for (const auto &c : calls) EXPECT_EQ(c.rows, -1);
-    EXPECT_EQ(Reports::log(), (ReportLog(3, {"DOMATCOPY", 3})));
+    EXPECT_EQ(Reports::taken(), (Reports::Log(3, {"DOMATCOPY", 3})));
     EXPECT_EQ(buf, std::vector<double>(9, 4.0));
   }
   EXPECT_TRUE(observe([&] {
@@ -116,7 +116,7 @@ TEST(BatchEntry, ReportsBeforeAnyMatrix) {
   for (const auto &[call, report] : cases) {
     Reports reports;
     EXPECT_TRUE(observe(call).empty()) << report.first << " " << report.second;
-    EXPECT_EQ(Reports::log(), ReportLog(1, report));
+    EXPECT_EQ(Reports::taken(), Reports::Log(1, report));
   }
 }
 

@@ -14,13 +14,13 @@ int64_t extent(char ord, int64_t ld, int64_t rows, int64_t cols, int64_t stride 
 
 //! Where element (i, j) of the rows x cols source lands, and its value.
 template <class T>
-std::map<int64_t, cd> reference(char ord, char tr, int64_t rows, int64_t cols, T alpha, const std::vector<T> &A,
+std::map<int64_t, cld> reference(char ord, char tr, int64_t rows, int64_t cols, T alpha, const std::vector<T> &A,
                                 int64_t lda, int64_t sa, int64_t ldb, int64_t sb) {
-  std::map<int64_t, cd> want;
+  std::map<int64_t, cld> want;
   for (int64_t i = 0; i < rows; ++i)
     for (int64_t j = 0; j < cols; ++j) {
       const int64_t dest = transposes(tr) ? at(ord, ldb, j, i, sb) : at(ord, ldb, i, j, sb);
-      want[dest] = to(alpha) * apply(tr, to(A[at(ord, lda, i, j, sa)]));
+      want[dest] = wide(alpha) * apply(tr, wide(A[at(ord, lda, i, j, sa)]));
     }
   return want;
 }
@@ -51,8 +51,8 @@ void in_place(char ord, char tr, int64_t rows, int64_t cols, int64_t lda, int64_
   std::vector<T> AB(used + 3);
   for (size_t k = 0; k < AB.size(); ++k) AB[k] = value<T>(static_cast<int>(k));
   const T alpha = value<T>(4);
-  std::map<int64_t, cd> want = reference(ord, tr, rows, cols, alpha, AB, lda, 1, ldb, 1);
-  for (int64_t k = used; k < used + 3; ++k) want[k] = to(AB[k]);
+  std::map<int64_t, cld> want = reference(ord, tr, rows, cols, alpha, AB, lda, 1, ldb, 1);
+  for (int64_t k = used; k < used + 3; ++k) want[k] = wide(AB[k]);
   Api<T>::imatcopy(ord, tr, rows, cols, alpha, AB.data(), lda, ldb);
   expect_exactly(AB, want, static_cast<const T *>(nullptr),
                  std::string("in place ") + ord + tr + " " + std::to_string(rows) + "x" + std::to_string(cols) +

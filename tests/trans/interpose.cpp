@@ -2,8 +2,6 @@
 // record what the threading layer asks for, then forward to the real ones.
 #include "trans_support.hpp"
 
-#include <dlfcn.h>
-
 namespace orb::test {
 bool fail_scratch = false;
 namespace {
@@ -24,21 +22,16 @@ void record(CoreCall call) {
 
 using orb::test::record;
 
-template <class F>
-F next(const char *name) {
-  return reinterpret_cast<F>(dlsym(RTLD_NEXT, name));
-}
-
 extern "C" int orb_trans_orb_domatcopy(char o, char t, ORB_INT r, ORB_INT c, double alpha, const double *A,
                                        ORB_INT lda, double *B, ORB_INT ldb) {
-  static auto real = next<decltype(&orb_trans_orb_domatcopy)>("orb_trans_orb_domatcopy");
+  static const auto real = ORB_TEST_NEXT(orb_trans_orb_domatcopy);
   record({"omatcopy", t, r, c, lda, ldb, alpha, A, B});
   return real(o, t, r, c, alpha, A, lda, B, ldb);
 }
 
 extern "C" int orb_trans_orb_dimatcopy(char o, char t, ORB_INT r, ORB_INT c, double alpha, double *AB, ORB_INT lda,
                                        ORB_INT ldb) {
-  static auto real = next<decltype(&orb_trans_orb_dimatcopy)>("orb_trans_orb_dimatcopy");
+  static const auto real = ORB_TEST_NEXT(orb_trans_orb_dimatcopy);
   record({"imatcopy", t, r, c, lda, ldb, alpha, AB, AB});
   return real(o, t, r, c, alpha, AB, lda, ldb);
 }
@@ -46,7 +39,7 @@ extern "C" int orb_trans_orb_dimatcopy(char o, char t, ORB_INT r, ORB_INT c, dou
 #define ORB_RECORD_OMATADD(name)                                                                                  \
   extern "C" int name(char o, char ta, char tb, ORB_INT r, ORB_INT c, double alpha, const double *A, ORB_INT lda, \
                       double beta, const double *B, ORB_INT ldb, double *C, ORB_INT ldc) {                       \
-    static auto real = next<decltype(&name)>(#name);                                                             \
+    static const auto real = ORB_TEST_NEXT(name);                                                                \
     record({#name, ta, r, c, lda, ldb, alpha, A, C});                                                            \
     return real(o, ta, tb, r, c, alpha, A, lda, beta, B, ldb, C, ldc);                                           \
   }
@@ -54,6 +47,6 @@ ORB_RECORD_OMATADD(orb_trans_orb_domatadd)
 ORB_RECORD_OMATADD(orb_trans_orb_domatadd_seq)
 
 extern "C" void *orb_serv_malloc(int64_t bytes, int alignment) {
-  static auto real = next<decltype(&orb_serv_malloc)>("orb_serv_malloc");
+  static const auto real = ORB_TEST_NEXT(orb_serv_malloc);
   return orb::test::fail_scratch ? nullptr : real(bytes, alignment);
 }

@@ -1,21 +1,17 @@
 // Shared pieces of the copy and transposition tests: the routines of each
-// precision, test values, a naive reference, and captured error reports.
+// precision, test values, and what the layer asks of the core.
 #pragma once
 
-#include <orb/orb_service.h>
 #include <orb/orb_trans.h>
 
-#include <gtest/gtest.h>
+#include "dense.hpp"
+#include "hooks.hpp"
 
-#include <complex>
 #include <functional>
 #include <map>
 #include <string>
-#include <vector>
 
 namespace orb::test {
-
-using cd = std::complex<double>;
 
 template <class T>
 struct Api;
@@ -35,21 +31,11 @@ ORB_TEST_API(c, ORB_Complex8, 1e-5)
 ORB_TEST_API(z, ORB_Complex16, 1e-13)
 #undef ORB_TEST_API
 
-template <class T>
-T from(cd x) {
-  if constexpr (std::is_arithmetic_v<T>) return static_cast<T>(x.real());
-  else return T{static_cast<decltype(T{}.real)>(x.real()), static_cast<decltype(T{}.real)>(x.imag())};
-}
-template <class T>
-cd to(T x) {
-  if constexpr (std::is_arithmetic_v<T>) return cd(x, 0);
-  else return cd(x.real, x.imag);
-}
 //! Distinct values, with an imaginary part for the complex types.
 template <class T>
-T value(int k) { return from<T>(cd(k + 1.25, -0.5 - k % 7)); }
+T value(int k) { return narrow<T>(cld(k + 1.25, -0.5 - k % 7)); }
 //! op(x) of one element: conjugated for 'R' and 'C'.
-inline cd apply(char trans, cd x) { return trans == 'R' || trans == 'C' ? std::conj(x) : x; }
+inline cld apply(char trans, cld x) { return trans == 'R' || trans == 'C' ? std::conj(x) : x; }
 inline bool transposes(char trans) { return trans == 'T' || trans == 'C'; }
 //! Offset of element (i, j) for an ordering, leading dimension and line stride.
 inline int64_t at(char ord, int64_t ld, int64_t i, int64_t j, int64_t stride = 1) {
@@ -59,32 +45,18 @@ inline int64_t at(char ord, int64_t ld, int64_t i, int64_t j, int64_t stride = 1
 //! buf holds `want` at its offsets and, given a sentinel, the sentinel
 //! everywhere else (without one, other offsets are not looked at).
 template <class T>
-void expect_exactly(const std::vector<T> &buf, const std::map<int64_t, cd> &want, const T *sentinel,
+void expect_exactly(const std::vector<T> &buf, const std::map<int64_t, cld> &want, const T *sentinel,
                     const std::string &what) {
   int wrong = 0;
   for (int64_t k = 0; k < static_cast<int64_t>(buf.size()); ++k) {
     const auto it = want.find(k);
     if (it == want.end() && !sentinel) continue;
-    const cd got = to(buf[k]), expected = it == want.end() ? to(*sentinel) : it->second;
+    const cld got = wide(buf[k]), expected = it == want.end() ? wide(*sentinel) : it->second;
     if (std::abs(got - expected) > Api<T>::tol * (1 + std::abs(expected)) && ++wrong <= 3)
       ADD_FAILURE() << what << ": offset " << k << " holds " << got << ", expected " << expected;
   }
   EXPECT_EQ(wrong, 0) << what;
 }
-
-using ReportLog = std::vector<std::pair<std::string, int>>;
-
-//! Captures error reports while alive, in place of the installed handler.
-struct Reports {
-  Reports() : previous(orb_serv_set_xerbla(capture)) { log().clear(); }
-  ~Reports() { orb_serv_set_xerbla(previous); }
-  static ReportLog &log() {
-    static ReportLog entries;
-    return entries;
-  }
-  static void capture(const char *name, const int *info, int len) { log().emplace_back(std::string(name, len), *info); }
-  orb_xerbla_fn previous;
-};
 
 //! A call of the core's double routines, recorded by the interposers.
 struct CoreCall {
