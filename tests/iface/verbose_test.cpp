@@ -10,8 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "capture.hpp"
-#include "probe.hpp"
+#include "process.hpp"
 
 namespace {
 
@@ -52,7 +51,7 @@ class IfaceVerbose : public ::testing::TestWithParam<VerboseCase> {};
 
 TEST_P(IfaceVerbose, OneLinePerCallAfterTheHeader) {
   const VerboseCase &c = GetParam();
-  const auto r = run_probe("iface_verbose_probe", {c.form}, {"ORB_VERBOSE=1"});
+  const auto r = run_probe({"calls", c.form}, {"ORB_VERBOSE=1"});
   ASSERT_EQ(r.exit_code, 0) << r.err;
   const auto lines = lines_with(r.out, "ORB_VERBOSE ");
   ASSERT_EQ(lines.size(), c.calls.size() + 1) << r.out;
@@ -63,7 +62,7 @@ TEST_P(IfaceVerbose, OneLinePerCallAfterTheHeader) {
 }
 
 TEST_P(IfaceVerbose, SilentWhenVerboseModeIsOff) {
-  const auto r = run_probe("iface_verbose_probe", {GetParam().form}, {});
+  const auto r = run_probe({"calls", GetParam().form});
   ASSERT_EQ(r.exit_code, 0) << r.err;
   EXPECT_EQ(r.out.find("ORB_VERBOSE"), std::string::npos) << r.out;
 }
