@@ -12,9 +12,8 @@
 namespace orb::test {
 
 struct GemmCall {
-  char transa, transb;
   const ORB_INT *m_ptr;
-  ORB_INT m, n, k, lda, ldb, ldc;
+  ORB_INT m, n, k, ldc;
   const double *a, *b;
   double *c;
   double beta;
@@ -23,8 +22,6 @@ struct GemmCall {
 struct GemvCall {
   char trans;
   ORB_INT m, n, incx, incy;
-  const double *a, *x;
-  double *y;
 };
 
 struct Observed {
