@@ -36,7 +36,7 @@ struct GemmCase {
 
 template <class T>
 void run_gemm(const GemmCase &p) {
-  SCOPED_TRACE(sizeof(T));
+  SCOPED_TRACE(letter_v<T>);
   const bool a_n = (p.ta | 0x20) == 'n', b_n = (p.tb | 0x20) == 'n';
   const auto ld = [&](ORB_INT rows) { return std::max<ORB_INT>(rows + p.pad, 1); };
   const ORB_INT lda = ld(a_n ? p.m : p.k), ldb = ld(b_n ? p.k : p.n), ldc = ld(p.m);
@@ -65,10 +65,7 @@ void PrintTo(const GemmCase &c, std::ostream *os) { *os << c.name; }
 class GemmResults : public ::testing::TestWithParam<GemmCase> {};
 
 TEST_P(GemmResults, MatchesNaiveProductInEveryPrecision) {
-  run_gemm<float>(GetParam());
-  run_gemm<double>(GetParam());
-  run_gemm<ORB_Complex8>(GetParam());
-  run_gemm<ORB_Complex16>(GetParam());
+  for_each_precision([&](auto t) { run_gemm<decltype(t)>(GetParam()); });
 }
 
 std::vector<GemmCase> gemm_cases() {
@@ -114,6 +111,7 @@ struct GemvCase {
 
 template <class T>
 void run_gemv(const GemvCase &g) {
+  SCOPED_TRACE(letter_v<T>);
   const bool as_stored = g.trans == 'N';
   const ORB_INT lda = g.m + 2, lenx = as_stored ? g.n : g.m, leny = as_stored ? g.m : g.n;
   const auto a = random_matrix<T>(g.m, g.n, lda, 4);
@@ -141,10 +139,7 @@ void PrintTo(const GemvCase &c, std::ostream *os) { *os << c.name; }
 class GemvResults : public ::testing::TestWithParam<GemvCase> {};
 
 TEST_P(GemvResults, MatchesNaiveProductInEveryPrecision) {
-  run_gemv<float>(GetParam());
-  run_gemv<double>(GetParam());
-  run_gemv<ORB_Complex8>(GetParam());
-  run_gemv<ORB_Complex16>(GetParam());
+  for_each_precision([&](auto t) { run_gemv<decltype(t)>(GetParam()); });
 }
 
 INSTANTIATE_TEST_SUITE_P(Gemv, GemvResults,

@@ -4,9 +4,8 @@
 // the probe afresh.
 #include <gtest/gtest.h>
 
-#include <cctype>
 #include <ostream>
-#include <sstream>
+#include <regex>
 #include <string>
 #include <vector>
 
@@ -28,23 +27,9 @@ void PrintTo(const VerboseCase &c, std::ostream *os) { *os << c.form; }
 // The call text of a verbose line with its addresses replaced by @, or ""
 // when the rest of the line is not a time and the settings.
 std::string call_text(const std::string &line) {
-  std::istringstream in(line);
-  std::string tag, call, time, cnr, dyn, fastmm;
-  in >> tag >> call >> time >> cnr >> dyn >> fastmm;
-  const bool unit = time.size() > 1 && std::isdigit(static_cast<unsigned char>(time[0])) && time.back() == 's';
-  if (!unit || cnr.compare(0, 4, "CNR:") != 0 || dyn != "Dyn:1" || fastmm.compare(0, 7, "FastMM:") != 0) return "";
-  std::string out;
-  for (size_t i = 0; i < call.size(); ++i) {
-    if (call.compare(i, 2, "0x") == 0) {
-      out += '@';
-      for (i += 2; i < call.size() && std::isxdigit(static_cast<unsigned char>(call[i])); ++i) {
-      }
-      --i;
-    } else {
-      out += call[i];
-    }
-  }
-  return out;
+  static const std::regex shape(R"(ORB_VERBOSE (\S+) [0-9.]+[mun]?s CNR:\S+ Dyn:1 FastMM:[01])");
+  std::smatch m;
+  return std::regex_match(line, m, shape) ? std::regex_replace(m[1].str(), std::regex("0x[0-9a-fA-F]+"), "@") : "";
 }
 
 class IfaceVerbose : public ::testing::TestWithParam<VerboseCase> {};

@@ -35,10 +35,23 @@ T narrow(cld v) {
     return static_cast<T>(v.real());
 }
 
+//! The letter of an element type in the routines' names.
+template <class T>
+constexpr char letter_v = std::is_same_v<T, float>    ? 's'
+                          : std::is_same_v<T, double> ? 'd'
+                          : sizeof(T) == 8            ? 'c'
+                                                      : 'z';
+
+//! Calls f with a value of each element type in turn.
+template <class F>
+void for_each_precision(F &&f) {
+  f(float{}), f(double{}), f(ORB_Complex8{}), f(ORB_Complex16{});
+}
+
 template <class T>
 constexpr long double unit_roundoff() {
-  if constexpr (std::is_same_v<T, float> || std::is_same_v<T, ORB_Complex8>) return std::numeric_limits<float>::epsilon();
-  return std::numeric_limits<double>::epsilon();
+  return letter_v<T> == 's' || letter_v<T> == 'c' ? std::numeric_limits<float>::epsilon()
+                                                  : std::numeric_limits<double>::epsilon();
 }
 
 //! A rows x cols matrix with leading dimension ld; entries in [-1, 1), padding rows hold 7.

@@ -135,11 +135,8 @@ void every_case(char ord, char tr) {
 class TransCodes : public ::testing::TestWithParam<std::tuple<char, char>> {};
 
 TEST_P(TransCodes, MatchNaiveReference) {
-  const auto [ord, tr] = GetParam();
-  every_case<float>(ord, tr);
-  every_case<double>(ord, tr);
-  every_case<ORB_Complex8>(ord, tr);
-  every_case<ORB_Complex16>(ord, tr);
+  const char ord = std::get<0>(GetParam()), tr = std::get<1>(GetParam());
+  for_each_precision([&](auto t) { every_case<decltype(t)>(ord, tr); });
 }
 
 INSTANTIATE_TEST_SUITE_P(All, TransCodes,
@@ -192,11 +189,8 @@ void every_case(char ord, char ta, char tb) {
 class AddCodes : public ::testing::TestWithParam<std::tuple<char, char, char>> {};
 
 TEST_P(AddCodes, MatchNaiveReference) {
-  const auto [ord, ta, tb] = GetParam();
-  every_case<float>(ord, ta, tb);
-  every_case<double>(ord, ta, tb);
-  every_case<ORB_Complex8>(ord, ta, tb);
-  every_case<ORB_Complex16>(ord, ta, tb);
+  const char ord = std::get<0>(GetParam()), ta = std::get<1>(GetParam()), tb = std::get<2>(GetParam());
+  for_each_precision([&](auto t) { every_case<decltype(t)>(ord, ta, tb); });
 }
 
 INSTANTIATE_TEST_SUITE_P(All, AddCodes,
