@@ -1,7 +1,7 @@
 // The threader services of the statistics (stx) and data-fitting (df)
 // modules, inside arenas larger than this machine so that requests of more
 // than two threads take every path: the parallel loop, nested and concurrent
-// loops, sections, the ordered loop and the thread limit.
+// loops, sections and the ordered loop.
 #include "ewf/threader_chunks.hpp"
 
 #include <orb/orb_threader.h>
@@ -13,6 +13,7 @@
 #include <array>
 #include <atomic>
 #include <memory>
+#include <numeric>
 #include <ostream>
 #include <thread>
 #include <vector>
@@ -29,12 +30,10 @@ struct ThreaderSet {
   void (*loop)(int64_t, int, void *, orb_threader_fn);
   void (*ordered_loop)(int64_t, int, void *, orb_threader_fn);
   void (*sections)(int, void *, orb_threader_fn);
-  int (*limit)(void);
 };
 const ThreaderSet kStx{"stx", orb_stx_serv_threader_for, orb_stx_serv_threader_for_ordered,
-                       orb_stx_serv_threader_sections, orb_stx_serv_threader_get_num_threads_limit};
-const ThreaderSet kDf{"df", orb_df_serv_threader_for, orb_df_serv_threader_for_ordered, orb_df_serv_threader_sections,
-                      orb_df_serv_threader_get_num_threads_limit};
+                       orb_stx_serv_threader_sections};
+const ThreaderSet kDf{"df", orb_df_serv_threader_for, orb_df_serv_threader_for_ordered, orb_df_serv_threader_sections};
 
 //! Per index: how often it was called, with which thread number and count,
 //! and how many calls that thread number had received before it.
@@ -61,11 +60,7 @@ struct Recorder {
     return 0;
   }
 
-  int total() const {
-    int sum = 0;
-    for (const auto &c : calls) sum += c;
-    return sum;
-  }
+  int total() const { return std::accumulate(calls.begin(), calls.end(), 0); }
 
   std::vector<std::atomic<int>> calls, thread, nthreads, position;
   std::atomic<int> received[kNumbers] = {}, busy[kNumbers] = {};
@@ -225,15 +220,6 @@ TEST(ThreaderForOrdered, RunsInOrderOnTheCaller) {
         ASSERT_EQ(log.indices.size(), static_cast<size_t>(n > 0 ? n : 0)) << set->name;
         for (int i = 0; i < n; ++i) EXPECT_EQ(log.indices[i], i);
       }
-}
-
-TEST(ThreaderLimit, IsTheCurrentArenasConcurrency) {
-  for (const ThreaderSet *set : {&kStx, &kDf})
-    for (int p : {1, 3, 8}) {
-      int seen = -1;
-      tbb::task_arena(p).execute([&] { seen = set->limit(); });
-      EXPECT_EQ(seen, p) << set->name;
-    }
 }
 
 }  // namespace

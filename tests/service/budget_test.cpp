@@ -1,4 +1,4 @@
-// The per-thread budget and the hooks, in this process.
+// The per-thread budget, the error hook and the default pivot, in this process.
 #include <orb/orb_service.h>
 
 #include <gtest/gtest.h>
@@ -80,22 +80,6 @@ TEST(XerblaHook, InterfaceInstallerNeverReplacesAndNullReportsNothing) {
   EXPECT_EQ(orb_serv_set_xerbla(saved), Reports::record);
 }
 
-int recording_progress(int *thread, int *step, char *stage, int len) {
-  return *thread + *step + len + (stage[0] == 'F' ? 100 : 0);
-}
-
-TEST(ProgressHook, PassesArgumentsThroughAndIsNotReplacedByTheInterface) {
-  int thread = 1, step = 2;
-  char stage[] = "FACTOR";
-  const orb_progress_fn saved = orb_serv_set_progress(nullptr);
-  EXPECT_EQ(orb_serv_progress(&thread, &step, stage, 6), 0);  // none installed
-  orb_serv_set_progress_interface(recording_progress);
-  EXPECT_EQ(orb_serv_progress(&thread, &step, stage, 6), 109);
-  orb_serv_set_progress_interface(nullptr);
-  EXPECT_EQ(orb_serv_progress(&thread, &step, stage, 6), 109);
-  orb_serv_set_progress(saved);
-}
-
 struct PivotCase {
   double a;
   int replaced;
@@ -117,22 +101,6 @@ INSTANTIATE_TEST_SUITE_P(Values, DefaultPivot,
                                            PivotCase{-5e-9, 1, -1e-8}, PivotCase{1e-8, 1, 1e-8},
                                            PivotCase{-1e-8, 1, -1e-8}, PivotCase{2e-8, 0, 2e-8},
                                            PivotCase{-3.0, 0, -3.0}));
-
-int doubling_pivot(const void *, double *a, const double *) {
-  *a *= 2;
-  return 7;
-}
-
-TEST(PivotHook, InstalledCallbackReplacesTheDefault) {
-  const double eps = 1.0;
-  double a = 0.25;
-  orb_serv_set_kestrel_pivot(doubling_pivot);
-  EXPECT_EQ(orb_serv_kestrel_pivot(nullptr, &a, &eps), 7);
-  EXPECT_EQ(a, 0.5);
-  orb_serv_set_kestrel_pivot(nullptr);
-  EXPECT_EQ(orb_serv_kestrel_pivot(nullptr, &a, &eps), 1);  // the default again: 0.5 is within eps
-  EXPECT_EQ(a, 1.0);
-}
 
 }  // namespace
 }  // namespace orb::test

@@ -2,8 +2,8 @@
 // output file and its fallback, and the header printed once per process.
 //
 // Cases that need a fresh header or the environment's output file run the
-// verbose probe; the others run here with the core's reproducibility mode,
-// memory manager status and output file name interposed.
+// probe; the others run here, writing to standard output, with the core's
+// reproducibility mode and memory manager status interposed.
 #include <gtest/gtest.h>
 #include <orb/orb_service.h>
 #include <unistd.h>
@@ -23,10 +23,9 @@
 
 namespace {
 
-// What the interposed core services answer; -1 / nullptr: ask the core.
+// What the interposed core services answer; -1: ask the core.
 std::atomic<int> forced_cbwr{-1};
 std::atomic<int> forced_fast_mm{-1};
-std::atomic<const char *> forced_output_file{nullptr};
 
 }  // namespace
 
@@ -40,12 +39,6 @@ extern "C" int orb_serv_get_fast_mm_status(void) {
   static const auto core = ORB_TEST_NEXT(orb_serv_get_fast_mm_status);
   const int status = forced_fast_mm.load();
   return status < 0 ? core() : status;
-}
-
-extern "C" const char *orb_serv_verbose_output_file_mode(void) {
-  static const auto core = ORB_TEST_NEXT(orb_serv_verbose_output_file_mode);
-  const char *name = forced_output_file.load();
-  return name ? name : core();
 }
 
 namespace {
@@ -73,14 +66,11 @@ class VerboseLines : public ::testing::TestWithParam<LineCase> {
     // The header belongs to the first report of the process; print it here
     // so that every case below sees its own line only.
     OutputCapture quiet;
-    forced_output_file = "";
     orb_serv_print_verbose_header(1);
-    forced_output_file = nullptr;
   }
   void TearDown() override {
     forced_cbwr = -1;
     forced_fast_mm = -1;
-    forced_output_file = nullptr;
   }
 };
 
@@ -88,7 +78,6 @@ TEST_P(VerboseLines, OneReportWritesOneLine) {
   const LineCase &c = GetParam();
   forced_cbwr = c.cbwr;
   forced_fast_mm = c.fast_mm;
-  forced_output_file = "";
   OutputCapture capture;
   orb_serv_print_verbose_info(1, c.text, c.seconds);
   capture.finish();

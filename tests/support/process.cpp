@@ -1,7 +1,5 @@
 #include "process.hpp"
 
-#include <fcntl.h>
-#include <poll.h>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -13,8 +11,28 @@
 
 namespace orb::test {
 
+namespace {
+
+// A temporary file, already unlinked, that holds what is written to it.
+int temporary_file() {
+  char name[] = "/tmp/orb_output_XXXXXX";
+  const int fd = mkstemp(name);
+  if (fd >= 0) unlink(name);
+  return fd;
+}
+
+std::string read_and_close(int fd) {
+  std::string text;
+  char buf[4096];
+  lseek(fd, 0, SEEK_SET);
+  for (ssize_t n; (n = read(fd, buf, sizeof buf)) > 0;) text.append(buf, static_cast<size_t>(n));
+  close(fd);
+  return text;
+}
+
+}  // namespace
+
 ProbeResult run_probe(const std::vector<std::string> &args, const std::vector<std::string> &env) {
-  ProbeResult r;
   const std::string path = std::string(ORB_PROBE_DIR) + "/probe";
   std::vector<std::string> envs = env;
   for (const char *keep : {"LD_LIBRARY_PATH", "ASAN_OPTIONS", "UBSAN_OPTIONS", "TSAN_OPTIONS", "PATH"})
@@ -25,36 +43,20 @@ ProbeResult run_probe(const std::vector<std::string> &args, const std::vector<st
   argv.push_back(nullptr);
   envp.push_back(nullptr);
 
-  int out_pipe[2], err_pipe[2];
-  if (pipe2(out_pipe, O_CLOEXEC) != 0 || pipe2(err_pipe, O_CLOEXEC) != 0) return r;
+  const int out = temporary_file(), err = temporary_file();
   posix_spawn_file_actions_t fa;
   posix_spawn_file_actions_init(&fa);
-  posix_spawn_file_actions_adddup2(&fa, out_pipe[1], 1);
-  posix_spawn_file_actions_adddup2(&fa, err_pipe[1], 2);
+  posix_spawn_file_actions_adddup2(&fa, out, 1);
+  posix_spawn_file_actions_adddup2(&fa, err, 2);
   pid_t pid = -1;
-  const int rc = posix_spawn(&pid, path.c_str(), &fa, nullptr, argv.data(), envp.data());
+  const int rc = out < 0 || err < 0 ? EMFILE : posix_spawn(&pid, path.c_str(), &fa, nullptr, argv.data(), envp.data());
   posix_spawn_file_actions_destroy(&fa);
-  close(out_pipe[1]);
-  close(err_pipe[1]);
-  if (rc != 0) r.err = "cannot start " + path + ": " + std::strerror(rc);
-  // Read both pipes to their ends without letting either fill up.
-  pollfd fds[2] = {{out_pipe[0], POLLIN, 0}, {err_pipe[0], POLLIN, 0}};
-  char buf[4096];
-  for (int open = 2; open > 0 && poll(fds, 2, -1) >= 0;)
-    for (int i = 0; i < 2; ++i) {
-      if (fds[i].fd < 0 || !(fds[i].revents & (POLLIN | POLLHUP | POLLERR))) continue;
-      const ssize_t n = read(fds[i].fd, buf, sizeof buf);
-      if (n > 0) {
-        (i == 0 ? r.out : r.err).append(buf, static_cast<size_t>(n));
-      } else {
-        close(fds[i].fd);
-        fds[i].fd = -1;
-        --open;
-      }
-    }
+  ProbeResult r;
   int status = 0;
   if (rc == 0 && waitpid(pid, &status, 0) == pid)
     r.exit_code = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+  r.out = out < 0 ? "" : read_and_close(out);
+  r.err = (err < 0 ? "" : read_and_close(err)) + (rc == 0 ? "" : "cannot start " + path + ": " + std::strerror(rc));
   return r;
 }
 
@@ -74,13 +76,8 @@ std::string field(const std::string &text, const std::string &key) {
 OutputCapture::OutputCapture() {
   std::fflush(stdout);
   std::fflush(stderr);
-  for (int i = 0; i < 2; ++i) {
-    char name[] = "/tmp/orb_capture_XXXXXX";
-    if ((files_[i] = mkstemp(name)) < 0) continue;
-    unlink(name);
-    saved_[i] = dup(i + 1);
-    dup2(files_[i], i + 1);
-  }
+  for (int i = 0; i < 2; ++i)
+    if ((files_[i] = temporary_file()) >= 0) saved_[i] = dup(i + 1), dup2(files_[i], i + 1);
 }
 
 void OutputCapture::finish() {
@@ -88,12 +85,7 @@ void OutputCapture::finish() {
   std::fflush(stderr);
   for (int i = 0; i < 2; ++i) {
     if (saved_[i] >= 0) dup2(saved_[i], i + 1), close(saved_[i]), saved_[i] = -1;
-    if (files_[i] < 0) continue;
-    char buf[4096];
-    lseek(files_[i], 0, SEEK_SET);
-    for (ssize_t n; (n = read(files_[i], buf, sizeof buf)) > 0;) text_[i].append(buf, static_cast<size_t>(n));
-    close(files_[i]);
-    files_[i] = -1;
+    if (files_[i] >= 0) text_[i] = read_and_close(files_[i]), files_[i] = -1;
   }
 }
 
