@@ -11,12 +11,12 @@ namespace {
 
 template <class T>
 struct Drivers;
-#define ORB_TEST_DRIVERS(p, T)                             \
-  template <>                                              \
-  struct Drivers<T> {                                      \
-    static constexpr auto gemm = orb_blas_##p##gemm;       \
+#define ORB_TEST_DRIVERS(p, T)                                 \
+  template <>                                                  \
+  struct Drivers<T> {                                          \
+    static constexpr auto gemm = orb_blas_##p##gemm;           \
     static constexpr auto gemm_lp64 = orb_blas_lp64_##p##gemm; \
-    static constexpr auto gemv = orb_blas_##p##gemv;       \
+    static constexpr auto gemv = orb_blas_##p##gemv;           \
   };
 ORB_TEST_DRIVERS(s, float)
 ORB_TEST_DRIVERS(d, double)
