@@ -6,7 +6,6 @@
 //                               what OPENBLAS_NUM_THREADS holds afterwards
 //   probe env                   prints what the environment reader recorded
 //   probe cleanup N             registers N clean-ups that print their index at unload
-//   probe xerbla NAME INFO LEN  calls the default error handler
 //   probe header IFACE          prints the verbose header twice (only the first may appear)
 //   probe lines IFACE THREADS   THREADS threads report one call each, all at once
 //   probe calls fortran32|fortran64|cblas
@@ -119,11 +118,6 @@ int main(int argc, char **argv) {
       std::printf("registered=%d\n", i);
       std::fflush(stdout);
     }
-    return 0;
-  }
-  if (mode == "xerbla" && argc == 5) {
-    const int info = std::atoi(argv[3]);
-    orb_serv_default_xerbla(argv[2], &info, std::atoi(argv[4]));
     return 0;
   }
   if (mode == "header" && argc == 3) {

@@ -1,4 +1,5 @@
-// The per-thread budget, the error hook and the default pivot, in this process.
+// The per-thread budget, the error hook, the default error report and the
+// default pivot, in this process.
 #include <orb/orb_service.h>
 
 #include <gtest/gtest.h>
@@ -6,10 +7,12 @@
 #include <atomic>
 #include <cmath>
 #include <ostream>
+#include <string>
 #include <thread>
 #include <vector>
 
 #include "hooks.hpp"
+#include "process.hpp"
 
 namespace orb::test {
 namespace {
@@ -79,6 +82,37 @@ TEST(XerblaHook, InterfaceInstallerNeverReplacesAndNullReportsNothing) {
   orb_serv_set_xerbla_interface(Reports::record);  // empty slot: installs
   EXPECT_EQ(orb_serv_set_xerbla(saved), Reports::record);
 }
+
+struct XerblaCase {
+  const char *name;
+  int info, len;
+  const char *expected;  // text the report must hold; "" for no output at all
+};
+void PrintTo(const XerblaCase &c, std::ostream *os) { *os << c.name << " " << c.info << " " << c.len; }
+
+class DefaultXerbla : public ::testing::TestWithParam<XerblaCase> {};
+
+TEST_P(DefaultXerbla, PrintsTheCataloguedMessage) {
+  OutputCapture capture;
+  orb_serv_default_xerbla(GetParam().name, &GetParam().info, GetParam().len);
+  capture.finish();
+  const std::string &out = capture.out(), expected = GetParam().expected;
+  EXPECT_EQ(out.empty(), expected.empty()) << out;
+  EXPECT_NE(out.find(expected.empty() ? "" : "orb: error report"), std::string::npos) << out;
+  EXPECT_NE(out.find(expected), std::string::npos) << out;
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Codes, DefaultXerbla,
+    ::testing::Values(XerblaCase{"DGEMM", 3, 5, "parameter 3 was incorrect on entry to DGEMM"},
+                      XerblaCase{"DGEMM", -4, 5, "internal error 4 was reported by DGEMM"},
+                      XerblaCase{"DGEMM", 1000, 5, "not enough memory to run DGEMM"},
+                      XerblaCase{"DGETRF", 1001, 6, "DGETRF cannot run"},
+                      XerblaCase{"ptr_a", 1102, 5, "(ptr_a) is null"},
+                      XerblaCase{"SGEMM", 1225, 5, "SGEMM: a size exceeds"},
+                      // The name is cut at 20 characters and at len.
+                      XerblaCase{"ABCDEFGHIJKLMNOPQRSTUVWXYZ", 2, 26, "entry to ABCDEFGHIJKLMNOPQRST\n"},
+                      XerblaCase{"DGEMMXYZ", 2, 5, "entry to DGEMM\n"}, XerblaCase{"DGEMM", 2, -1, ""}));
 
 struct PivotCase {
   double a;

@@ -1,6 +1,5 @@
 // The environment as a fresh process reads it: recorded settings, the budget
-// they must not change, and MPI processes per node; clean-ups at unload and
-// the default error report, in a fresh process too.
+// they must not change, and MPI processes per node; and clean-ups at unload.
 #include "process.hpp"
 
 #include <orb/orb_service.h>
@@ -79,40 +78,6 @@ TEST(Cleanup, NinthRegistrationEndsTheProcessWithCode3) {
   EXPECT_NE(r.out.find("cleanup=7\ncleanup=6\n"), std::string::npos) << r.out;
   EXPECT_NE(r.out.find("cleanup=0\n"), std::string::npos) << r.out;
 }
-
-struct XerblaCase {
-  std::vector<std::string> args;  // name, info, len
-  std::string expected;           // text the report must hold; "" for no output at all
-};
-void PrintTo(const XerblaCase &c, std::ostream *os) { *os << c.args[0] << " " << c.args[1] << " " << c.args[2]; }
-
-class DefaultXerbla : public ::testing::TestWithParam<XerblaCase> {};
-
-TEST_P(DefaultXerbla, PrintsTheCataloguedMessage) {
-  std::vector<std::string> args{"xerbla"};
-  args.insert(args.end(), GetParam().args.begin(), GetParam().args.end());
-  const ProbeResult r = run_probe(args);
-  ASSERT_EQ(r.exit_code, 0) << r.err;
-  if (GetParam().expected.empty()) {
-    EXPECT_EQ(r.out, "");
-  } else {
-    EXPECT_NE(r.out.find("orb: error report"), std::string::npos) << r.out;
-    EXPECT_NE(r.out.find(GetParam().expected), std::string::npos) << r.out;
-  }
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Codes, DefaultXerbla,
-    ::testing::Values(XerblaCase{{"DGEMM", "3", "5"}, "parameter 3 was incorrect on entry to DGEMM"},
-                      XerblaCase{{"DGEMM", "-4", "5"}, "internal error 4 was reported by DGEMM"},
-                      XerblaCase{{"DGEMM", "1000", "5"}, "not enough memory to run DGEMM"},
-                      XerblaCase{{"DGETRF", "1001", "6"}, "DGETRF cannot run"},
-                      XerblaCase{{"ptr_a", "1102", "5"}, "(ptr_a) is null"},
-                      XerblaCase{{"SGEMM", "1225", "5"}, "SGEMM: a size exceeds"},
-                      // The name is cut at 20 characters and at len.
-                      XerblaCase{{"ABCDEFGHIJKLMNOPQRSTUVWXYZ", "2", "26"}, "entry to ABCDEFGHIJKLMNOPQRST\n"},
-                      XerblaCase{{"DGEMMXYZ", "2", "5"}, "entry to DGEMM\n"},
-                      XerblaCase{{"DGEMM", "2", "-1"}, ""}));
 
 }  // namespace
 }  // namespace orb::test
