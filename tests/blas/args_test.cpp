@@ -1,24 +1,14 @@
 // Illegal arguments: reported once, with the standard parameter number, and
 // nothing written, whether the call meets the kernel or a threaded driver.
-#include "dense.hpp"
+#include "hooks.hpp"
 #include "interpose.hpp"
 
-#include <orb/orb_service.h>
+#include <gtest/gtest.h>
 
-#include <cstring>
-#include <mutex>
 #include <string>
 
 namespace orb::test {
 namespace {
-
-std::mutex reports_lock;
-std::vector<std::pair<std::string, int>> reports;
-
-void record_report(const char *name, const int *info, int len) {
-  std::lock_guard<std::mutex> g(reports_lock);
-  reports.emplace_back(std::string(name, static_cast<size_t>(len)), *info);
-}
 
 enum class Entry { kernel, budget1, budget4, lp64 };
 
@@ -29,22 +19,21 @@ struct BadGemm {
   int info;
 };
 
-class GemmArgs : public ::testing::TestWithParam<std::tuple<BadGemm, Entry>> {
- protected:
-  void SetUp() override {
-    reports.clear();
-    previous_ = orb_serv_set_xerbla(record_report);
-  }
-  void TearDown() override { orb_serv_set_xerbla(previous_); }
-  orb_xerbla_fn previous_ = nullptr;
-};
+void PrintTo(const BadGemm &c, std::ostream *os) { *os << c.what; }
+void PrintTo(Entry e, std::ostream *os) {
+  static const char *const names[] = {"kernel", "budget1", "budget4", "lp64"};
+  *os << names[static_cast<int>(e)];
+}
+
+class GemmArgs : public ::testing::TestWithParam<std::tuple<BadGemm, Entry>> {};
 
 TEST_P(GemmArgs, ReportsTheFirstIllegalArgumentOnceAndWritesNothing) {
   const auto [bad, entry] = GetParam();
   const std::vector<double> a(4096, 1.0), b(4096, 1.0);
   std::vector<double> c(4096, 3.0);
   const double alpha = 1.0, beta = 0.0;
-  const int previous = orb_serv_set_num_threads_local(entry == Entry::budget4 ? 4 : 1);
+  Reports reports;
+  Budget budget(entry == Entry::budget4 ? 4 : 1);
   if (entry == Entry::kernel) {
     orb_blas_xdgemm(&bad.ta, &bad.tb, &bad.m, &bad.n, &bad.k, &alpha, a.data(), &bad.lda, b.data(), &bad.ldb,
                     &beta, c.data(), &bad.ldc);
@@ -55,10 +44,7 @@ TEST_P(GemmArgs, ReportsTheFirstIllegalArgumentOnceAndWritesNothing) {
     orb_blas_dgemm(&bad.ta, &bad.tb, &bad.m, &bad.n, &bad.k, &alpha, a.data(), &bad.lda, b.data(), &bad.ldb,
                    &beta, c.data(), &bad.ldc);
   }
-  orb_serv_set_num_threads_local(previous);
-  ASSERT_EQ(reports.size(), 1u);
-  EXPECT_EQ(reports[0].first, "DGEMM");
-  EXPECT_EQ(reports[0].second, bad.info);
+  EXPECT_EQ(Reports::taken(), (Reports::Log{{"DGEMM", bad.info}}));
   EXPECT_EQ(c, std::vector<double>(4096, 3.0));
 }
 
@@ -73,8 +59,7 @@ const BadGemm kBadGemm[] = {
 };
 
 std::string case_name(const ::testing::TestParamInfo<std::tuple<BadGemm, Entry>> &info) {
-  static const char *const entries[] = {"kernel", "budget1", "budget4", "lp64"};
-  return std::string(std::get<0>(info.param).what) + "_" + entries[static_cast<int>(std::get<1>(info.param))];
+  return std::string(std::get<0>(info.param).what) + "_" + ::testing::PrintToString(std::get<1>(info.param));
 }
 
 INSTANTIATE_TEST_SUITE_P(Dgemm, GemmArgs,
@@ -84,8 +69,7 @@ INSTANTIATE_TEST_SUITE_P(Dgemm, GemmArgs,
                          case_name);
 
 TEST(BlasArgs, EveryPrecisionReportsUnderItsOwnName) {
-  reports.clear();
-  const orb_xerbla_fn previous = orb_serv_set_xerbla(record_report);
+  Reports reports;
   const ORB_INT m = 4, n = 4, k = 4, bad_ld = 2, ld = 4, inc = 1, zero_inc = 0;
   float fs[16] = {}, f1 = 1;
   double ds[16] = {}, d1 = 1;
@@ -98,10 +82,9 @@ TEST(BlasArgs, EveryPrecisionReportsUnderItsOwnName) {
   orb_blas_zgemv("N", &m, &n, &z1, zs, &ld, zs, &inc, &z1, zs, &zero_inc);
   orb_blas_lp64_sgemv("Y", nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr);
   orb_blas_dgemm("N", "N", nullptr, &n, &k, &d1, ds, &ld, ds, &ld, &d1, ds, &ld);
-  orb_serv_set_xerbla(previous);
-  const std::vector<std::pair<std::string, int>> expected = {{"SGEMM", 13}, {"CGEMM", 8}, {"ZGEMM", 2}, {"DGEMV", 8},
-                                                             {"ZGEMV", 11}, {"SGEMV", 1}, {"DGEMM", 3}};
-  EXPECT_EQ(reports, expected);
+  const Reports::Log expected = {{"SGEMM", 13}, {"CGEMM", 8}, {"ZGEMM", 2}, {"DGEMV", 8},
+                                 {"ZGEMV", 11}, {"SGEMV", 1},  {"DGEMM", 3}};
+  EXPECT_EQ(Reports::taken(), expected);
 }
 
 }  // namespace

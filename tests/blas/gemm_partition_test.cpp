@@ -2,36 +2,28 @@
 #include "dense.hpp"
 #include "interpose.hpp"
 
-#include <orb/orb_service.h>
-
-#include <algorithm>
-#include <cmath>
+#include <ostream>
 #include <set>
+#include <string>
+#include <tuple>
 
 namespace orb::test {
 namespace {
 
 struct Product {
   ORB_INT m, n, k;
-  char ta = 'N', tb = 'N';
-  std::vector<double> a, b, c, c0;
-  ORB_INT lda, ldb, ldc;
+  char ta, tb;
+  ORB_INT lda = (ta == 'N' ? m : k) + 1, ldb = (tb == 'N' ? k : n) + 2, ldc = m + 3;
+  std::vector<double> a = random_matrix<double>(ta == 'N' ? m : k, ta == 'N' ? k : m, lda, 1);
+  std::vector<double> b = random_matrix<double>(tb == 'N' ? k : n, tb == 'N' ? n : k, ldb, 2);
+  std::vector<double> c0 = random_matrix<double>(m, n, ldc, 3), c = c0;
   double alpha = 1.0, beta = 0.5;
 
-  Product(ORB_INT m_, ORB_INT n_, ORB_INT k_, char ta_ = 'N', char tb_ = 'N') : m(m_), n(n_), k(k_), ta(ta_), tb(tb_) {
-    lda = (ta == 'N' ? m : k) + 1;
-    ldb = (tb == 'N' ? k : n) + 2;
-    ldc = m + 3;
-    a = random_matrix<double>(ta == 'N' ? m : k, ta == 'N' ? k : m, lda, 1);
-    b = random_matrix<double>(tb == 'N' ? k : n, tb == 'N' ? n : k, ldb, 2);
-    c = c0 = random_matrix<double>(m, n, ldc, 3);
-  }
   //! Runs orb_blas_dgemm with this budget and returns the kernel calls it made.
   Observed run(int budget, bool fail_alloc = false, bool strict = false) {
-    const int previous = orb_serv_set_num_threads_local(budget);
+    Budget with(budget);
     observe(fail_alloc, strict);
     orb_blas_dgemm(&ta, &tb, &m, &n, &k, &alpha, a.data(), &lda, b.data(), &ldb, &beta, c.data(), &ldc);
-    orb_serv_set_num_threads_local(previous);
     return observed();
   }
   ::testing::AssertionResult correct() const {
@@ -45,11 +37,15 @@ struct GridCase {
   ORB_INT m, n, budget, mt, nt;
 };
 
+void PrintTo(const GridCase &g, std::ostream *os) {
+  *os << g.m << "x" << g.n << " on " << g.budget << " as " << g.mt << "x" << g.nt;
+}
+
 class GemmGrid : public ::testing::TestWithParam<GridCase> {};
 
 TEST_P(GemmGrid, KernelCallsTileCOnTheExpectedGrid) {
   const GridCase g = GetParam();
-  Product p(g.m, g.n, 1, 'T', 'N');
+  Product p{g.m, g.n, 1, 'T', 'N'};
   const Observed o = p.run(static_cast<int>(g.budget));
   std::set<ORB_INT> row_starts, col_starts;
   ORB_INT area = 0;
@@ -78,7 +74,7 @@ INSTANTIATE_TEST_SUITE_P(Examples, GemmGrid,
                                            GridCase{1000, 384, 2, 1, 2}));
 
 TEST(GemmSplitK, HundredSquareLongKOnEightTakesEightSlicesAndSevenBuffers) {
-  Product p(100, 100, 10000);
+  Product p{100, 100, 10000, 'N', 'N'};
   const Observed o = p.run(8);
   ASSERT_EQ(o.alloc_bytes, std::vector<long>{7 * 10000 * 8});
   EXPECT_EQ(o.alloc_alignment, std::vector<int>{2048});
@@ -114,10 +110,11 @@ TEST(GemmSplitK, EmptySliceAddsNothing) {
     for (ORB_INT j = 0; j < n; ++j) b[l + j * k] = static_cast<float>((l * 7 + j) % 3);
   }
   const float alpha = 1.0f, beta = 0.0f;
-  const int previous = orb_serv_set_num_threads_local(static_cast<int>(P));
-  observe();
-  orb_blas_sgemm("N", "N", &m, &n, &k, &alpha, a.data(), &m, b.data(), &k, &beta, c.data(), &m);
-  orb_serv_set_num_threads_local(previous);
+  {
+    Budget budget(static_cast<int>(P));
+    observe();
+    orb_blas_sgemm("N", "N", &m, &n, &k, &alpha, a.data(), &m, b.data(), &k, &beta, c.data(), &m);
+  }
   EXPECT_EQ(observed().alloc_bytes, std::vector<long>{(P - 1) * m * n * 4});
   for (ORB_INT j = 0; j < n; ++j) {
     double same_parity[2] = {0, 0};  // sums of B(l, j) over even and odd l
@@ -127,75 +124,61 @@ TEST(GemmSplitK, EmptySliceAddsNothing) {
   }
 }
 
-// Shapes that must not split along k; they run the two-dimensional cut with the full k.
-struct NoSplitCase {
+// Shapes that take the matrix-vector product (n = 1, except in strict mode),
+// one kernel call with the caller's own arguments (budget 1), or the
+// two-dimensional cut in at least two calls; none splits along k.
+enum class Path { gemv, once, cut };
+
+struct PathCase {
+  const char *name;
   ORB_INT m, n, k;
+  char ta, tb;
   int budget;
-  bool fail_alloc, strict;
+  Path path;
+  bool fail_alloc = false, strict = false;
 };
+void PrintTo(const PathCase &c, std::ostream *os) { *os << c.name; }
 
-class GemmNoSplit : public ::testing::TestWithParam<NoSplitCase> {};
+class GemmPath : public ::testing::TestWithParam<PathCase> {};
 
-TEST_P(GemmNoSplit, RunsTheTwoDimensionalCutWithFullK) {
-  const NoSplitCase s = GetParam();
-  Product p(s.m, s.n, s.k);
+TEST_P(GemmPath, RunsWithTheFullK) {
+  const PathCase &s = GetParam();
+  Product p{s.m, s.n, s.k, s.ta, s.tb};
   const Observed o = p.run(s.budget, s.fail_alloc, s.strict);
   EXPECT_EQ(o.deallocations, 0);
   EXPECT_LE(o.alloc_bytes.size(), s.fail_alloc ? 1u : 0u);
   for (const GemmCall &call : o.gemm) EXPECT_EQ(call.k, s.k);
-  EXPECT_GE(o.gemm.size(), 2u);
-  EXPECT_TRUE(p.correct());
-}
-
-INSTANTIATE_TEST_SUITE_P(Shapes, GemmNoSplit,
-                         ::testing::Values(NoSplitCase{63, 100, 8000, 8, false, false},  // m = 63
-                                           NoSplitCase{63, 64, 4000, 2, false, false},
-                                           NoSplitCase{64, 64, 600, 2, false, false},     // k div 336 = 1
-                                           NoSplitCase{64, 64, 5000, 8, true, false},    // no scratch
-                                           NoSplitCase{64, 64, 5000, 8, false, true}));  // strict
-
-TEST(GemmFrame, BudgetOneCallsTheKernelOnceWithTheCallersArguments) {
-  Product p(300, 200, 100);
-  const Observed o = p.run(1);
-  ASSERT_EQ(o.gemm.size(), 1u);
-  EXPECT_EQ(o.gemm[0].m_ptr, &p.m);
-  EXPECT_EQ(o.gemm[0].a, p.a.data());
-  EXPECT_EQ(o.gemm[0].b, p.b.data());
-  EXPECT_EQ(o.gemm[0].c, p.c.data());
-  EXPECT_TRUE(p.correct());
-}
-
-// n = 1 is a matrix-vector product, at any budget, except in strict mode.
-struct MatVecCase {
-  char ta, tb;
-  int budget;
-  bool strict;
-};
-
-class GemmMatVec : public ::testing::TestWithParam<MatVecCase> {};
-
-TEST_P(GemmMatVec, GoesToGemvUnlessStrict) {
-  const MatVecCase s = GetParam();
-  Product p(300, 1, 200, s.ta, s.tb);
-  const Observed o = p.run(s.budget, false, s.strict);
-  if (s.strict) {
-    EXPECT_TRUE(o.gemv.empty());
-    EXPECT_FALSE(o.gemm.empty());
-  } else {
+  EXPECT_EQ(o.gemv.size(), s.path == Path::gemv ? 1u : 0u);
+  if (s.path == Path::gemv) {
     EXPECT_TRUE(o.gemm.empty());
-    ASSERT_EQ(o.gemv.size(), 1u);
     EXPECT_EQ(o.gemv[0].trans, s.ta);
-    EXPECT_EQ(o.gemv[0].m, s.ta == 'N' ? 300 : 200);
+    EXPECT_EQ(o.gemv[0].m, s.ta == 'N' ? s.m : s.k);
     EXPECT_EQ(o.gemv[0].incx, s.tb == 'N' ? 1 : p.ldb);
     EXPECT_EQ(o.gemv[0].incy, 1);
+  } else if (s.path == Path::once) {
+    ASSERT_EQ(o.gemm.size(), 1u);
+    EXPECT_EQ(o.gemm[0].m_ptr, &p.m);
+    EXPECT_EQ(std::make_tuple(o.gemm[0].a, o.gemm[0].b, o.gemm[0].c), std::make_tuple(&p.a[0], &p.b[0], &p.c[0]));
+  } else {
+    EXPECT_GE(o.gemm.size(), 2u);
   }
   EXPECT_TRUE(p.correct());
 }
 
-INSTANTIATE_TEST_SUITE_P(Shapes, GemmMatVec,
-                         ::testing::Values(MatVecCase{'N', 'N', 1, false}, MatVecCase{'T', 'T', 1, false},
-                                           MatVecCase{'N', 'T', 4, false}, MatVecCase{'N', 'N', 1, true},
-                                           MatVecCase{'T', 'N', 4, true}));
+INSTANTIATE_TEST_SUITE_P(
+    Shapes, GemmPath,
+    ::testing::Values(PathCase{"m63", 63, 100, 8000, 'N', 'N', 8, Path::cut},
+                      PathCase{"m63_budget2", 63, 64, 4000, 'N', 'N', 2, Path::cut},
+                      PathCase{"one_slice_of_336", 64, 64, 600, 'N', 'N', 2, Path::cut},
+                      PathCase{"no_scratch", 64, 64, 5000, 'N', 'N', 8, Path::cut, true},
+                      PathCase{"strict", 64, 64, 5000, 'N', 'N', 8, Path::cut, false, true},
+                      PathCase{"budget1", 300, 200, 100, 'N', 'N', 1, Path::once},
+                      PathCase{"matvec", 300, 1, 200, 'N', 'N', 1, Path::gemv},
+                      PathCase{"matvec_tt", 300, 1, 200, 'T', 'T', 1, Path::gemv},
+                      PathCase{"matvec_nt_budget4", 300, 1, 200, 'N', 'T', 4, Path::gemv},
+                      PathCase{"matvec_strict", 300, 1, 200, 'N', 'N', 1, Path::once, false, true},
+                      PathCase{"matvec_strict_budget4", 300, 1, 200, 'T', 'N', 4, Path::cut, false, true}),
+    [](const auto &info) { return std::string(info.param.name); });
 
 }  // namespace
 }  // namespace orb::test

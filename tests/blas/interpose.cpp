@@ -1,9 +1,8 @@
 #include "interpose.hpp"
 
-#include <orb/orb_service.h>
+#include "hooks.hpp"
 
 #include <cstring>
-#include <dlfcn.h>
 #include <mutex>
 
 namespace orb::test {
@@ -11,15 +10,6 @@ namespace {
 std::mutex lock;
 Observed record;
 bool failing = false, strict_mode = false;
-
-template <class T>
-T get(const T *p) { return p ? *p : T{}; }
-
-template <class F>
-F next(const char *name) {
-  static_assert(sizeof(F) == sizeof(void *));
-  return reinterpret_cast<F>(dlsym(RTLD_NEXT, name));
-}
 }  // namespace
 
 void observe(bool fail_alloc, bool strict) {
@@ -39,50 +29,48 @@ Observed observed() {
 
 using namespace orb::test;
 
+// Calls with a null argument (illegal ones) are forwarded unrecorded.
 extern "C" ORB_GEMM_DECL(xd, double, ORB_INT) {
-  {
+  if (m && n && k && ldc && beta) {
     std::lock_guard<std::mutex> g(lock);
-    record.gemm.push_back({get(transa), get(transb), m, get(m), get(n), get(k), get(lda), get(ldb), get(ldc), a, b,
-                           c, get(beta)});
+    record.gemm.push_back({m, *m, *n, *k, *ldc, a, b, c, *beta});
   }
-  static const auto real = next<decltype(&orb_blas_xdgemm)>("orb_blas_xdgemm");
+  static const auto real = ORB_TEST_NEXT(orb_blas_xdgemm);
   real(transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
 }
 
 extern "C" ORB_GEMV_DECL(orb_blas_xdgemv, double, ORB_INT) {
-  {
+  if (trans && m && n && incx && incy) {
     std::lock_guard<std::mutex> g(lock);
-    record.gemv.push_back({get(trans), get(m), get(n), get(incx), get(incy), a, x, y});
+    record.gemv.push_back({*trans, *m, *n, *incx, *incy});
   }
-  static const auto real = next<decltype(&orb_blas_xdgemv)>("orb_blas_xdgemv");
+  static const auto real = ORB_TEST_NEXT(orb_blas_xdgemv);
   real(trans, m, n, alpha, a, lda, x, incx, beta, y, incy);
 }
 
 // Scratch comes back filled with NaN, so a partial buffer that is summed
 // without having been written shows in the result.
 extern "C" void *orb_serv_allocate(int64_t bytes, int alignment) {
+  static const auto real = ORB_TEST_NEXT(orb_serv_allocate);
   std::lock_guard<std::mutex> g(lock);
   record.alloc_bytes.push_back(bytes);
   record.alloc_alignment.push_back(alignment);
-  if (failing) return nullptr;
-  static const auto real = next<decltype(&orb_serv_allocate)>("orb_serv_allocate");
-  void *p = real(bytes, alignment);
+  void *p = failing ? nullptr : real(bytes, alignment);
   if (p) std::memset(p, 0xff, static_cast<size_t>(bytes));
   return p;
 }
 
 extern "C" void orb_serv_deallocate(void *ptr) {
-  {
+  static const auto real = ORB_TEST_NEXT(orb_serv_deallocate);
+  if (ptr) {
     std::lock_guard<std::mutex> g(lock);
-    if (ptr) ++record.deallocations;
+    ++record.deallocations;
   }
-  static const auto real = next<decltype(&orb_serv_deallocate)>("orb_serv_deallocate");
   real(ptr);
 }
 
 extern "C" int orb_serv_cbwr_get(int what) {
-  static const auto real = next<decltype(&orb_serv_cbwr_get)>("orb_serv_cbwr_get");
-  const int word = real(what);
+  static const auto real = ORB_TEST_NEXT(orb_serv_cbwr_get);
   std::lock_guard<std::mutex> g(lock);
-  return strict_mode && what == -1 ? word | ORB_CBWR_STRICT : word;
+  return strict_mode && what == -1 ? real(what) | ORB_CBWR_STRICT : real(what);
 }

@@ -5,15 +5,15 @@
 #pragma once
 
 #include <orb/orb_blas.h>
+#include <orb/orb_service.h>
 
 #include <vector>
 
 namespace orb::test {
 
 struct GemmCall {
-  char transa, transb;
   const ORB_INT *m_ptr;
-  ORB_INT m, n, k, lda, ldb, ldc;
+  ORB_INT m, n, k, ldc;
   const double *a, *b;
   double *c;
   double beta;
@@ -22,8 +22,6 @@ struct GemmCall {
 struct GemvCall {
   char trans;
   ORB_INT m, n, incx, incy;
-  const double *a, *x;
-  double *y;
 };
 
 struct Observed {
@@ -39,5 +37,12 @@ struct Observed {
 void observe(bool fail_alloc = false, bool strict = false);
 //! Everything recorded since observe(); allocations and the mode are ordinary again.
 Observed observed();
+
+//! The calling thread's budget while it lives.
+struct Budget {
+  explicit Budget(int n) : previous(orb_serv_set_num_threads_local(n)) {}
+  ~Budget() { orb_serv_set_num_threads_local(previous); }
+  int previous;
+};
 
 }  // namespace orb::test

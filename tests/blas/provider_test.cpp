@@ -1,5 +1,5 @@
 // Binding the kernel provider, in a fresh process each time.
-#include "probe.hpp"
+#include "process.hpp"
 
 #include <gtest/gtest.h>
 
@@ -7,7 +7,7 @@ namespace orb::test {
 namespace {
 
 TEST(Provider, BindsOnFirstUseAndStartsNoThread) {
-  const ProbeResult r = run_probe("blas_provider_probe", {}, {});
+  const ProbeResult r = run_probe({"provider"});
   ASSERT_EQ(r.exit_code, 0) << r.err;
   EXPECT_EQ(field(r.out, "path_before"), "none");
   EXPECT_NE(field(r.out, "path_after"), "none");
@@ -18,7 +18,7 @@ TEST(Provider, BindsOnFirstUseAndStartsNoThread) {
   // provider to one thread whatever the caller asked of it, and gives the
   // caller's setting back.
   const std::string path = field(r.out, "path_after");
-  const ProbeResult named = run_probe("blas_provider_probe", {}, {"ORB_PROVIDER=" + path, "OPENBLAS_NUM_THREADS=4"});
+  const ProbeResult named = run_probe({"provider"}, {"ORB_PROVIDER=" + path, "OPENBLAS_NUM_THREADS=4"});
   EXPECT_EQ(named.exit_code, 0) << named.err;
   EXPECT_EQ(field(named.out, "path_after"), path);
   EXPECT_EQ(field(named.out, "threads_after"), field(named.out, "threads_before"));
@@ -29,10 +29,12 @@ struct Broken {
   const char *provider, *message;
 };
 
+void PrintTo(const Broken &b, std::ostream *os) { *os << b.provider; }
+
 class BrokenProvider : public ::testing::TestWithParam<Broken> {};
 
 TEST_P(BrokenProvider, PrintsWhyAndExitsWithStatus69) {
-  const ProbeResult r = run_probe("blas_provider_probe", {}, {std::string("ORB_PROVIDER=") + GetParam().provider});
+  const ProbeResult r = run_probe({"provider"}, {std::string("ORB_PROVIDER=") + GetParam().provider});
   EXPECT_EQ(r.exit_code, 69);
   EXPECT_NE(r.err.find(GetParam().message), std::string::npos) << r.err;
   EXPECT_EQ(field(r.out, "product_ok"), "");

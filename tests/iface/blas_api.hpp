@@ -6,7 +6,8 @@
 #include <orb/orb_cblas.h>
 #include <orb/orb_types.h>
 
-#include <complex>
+#include <cstdint>
+#include <ostream>
 
 extern "C" {
 #define ORB_TEST_GEMM(name, T, I)                                                                                    \
@@ -34,32 +35,17 @@ inline const char *form_name(Form f) {
   static const char *names[] = {"Fortran32", "Fortran64", "CblasColumn", "CblasRow"};
   return names[static_cast<int>(f)];
 }
+inline void PrintTo(Form f, std::ostream *os) { *os << form_name(f); }
 
 //! The enumerator of a transposition letter; any other letter gives a value
 //! that names no transposition.
 inline CBLAS_TRANSPOSE cblas_trans(char t) {
-  switch (t) {
-    case 'N':
+  switch (t | 0x20) {
     case 'n': return CblasNoTrans;
-    case 'T':
     case 't': return CblasTrans;
-    case 'C':
     case 'c': return CblasConjTrans;
     default: return static_cast<CBLAS_TRANSPOSE>(0);
   }
-}
-
-// Values as std::complex<double>, in which the naive references compute.
-inline std::complex<double> wide(float v) { return v; }
-inline std::complex<double> wide(double v) { return v; }
-inline std::complex<double> wide(ORB_Complex8 v) { return {v.real, v.imag}; }
-inline std::complex<double> wide(ORB_Complex16 v) { return {v.real, v.imag}; }
-template <class T>
-T narrow(std::complex<double> v) {
-  if constexpr (std::is_same_v<T, float> || std::is_same_v<T, double>)
-    return static_cast<T>(v.real());
-  else
-    return {static_cast<decltype(T::real)>(v.real()), static_cast<decltype(T::real)>(v.imag())};
 }
 
 template <class T>

@@ -4,14 +4,12 @@
 // the probe afresh.
 #include <gtest/gtest.h>
 
-#include <cctype>
 #include <ostream>
-#include <sstream>
+#include <regex>
 #include <string>
 #include <vector>
 
-#include "capture.hpp"
-#include "probe.hpp"
+#include "process.hpp"
 
 namespace {
 
@@ -29,30 +27,16 @@ void PrintTo(const VerboseCase &c, std::ostream *os) { *os << c.form; }
 // The call text of a verbose line with its addresses replaced by @, or ""
 // when the rest of the line is not a time and the settings.
 std::string call_text(const std::string &line) {
-  std::istringstream in(line);
-  std::string tag, call, time, cnr, dyn, fastmm;
-  in >> tag >> call >> time >> cnr >> dyn >> fastmm;
-  const bool unit = time.size() > 1 && std::isdigit(static_cast<unsigned char>(time[0])) && time.back() == 's';
-  if (!unit || cnr.compare(0, 4, "CNR:") != 0 || dyn != "Dyn:1" || fastmm.compare(0, 7, "FastMM:") != 0) return "";
-  std::string out;
-  for (size_t i = 0; i < call.size(); ++i) {
-    if (call.compare(i, 2, "0x") == 0) {
-      out += '@';
-      for (i += 2; i < call.size() && std::isxdigit(static_cast<unsigned char>(call[i])); ++i) {
-      }
-      --i;
-    } else {
-      out += call[i];
-    }
-  }
-  return out;
+  static const std::regex shape(R"(ORB_VERBOSE (\S+) [0-9.]+[mun]?s CNR:\S+ Dyn:1 FastMM:[01])");
+  std::smatch m;
+  return std::regex_match(line, m, shape) ? std::regex_replace(m[1].str(), std::regex("0x[0-9a-fA-F]+"), "@") : "";
 }
 
 class IfaceVerbose : public ::testing::TestWithParam<VerboseCase> {};
 
 TEST_P(IfaceVerbose, OneLinePerCallAfterTheHeader) {
   const VerboseCase &c = GetParam();
-  const auto r = run_probe("iface_verbose_probe", {c.form}, {"ORB_VERBOSE=1"});
+  const auto r = run_probe({"calls", c.form}, {"ORB_VERBOSE=1"});
   ASSERT_EQ(r.exit_code, 0) << r.err;
   const auto lines = lines_with(r.out, "ORB_VERBOSE ");
   ASSERT_EQ(lines.size(), c.calls.size() + 1) << r.out;
@@ -63,7 +47,7 @@ TEST_P(IfaceVerbose, OneLinePerCallAfterTheHeader) {
 }
 
 TEST_P(IfaceVerbose, SilentWhenVerboseModeIsOff) {
-  const auto r = run_probe("iface_verbose_probe", {GetParam().form}, {});
+  const auto r = run_probe({"calls", GetParam().form});
   ASSERT_EQ(r.exit_code, 0) << r.err;
   EXPECT_EQ(r.out.find("ORB_VERBOSE"), std::string::npos) << r.out;
 }

@@ -1,12 +1,12 @@
-// The environment grammar: counts, the domain list, the dynamic switch and
-// clean numbers, on value texts directly.
+// The environment grammar: counts, the domain list and the dynamic switch,
+// on value texts directly (clean numbers are seen through the environment
+// cases of stripes and processes per node).
 #include "service/env_parse.hpp"
 
 #include <gtest/gtest.h>
 
-#include <ostream>
-
 #include <array>
+#include <ostream>
 #include <string>
 
 namespace orb::thr {
@@ -83,17 +83,6 @@ INSTANTIATE_TEST_SUITE_P(Spellings, Dynamic,
                                            DynamicCase{"0", 1}, DynamicCase{" 'false' ", 0},
                                            DynamicCase{"\"FALSE\"x", 0}, DynamicCase{"falsely", 1},
                                            DynamicCase{"", 1}, DynamicCase{"true", 1}));
-
-TEST(CleanNumber, WholeTextMustConvert) {
-  long v = 0;
-  EXPECT_TRUE(clean_number("12", &v));
-  EXPECT_EQ(v, 12);
-  EXPECT_TRUE(clean_number("-3", &v));
-  EXPECT_EQ(v, -3);
-  EXPECT_FALSE(clean_number("4:0,1", &v));
-  EXPECT_FALSE(clean_number("", &v));
-  EXPECT_FALSE(clean_number("x", &v));
-}
 
 }  // namespace
 }  // namespace orb::thr

@@ -1,13 +1,12 @@
 // The environment as a fresh process reads it: recorded settings, the budget
-// they must not change, and MPI processes per node.
-#include "probe.hpp"
+// they must not change, and MPI processes per node; and clean-ups at unload.
+#include "process.hpp"
 
 #include <orb/orb_service.h>
 
 #include <gtest/gtest.h>
 
 #include <ostream>
-
 #include <string>
 #include <vector>
 
@@ -25,7 +24,7 @@ class RecordedEnvironment : public ::testing::TestWithParam<EnvCase> {};
 
 TEST_P(RecordedEnvironment, IsParsedByItsRule) {
   const auto &c = GetParam();
-  const ProbeResult r = run_probe("service_probe", {"env"}, c.env);
+  const ProbeResult r = run_probe({"env"}, c.env);
   ASSERT_EQ(r.exit_code, 0) << r.err;
   for (const auto &[key, value] : c.expected) EXPECT_EQ(field(r.out, key), value) << c.what << ": " << key;
   // No setting of the environment moves the budget away from the core count,
@@ -37,10 +36,10 @@ TEST_P(RecordedEnvironment, IsParsedByItsRule) {
 INSTANTIATE_TEST_SUITE_P(
     Variables, RecordedEnvironment,
     ::testing::Values(
-        EnvCase{"nothing set", {}, {{"num_threads", "-1"}, {"num_stripes", "-1"}, {"dynamic", "1"}}},
+        // The value rules themselves are tested on texts in env_grammar_test; here each
+        // variable reaches its rule, and 0 counts as unset.
+        EnvCase{"nothing set", {}, {{"num_threads", "-1"}, {"num_stripes", "-1"}, {"dynamic", "1"}, {"ppn", "-1"}}},
         EnvCase{"letters", {"ORB_NUM_THREADS=abc"}, {{"num_threads", "1"}}},
-        EnvCase{"negative", {"ORB_NUM_THREADS=-2"}, {{"num_threads", "1"}}},
-        EnvCase{"trailing space", {"ORB_NUM_THREADS=4 "}, {{"num_threads", "1"}}},
         EnvCase{"zero", {"ORB_NUM_THREADS=0"}, {{"num_threads", "-1"}}},
         EnvCase{"large", {"ORB_NUM_THREADS=64"}, {{"num_threads", "64"}}},
         EnvCase{"count wins over domain", {"ORB_NUM_THREADS=5", "ORB_DOMAIN_NUM_THREADS=ORB_DOMAIN_ALL=2"},
@@ -51,47 +50,27 @@ INSTANTIATE_TEST_SUITE_P(
         EnvCase{"stripes", {"ORB_NUM_STRIPES=3"}, {{"num_stripes", "3"}}},
         EnvCase{"stripes zero", {"ORB_NUM_STRIPES=0"}, {{"num_stripes", "0"}}},
         EnvCase{"stripes ignored", {"ORB_NUM_STRIPES=3x"}, {{"num_stripes", "-1"}}},
-        EnvCase{"dynamic False", {"ORB_DYNAMIC=False"}, {{"dynamic", "1"}}},
         EnvCase{"dynamic false", {"ORB_DYNAMIC=false"}, {{"dynamic", "0"}}},
-        EnvCase{"dynamic FALSE", {"ORB_DYNAMIC=FALSE"}, {{"dynamic", "0"}}}));
-
-struct PpnCase {
-  const char *what;
-  std::vector<std::string> env;
-  int expected;
-};
-void PrintTo(const PpnCase &c, std::ostream *os) { *os << c.what; }
-
-class MpiProcessesPerNode : public ::testing::TestWithParam<PpnCase> {};
-
-TEST_P(MpiProcessesPerNode, FollowsTheLaunchersVariables) {
-  const ProbeResult r = run_probe("service_probe", {"env"}, GetParam().env);
-  ASSERT_EQ(r.exit_code, 0) << r.err;
-  EXPECT_EQ(field(r.out, "ppn"), std::to_string(GetParam().expected)) << GetParam().what;
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Launchers, MpiProcessesPerNode,
-    ::testing::Values(
-        PpnCase{"none", {}, -1}, PpnCase{"own variable", {"ORB_MPI_PPN=3"}, 3},
-        PpnCase{"own zero defers", {"ORB_MPI_PPN=0", "VX_MPI_NUMBER_OF_MPI_PROCESSES_PER_NODE=5"}, 5},
-        PpnCase{"own unclean defers", {"ORB_MPI_PPN=3x", "MPI_LOCALNRANKS=6"}, 6},
-        PpnCase{"pin mapping", {"VX_MPI_PIN_MAPPING=4:0,1,2,3"}, 4},
-        PpnCase{"pin mapping without colon", {"VX_MPI_PIN_MAPPING=4,0"}, -1},
-        PpnCase{"pin mapping zero", {"VX_MPI_PIN_MAPPING=0:0", "MPI_LOCALNRANKS=2"}, 2},
-        PpnCase{"local size", {"OMPI_COMM_WORLD_LOCAL_SIZE=8", "MPI_LOCALNRANKS=2"}, 8},
-        PpnCase{"local size zero", {"OMPI_COMM_WORLD_LOCAL_SIZE=0", "MPI_LOCALNRANKS=2"}, 2},
-        PpnCase{"local size zero alone", {"OMPI_COMM_WORLD_LOCAL_SIZE=0"}, -1},
-        PpnCase{"local ranks unclean", {"MPI_LOCALNRANKS=2 "}, -1}));
+        // MPI processes per node, from orb's own variable or the launchers'.
+        EnvCase{"ppn: own variable", {"ORB_MPI_PPN=3"}, {{"ppn", "3"}}},
+        EnvCase{"ppn: own zero defers", {"ORB_MPI_PPN=0", "VX_MPI_NUMBER_OF_MPI_PROCESSES_PER_NODE=5"}, {{"ppn", "5"}}},
+        EnvCase{"ppn: own unclean defers", {"ORB_MPI_PPN=3x", "MPI_LOCALNRANKS=6"}, {{"ppn", "6"}}},
+        EnvCase{"ppn: pin mapping", {"VX_MPI_PIN_MAPPING=4:0,1,2,3"}, {{"ppn", "4"}}},
+        EnvCase{"ppn: pin mapping without colon", {"VX_MPI_PIN_MAPPING=4,0"}, {{"ppn", "-1"}}},
+        EnvCase{"ppn: pin mapping zero", {"VX_MPI_PIN_MAPPING=0:0", "MPI_LOCALNRANKS=2"}, {{"ppn", "2"}}},
+        EnvCase{"ppn: local size", {"OMPI_COMM_WORLD_LOCAL_SIZE=8", "MPI_LOCALNRANKS=2"}, {{"ppn", "8"}}},
+        EnvCase{"ppn: local size zero", {"OMPI_COMM_WORLD_LOCAL_SIZE=0", "MPI_LOCALNRANKS=2"}, {{"ppn", "2"}}},
+        EnvCase{"ppn: local size zero alone", {"OMPI_COMM_WORLD_LOCAL_SIZE=0"}, {{"ppn", "-1"}}},
+        EnvCase{"ppn: local ranks unclean", {"MPI_LOCALNRANKS=2 "}, {{"ppn", "-1"}}}));
 
 TEST(Cleanup, RunsInReverseOrderAtUnload) {
-  const ProbeResult r = run_probe("service_probe", {"cleanup", "3"}, {});
+  const ProbeResult r = run_probe({"cleanup", "3"});
   ASSERT_EQ(r.exit_code, 0) << r.err;
   EXPECT_NE(r.out.find("cleanup=2\ncleanup=1\ncleanup=0\n"), std::string::npos) << r.out;
 }
 
 TEST(Cleanup, NinthRegistrationEndsTheProcessWithCode3) {
-  const ProbeResult r = run_probe("service_probe", {"cleanup", "9"}, {});
+  const ProbeResult r = run_probe({"cleanup", "9"});
   EXPECT_EQ(r.exit_code, 3);
   EXPECT_NE(r.out.find("registered=7\n"), std::string::npos);
   EXPECT_EQ(r.out.find("registered=8"), std::string::npos);
@@ -99,40 +78,6 @@ TEST(Cleanup, NinthRegistrationEndsTheProcessWithCode3) {
   EXPECT_NE(r.out.find("cleanup=7\ncleanup=6\n"), std::string::npos) << r.out;
   EXPECT_NE(r.out.find("cleanup=0\n"), std::string::npos) << r.out;
 }
-
-struct XerblaCase {
-  std::vector<std::string> args;  // name, info, len
-  std::string expected;           // text the report must hold; "" for no output at all
-};
-void PrintTo(const XerblaCase &c, std::ostream *os) { *os << c.args[0] << " " << c.args[1] << " " << c.args[2]; }
-
-class DefaultXerbla : public ::testing::TestWithParam<XerblaCase> {};
-
-TEST_P(DefaultXerbla, PrintsTheCataloguedMessage) {
-  std::vector<std::string> args{"xerbla"};
-  args.insert(args.end(), GetParam().args.begin(), GetParam().args.end());
-  const ProbeResult r = run_probe("service_probe", args, {});
-  ASSERT_EQ(r.exit_code, 0) << r.err;
-  if (GetParam().expected.empty()) {
-    EXPECT_EQ(r.out, "");
-  } else {
-    EXPECT_NE(r.out.find("orb: error report"), std::string::npos) << r.out;
-    EXPECT_NE(r.out.find(GetParam().expected), std::string::npos) << r.out;
-  }
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Codes, DefaultXerbla,
-    ::testing::Values(XerblaCase{{"DGEMM", "3", "5"}, "parameter 3 was incorrect on entry to DGEMM"},
-                      XerblaCase{{"DGEMM", "-4", "5"}, "internal error 4 was reported by DGEMM"},
-                      XerblaCase{{"DGEMM", "1000", "5"}, "not enough memory to run DGEMM"},
-                      XerblaCase{{"DGETRF", "1001", "6"}, "DGETRF cannot run"},
-                      XerblaCase{{"ptr_a", "1102", "5"}, "(ptr_a) is null"},
-                      XerblaCase{{"SGEMM", "1225", "5"}, "SGEMM: a size exceeds"},
-                      // The name is cut at 20 characters and at len.
-                      XerblaCase{{"ABCDEFGHIJKLMNOPQRSTUVWXYZ", "2", "26"}, "entry to ABCDEFGHIJKLMNOPQRST\n"},
-                      XerblaCase{{"DGEMMXYZ", "2", "5"}, "entry to DGEMM\n"},
-                      XerblaCase{{"DGEMM", "2", "-1"}, ""}));
 
 }  // namespace
 }  // namespace orb::test

@@ -2,9 +2,8 @@
 // output file and its fallback, and the header printed once per process.
 //
 // Cases that need a fresh header or the environment's output file run the
-// verbose probe; the others run here with the core's reproducibility mode,
-// memory manager status and output file name interposed.
-#include <dlfcn.h>
+// probe; the others run here, writing to standard output, with the core's
+// reproducibility mode and memory manager status interposed.
 #include <gtest/gtest.h>
 #include <orb/orb_service.h>
 #include <unistd.h>
@@ -19,48 +18,27 @@
 #include <sstream>
 #include <string>
 
-#include "capture.hpp"
-#include "probe.hpp"
+#include "hooks.hpp"
+#include "process.hpp"
 
 namespace {
 
-// What the interposed core services answer; -1 / nullptr: ask the core.
+// What the interposed core services answer; -1: ask the core.
 std::atomic<int> forced_cbwr{-1};
 std::atomic<int> forced_fast_mm{-1};
-std::atomic<const char *> forced_output_file{nullptr};
-
-template <class F>
-F next_definition(const char *name) {
-  return reinterpret_cast<F>(dlsym(RTLD_NEXT, name));
-}
 
 }  // namespace
 
 extern "C" int orb_serv_cbwr_get(int what) {
+  static const auto core = ORB_TEST_NEXT(orb_serv_cbwr_get);
   const int word = forced_cbwr.load();
-  if (word < 0) {
-    static auto core = next_definition<int (*)(int)>("orb_serv_cbwr_get");
-    return core(what);
-  }
-  return what == -1 ? word : (word & ~ORB_CBWR_STRICT);
+  return word < 0 ? core(what) : what == -1 ? word : (word & ~ORB_CBWR_STRICT);
 }
 
 extern "C" int orb_serv_get_fast_mm_status(void) {
+  static const auto core = ORB_TEST_NEXT(orb_serv_get_fast_mm_status);
   const int status = forced_fast_mm.load();
-  if (status < 0) {
-    static auto core = next_definition<int (*)()>("orb_serv_get_fast_mm_status");
-    return core();
-  }
-  return status;
-}
-
-extern "C" const char *orb_serv_verbose_output_file_mode(void) {
-  const char *name = forced_output_file.load();
-  if (!name) {
-    static auto core = next_definition<const char *(*)()>("orb_serv_verbose_output_file_mode");
-    return core();
-  }
-  return name;
+  return status < 0 ? core() : status;
 }
 
 namespace {
@@ -69,109 +47,76 @@ using orb::test::lines_with;
 using orb::test::OutputCapture;
 using orb::test::run_probe;
 
-class VerboseLine : public ::testing::Test {
+struct LineCase {
+  double seconds;
+  const char *time;           // as printed
+  int cbwr = 1;               // as orb_serv_cbwr_get(-1) answers, strict bit included
+  const char *cnr = "OFF";    // as printed
+  int fast_mm = 0;            // the memory manager's status
+  const char *fast_mm_text = "1";
+  const char *text = "CALL";  // the call's description
+};
+void PrintTo(const LineCase &c, std::ostream *os) {
+  *os << std::setprecision(10) << c.seconds << " CNR:" << c.cnr << " FastMM:" << c.fast_mm_text;
+}
+
+class VerboseLines : public ::testing::TestWithParam<LineCase> {
  protected:
   static void SetUpTestSuite() {
     // The header belongs to the first report of the process; print it here
     // so that every case below sees its own line only.
     OutputCapture quiet;
-    forced_output_file = "";
     orb_serv_print_verbose_header(1);
-    forced_output_file = nullptr;
-  }
-  void SetUp() override {
-    forced_cbwr = 1;
-    forced_fast_mm = 0;
-    forced_output_file = "";
   }
   void TearDown() override {
     forced_cbwr = -1;
     forced_fast_mm = -1;
-    forced_output_file = nullptr;
-  }
-
-  // The one line that a single report writes to standard output.
-  static std::string report(double seconds, const char *text = "CALL") {
-    OutputCapture capture;
-    orb_serv_print_verbose_info(1, text, seconds);
-    capture.finish();
-    EXPECT_EQ(capture.err(), "");
-    return capture.out();
   }
 };
 
-struct TimeCase {
-  double seconds;
-  const char *text;
-};
-void PrintTo(const TimeCase &c, std::ostream *os) { *os << std::setprecision(10) << c.seconds; }
-
-class VerboseTime : public VerboseLine, public ::testing::WithParamInterface<TimeCase> {};
-
-// Each unit is used while the value in it exceeds 1; a value of exactly 1 reads
-// in the next smaller unit.
-TEST_P(VerboseTime, PrintsTheLargestUnitAboveOne) {
-  const TimeCase c = GetParam();
-  EXPECT_EQ(report(c.seconds), std::string("ORB_VERBOSE CALL ") + c.text + " CNR:OFF Dyn:1 FastMM:1\n");
+TEST_P(VerboseLines, OneReportWritesOneLine) {
+  const LineCase &c = GetParam();
+  forced_cbwr = c.cbwr;
+  forced_fast_mm = c.fast_mm;
+  OutputCapture capture;
+  orb_serv_print_verbose_info(1, c.text, c.seconds);
+  capture.finish();
+  EXPECT_EQ(capture.out(), std::string("ORB_VERBOSE ") + (c.text ? c.text : "") + " " + c.time + " CNR:" + c.cnr +
+                               " Dyn:1 FastMM:" + c.fast_mm_text + "\n");
+  EXPECT_EQ(capture.err(), "");
 }
 
-INSTANTIATE_TEST_SUITE_P(Units, VerboseTime,
-                         ::testing::Values(TimeCase{2.5, "2.50s"}, TimeCase{1.0000001, "1.00s"},
-                                           TimeCase{1.0, "1000.00ms"}, TimeCase{0.5, "500.00ms"},
-                                           TimeCase{0.0015, "1.50ms"}, TimeCase{0.0005, "500.00us"},
-                                           TimeCase{0.0000015, "1.50us"}, TimeCase{0.0000005, "500ns"},
-                                           TimeCase{1e-9, "1ns"}, TimeCase{0.0, "0.00s"}, TimeCase{-3.0, "0.00s"},
-                                           TimeCase{-std::numeric_limits<double>::min(), "0.00s"},
-                                           TimeCase{std::numeric_limits<double>::quiet_NaN(), "0.00s"}));
+// Each time unit is used while the value in it exceeds 1; a value of exactly 1
+// reads in the next smaller unit.
+INSTANTIATE_TEST_SUITE_P(Units, VerboseLines,
+                         ::testing::Values(LineCase{2.5, "2.50s"}, LineCase{1.0000001, "1.00s"},
+                                           LineCase{1.0, "1000.00ms"}, LineCase{0.5, "500.00ms"},
+                                           LineCase{0.0015, "1.50ms"}, LineCase{0.0005, "500.00us"},
+                                           LineCase{0.0000015, "1.50us"}, LineCase{0.0000005, "500ns"},
+                                           LineCase{1e-9, "1ns"}, LineCase{0.0, "0.00s"}, LineCase{-3.0, "0.00s"},
+                                           LineCase{-std::numeric_limits<double>::min(), "0.00s"},
+                                           LineCase{std::numeric_limits<double>::quiet_NaN(), "0.00s"}));
 
-struct CbwrCase {
-  int word;  // as orb_serv_cbwr_get(-1) answers, strict bit included
-  const char *text;
-};
-void PrintTo(const CbwrCase &c, std::ostream *os) { *os << c.text; }
+// The reproducibility branch by name, in hexadecimal where it has none, and
+// strict mode; the memory manager's status 1 (off) prints 0; a null call
+// text prints an empty description.
+INSTANTIATE_TEST_SUITE_P(Settings, VerboseLines,
+                         ::testing::Values(LineCase{2.5, "2.50s", 2, "AUTO"}, LineCase{2.5, "2.50s", 3, "COMPATIBLE"},
+                                           LineCase{2.5, "2.50s", 4, "SSE2"}, LineCase{2.5, "2.50s", 12, "AVX512"},
+                                           LineCase{2.5, "2.50s", 0, "?0"}, LineCase{2.5, "2.50s", 11, "?b"},
+                                           LineCase{2.5, "2.50s", 13, "?d"},
+                                           LineCase{2.5, "2.50s", ORB_CBWR_STRICT | 10, "AVX2,STRICT"},
+                                           LineCase{2.5, "2.50s", ORB_CBWR_STRICT | 5, "?5,STRICT"},
+                                           LineCase{2.5, "2.50s", 1, "OFF", 1, "0"},
+                                           LineCase{2.5, "2.50s", 1, "OFF", 0, "1", nullptr}));
 
-class VerboseReproducibility : public VerboseLine, public ::testing::WithParamInterface<CbwrCase> {};
-
-TEST_P(VerboseReproducibility, NamesTheBranchAndStrictMode) {
-  forced_cbwr = GetParam().word;
-  EXPECT_EQ(report(2.5), std::string("ORB_VERBOSE CALL 2.50s CNR:") + GetParam().text + " Dyn:1 FastMM:1\n");
+TEST(VerboseIfaceWord, UnnamedInterfacesPrintInHexadecimal) {
+  EXPECT_STREQ(const_str_iface(3), "iface3");
+  EXPECT_STREQ(const_str_iface(255), "ifaceff");
+  EXPECT_STREQ(const_str_iface(-2), "ifacefffffffe");
 }
 
-INSTANTIATE_TEST_SUITE_P(Codes, VerboseReproducibility,
-                         ::testing::Values(CbwrCase{1, "OFF"}, CbwrCase{2, "AUTO"}, CbwrCase{3, "COMPATIBLE"},
-                                           CbwrCase{4, "SSE2"}, CbwrCase{6, "SSSE3"}, CbwrCase{7, "SSE4_1"},
-                                           CbwrCase{8, "SSE4_2"}, CbwrCase{9, "AVX"}, CbwrCase{10, "AVX2"},
-                                           CbwrCase{12, "AVX512"},
-                                           // Codes without a word print in hexadecimal.
-                                           CbwrCase{0, "?0"}, CbwrCase{5, "?5"}, CbwrCase{11, "?b"}, CbwrCase{13, "?d"},
-                                           CbwrCase{ORB_CBWR_STRICT | 10, "AVX2,STRICT"},
-                                           CbwrCase{ORB_CBWR_STRICT | 5, "?5,STRICT"}));
-
-TEST_F(VerboseLine, FastMemoryManagerOffPrintsZero) {
-  forced_fast_mm = 1;
-  EXPECT_EQ(report(2.5), "ORB_VERBOSE CALL 2.50s CNR:OFF Dyn:1 FastMM:0\n");
-}
-
-TEST_F(VerboseLine, NullCallTextPrintsAnEmptyDescription) {
-  EXPECT_EQ(report(2.5, nullptr), "ORB_VERBOSE  2.50s CNR:OFF Dyn:1 FastMM:1\n");
-}
-
-struct IfaceCase {
-  int iface;
-  const char *word;
-};
-void PrintTo(const IfaceCase &c, std::ostream *os) { *os << c.iface; }
-
-class VerboseIfaceWord : public ::testing::TestWithParam<IfaceCase> {};
-
-TEST_P(VerboseIfaceWord, NamesTheIntegerInterface) { EXPECT_STREQ(const_str_iface(GetParam().iface), GetParam().word); }
-
-INSTANTIATE_TEST_SUITE_P(Codes, VerboseIfaceWord,
-                         ::testing::Values(IfaceCase{-1, "cdecl"}, IfaceCase{1, "lp64"}, IfaceCase{2, "ilp64"},
-                                           IfaceCase{3, "iface3"}, IfaceCase{255, "ifaceff"},
-                                           IfaceCase{-2, "ifacefffffffe"}));
-
-// ---- Header, in a fresh process each ----------------------------------
+// ---- Header, in a fresh process each ----
 
 // The header as this machine's version record and frequency make it, with
 // `iface_word` (or nothing) before the threading layer's name.
@@ -189,22 +134,16 @@ std::string expected_header(const char *iface_word) {
   return s + " tsq_thread";
 }
 
-class VerboseHeader : public ::testing::TestWithParam<IfaceCase> {};
-
-TEST_P(VerboseHeader, PrintedOnceWithTheInterfaceWord) {
-  const auto r = run_probe("verbose_probe", {"header", std::to_string(GetParam().iface)}, {});
+TEST(VerboseHeaderOnce, PrintedOnceWithoutAWordForAnUnnamedInterface) {
+  const auto r = run_probe({"header", "0"});
   ASSERT_EQ(r.exit_code, 0) << r.err;
-  EXPECT_EQ(r.out, expected_header(GetParam().word) + "\n");
+  EXPECT_EQ(r.out, expected_header(nullptr) + "\n");
   EXPECT_EQ(r.err, "");
 }
 
-INSTANTIATE_TEST_SUITE_P(Codes, VerboseHeader,
-                         ::testing::Values(IfaceCase{1, "lp64"}, IfaceCase{2, "ilp64"}, IfaceCase{-1, "cdecl"},
-                                           IfaceCase{0, nullptr}, IfaceCase{7, "iface7"}));
-
 TEST(VerboseHeaderOnce, ConcurrentFirstReportsPrintOneHeaderFirst) {
   constexpr int kThreads = 8;
-  const auto r = run_probe("verbose_probe", {"lines", "2", std::to_string(kThreads)}, {"ORB_CBWR=AVX2"});
+  const auto r = run_probe({"lines", "2", std::to_string(kThreads)}, {"ORB_CBWR=AVX2"});
   ASSERT_EQ(r.exit_code, 0) << r.err;
   const auto all = lines_with(r.out, "");
   ASSERT_EQ(all.size(), static_cast<size_t>(kThreads + 1)) << r.out;
@@ -222,7 +161,7 @@ TEST(VerboseHeaderOnce, OutputFileFromTheEnvironmentTakesHeaderAndLines) {
   ASSERT_GE(fd, 0);
   ASSERT_EQ(write(fd, "earlier\n", 8), 8);
   close(fd);
-  const auto r = run_probe("verbose_probe", {"lines", "1", "1"}, {std::string("ORB_VERBOSE_OUTPUT_FILE=") + name});
+  const auto r = run_probe({"lines", "1", "1"}, {std::string("ORB_VERBOSE_OUTPUT_FILE=") + name});
   std::ifstream in(name);
   std::stringstream file;
   file << in.rdbuf();
@@ -236,7 +175,7 @@ TEST(VerboseHeaderOnce, OutputFileFromTheEnvironmentTakesHeaderAndLines) {
 
 TEST(VerboseHeaderOnce, UnwritableOutputFileWarnsForHeaderAndEachLine) {
   const auto r =
-      run_probe("verbose_probe", {"lines", "1", "2"}, {"ORB_VERBOSE_OUTPUT_FILE=/nonexistent-orb-dir/verbose.log"});
+      run_probe({"lines", "1", "2"}, {"ORB_VERBOSE_OUTPUT_FILE=/nonexistent-orb-dir/verbose.log"});
   ASSERT_EQ(r.exit_code, 0) << r.err;
   EXPECT_EQ(r.err,
             "ORB_VERBOSE WARNING: unable to open output file. Print to STDOUT\n"

@@ -1,14 +1,22 @@
-// The parallel loop services inside arenas larger than this machine, so that
-// requests of more than two threads take every path.
+// The threader services of the statistics (stx) and data-fitting (df)
+// modules, inside arenas larger than this machine so that requests of more
+// than two threads take every path: the parallel loop, nested and concurrent
+// loops, sections and the ordered loop.
 #include "ewf/threader_chunks.hpp"
-#include "recorder.hpp"
+
+#include <orb/orb_threader.h>
 
 #include <gtest/gtest.h>
 #include <oneapi/tbb/global_control.h>
 #include <oneapi/tbb/task_arena.h>
 
+#include <array>
+#include <atomic>
 #include <memory>
+#include <numeric>
+#include <ostream>
 #include <thread>
+#include <vector>
 
 namespace orb::test {
 namespace {
@@ -16,6 +24,49 @@ namespace {
 // The runtime sizes its worker pool to the machine; allow the arenas of these
 // tests real threads, so that calls of one loop do run at the same time.
 const tbb::global_control kWorkers(tbb::global_control::max_allowed_parallelism, 8);
+
+struct ThreaderSet {
+  const char *name;
+  void (*loop)(int64_t, int, void *, orb_threader_fn);
+  void (*ordered_loop)(int64_t, int, void *, orb_threader_fn);
+  void (*sections)(int, void *, orb_threader_fn);
+};
+const ThreaderSet kStx{"stx", orb_stx_serv_threader_for, orb_stx_serv_threader_for_ordered,
+                       orb_stx_serv_threader_sections};
+const ThreaderSet kDf{"df", orb_df_serv_threader_for, orb_df_serv_threader_for_ordered, orb_df_serv_threader_sections};
+
+//! Per index: how often it was called, with which thread number and count,
+//! and how many calls that thread number had received before it.
+struct Recorder {
+  static constexpr int kNumbers = 64;  // above any thread number a case hands out
+
+  explicit Recorder(int n, int spin = 2000) : calls(n), thread(n), nthreads(n), position(n), work(spin) {}
+
+  static int record(int index, int thr, int nthr, void *context) {
+    auto *r = static_cast<Recorder *>(context);
+    if (index < 0 || index >= static_cast<int>(r->calls.size()) || thr < 0 || thr >= kNumbers) {
+      r->invalid.fetch_add(1);
+      return 0;
+    }
+    r->calls[index].fetch_add(1);
+    r->thread[index] = thr;
+    r->nthreads[index] = nthr;
+    r->position[index] = r->received[thr].fetch_add(1);
+    // Per-thread scratch indexed by the number must never serve two calls at once.
+    if (r->busy[thr].exchange(1)) r->overlaps.fetch_add(1);
+    for (volatile int spin = 0; spin < r->work; spin = spin + 1) {
+    }
+    r->busy[thr] = 0;
+    return 0;
+  }
+
+  int total() const { return std::accumulate(calls.begin(), calls.end(), 0); }
+
+  std::vector<std::atomic<int>> calls, thread, nthreads, position;
+  std::atomic<int> received[kNumbers] = {}, busy[kNumbers] = {};
+  std::atomic<int> invalid{0}, overlaps{0};
+  int work;  //!< spin per call, so that the calls of a loop overlap in time
+};
 
 enum class Shape {
   slot,     // thread number is an arena slot below P
@@ -34,6 +85,7 @@ struct ForCase {
   int nthreads;    // thread count every call is told
   int length = 0;  // chunk length
 };
+void PrintTo(const ForCase &c, std::ostream *os) { *os << c.name; }
 
 class ThreaderFor : public ::testing::TestWithParam<ForCase> {};
 
@@ -111,7 +163,7 @@ int run_inner(int index, int, int, void *context) {
 TEST(ThreaderFor, NestedAndConcurrentLoops) {
   for (const ThreaderSet *set : {&kStx, &kDf}) {
     Nest nest{set, {}};
-    for (auto &r : nest.inner) r = std::make_unique<Recorder>(300), r->work = 0;
+    for (auto &r : nest.inner) r = std::make_unique<Recorder>(300, 0);
     tbb::task_arena(4).execute([&] { set->loop(8, 0, &nest, run_inner); });
     for (auto &r : nest.inner) EXPECT_EQ(r->total(), 300) << set->name;
 
@@ -119,8 +171,7 @@ TEST(ThreaderFor, NestedAndConcurrentLoops) {
     auto run = [&](int p) {
       tbb::task_arena arena(p);
       for (int round = 0; round < 40; ++round) {
-        Recorder rec(257);
-        rec.work = 0;
+        Recorder rec(257, 0);
         arena.execute([&] { set->loop(257, 0, &rec, Recorder::record); });
         for (int i = 0; i < 257; ++i) wrong += rec.calls[i] != 1 || rec.nthreads[i] != p || rec.thread[i] >= p;
       }
@@ -130,6 +181,45 @@ TEST(ThreaderFor, NestedAndConcurrentLoops) {
     b.join();
     EXPECT_EQ(wrong.load(), 0) << set->name;
   }
+}
+
+// m sections when 1 <= m <= P, else P; each told it is section i of that many.
+TEST(ThreaderSections, RunsOneCallPerSection) {
+  for (const ThreaderSet *set : {&kStx, &kDf})
+    for (auto [p, m, count] : {std::array<int, 3>{4, 3, 3}, {4, 4, 4}, {8, 1, 1}, {4, 0, 4}, {8, 0, 8}, {4, -2, 4}, {4, 9, 4}}) {
+      Recorder rec(count);
+      tbb::task_arena(p).execute([&] { set->sections(m, &rec, Recorder::record); });
+      EXPECT_EQ(rec.invalid.load(), 0);
+      ASSERT_EQ(rec.total(), count) << set->name << " m " << m;
+      for (int i = 0; i < count; ++i)
+        EXPECT_TRUE(rec.calls[i] == 1 && rec.thread[i] == i && rec.nthreads[i] == count) << set->name << " m " << m;
+    }
+}
+
+// The ordered loop runs on the caller, in order, as thread 0 of 1, whatever t.
+struct OrderedLog {
+  std::thread::id caller;
+  std::vector<int> indices;
+  int wrong = 0;
+};
+
+int log_ordered(int index, int thr, int nthr, void *context) {
+  auto *log = static_cast<OrderedLog *>(context);
+  log->wrong += thr != 0 || nthr != 1 || std::this_thread::get_id() != log->caller;
+  log->indices.push_back(index);
+  return 0;
+}
+
+TEST(ThreaderForOrdered, RunsInOrderOnTheCaller) {
+  for (const ThreaderSet *set : {&kStx, &kDf})
+    for (int64_t n : {0, -3, 1, 37})
+      for (int t : {0, 4, 64}) {
+        OrderedLog log{std::this_thread::get_id(), {}, 0};
+        tbb::task_arena(8).execute([&] { set->ordered_loop(n, t, &log, log_ordered); });
+        EXPECT_EQ(log.wrong, 0);
+        ASSERT_EQ(log.indices.size(), static_cast<size_t>(n > 0 ? n : 0)) << set->name;
+        for (int i = 0; i < n; ++i) EXPECT_EQ(log.indices[i], i);
+      }
 }
 
 }  // namespace

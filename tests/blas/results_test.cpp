@@ -1,0 +1,155 @@
+// Results of the threaded GEMM and GEMV drivers against the naive reference,
+// in every precision, for shapes that take each path of the frame; and how
+// the double-precision GEMV driver cuts y among its workers.
+#include "dense.hpp"
+#include "interpose.hpp"
+
+#include <string>
+
+namespace orb::test {
+namespace {
+
+template <class T>
+struct Drivers;
+#define ORB_TEST_DRIVERS(p, T)                                 \
+  template <>                                                  \
+  struct Drivers<T> {                                          \
+    static constexpr auto gemm = orb_blas_##p##gemm;           \
+    static constexpr auto gemm_lp64 = orb_blas_lp64_##p##gemm; \
+    static constexpr auto gemv = orb_blas_##p##gemv;           \
+  };
+ORB_TEST_DRIVERS(s, float)
+ORB_TEST_DRIVERS(d, double)
+ORB_TEST_DRIVERS(c, ORB_Complex8)
+ORB_TEST_DRIVERS(z, ORB_Complex16)
+#undef ORB_TEST_DRIVERS
+
+struct GemmCase {
+  std::string name;
+  ORB_INT m, n, k;
+  char ta, tb;
+  int budget;
+  double alpha, beta;  // beta NaN: beta = 0 with C full of NaN
+  ORB_INT pad = 0;     // ld = rows + pad for A, B and C
+  bool lp64 = false;
+};
+
+template <class T>
+void run_gemm(const GemmCase &p) {
+  SCOPED_TRACE(letter_v<T>);
+  const bool a_n = (p.ta | 0x20) == 'n', b_n = (p.tb | 0x20) == 'n';
+  const auto ld = [&](ORB_INT rows) { return std::max<ORB_INT>(rows + p.pad, 1); };
+  const ORB_INT lda = ld(a_n ? p.m : p.k), ldb = ld(b_n ? p.k : p.n), ldc = ld(p.m);
+  const auto a = random_matrix<T>(a_n ? p.m : p.k, a_n ? p.k : p.m, lda, 1);
+  const auto b = random_matrix<T>(b_n ? p.k : p.n, b_n ? p.n : p.k, ldb, 2);
+  auto c0 = random_matrix<T>(p.m, p.n, ldc, 3);
+  const bool nan_c = std::isnan(p.beta);
+  for (ORB_INT j = 0; j < p.n && nan_c; ++j)
+    for (ORB_INT i = 0; i < p.m; ++i) c0[i + j * ldc] = narrow<T>(cld(NAN, NAN));
+  const T alpha = narrow<T>(cld(p.alpha, p.alpha / 2)), beta = narrow<T>(nan_c ? 0.0 : p.beta);
+  auto c = c0;
+  {
+    Budget budget(p.budget);
+    if (p.lp64) {
+      const int m = p.m, n = p.n, k = p.k, la = lda, lb = ldb, lc = ldc;
+      Drivers<T>::gemm_lp64(&p.ta, &p.tb, &m, &n, &k, &alpha, a.data(), &la, b.data(), &lb, &beta, c.data(), &lc);
+    } else {
+      Drivers<T>::gemm(&p.ta, &p.tb, &p.m, &p.n, &p.k, &alpha, a.data(), &lda, b.data(), &ldb, &beta, c.data(), &ldc);
+    }
+  }
+  EXPECT_TRUE(matches_gemm(c, c0, p.ta, p.tb, p.m, p.n, p.k, alpha, a, lda, b, ldb, beta, ldc));
+}
+
+void PrintTo(const GemmCase &c, std::ostream *os) { *os << c.name; }
+
+class GemmResults : public ::testing::TestWithParam<GemmCase> {};
+
+TEST_P(GemmResults, MatchesNaiveProductInEveryPrecision) {
+  for_each_precision([&](auto t) { run_gemm<decltype(t)>(GetParam()); });
+}
+
+std::vector<GemmCase> gemm_cases() {
+  std::vector<GemmCase> v;
+  // Every pair of operations, upper and lower case, on the two-dimensional cut.
+  for (char ta : {'N', 'T', 'C', 'n', 't', 'c'})
+    for (char tb : {'N', 'T', 'C'})
+      v.push_back({std::string("ops_") + ta + tb, 100, 90, 40, ta, static_cast<char>(tb | (ta & 0x20)), 3, 1.5, 0.5, 2});
+  v.push_back({"budget1", 90, 70, 40, 'N', 'T', 1, 1.0, 2.0, 1});
+  v.push_back({"alpha0", 150, 130, 70, 'T', 'N', 2, 0.0, 0.5});
+  v.push_back({"beta0_nan", 150, 130, 70, 'N', 'N', 2, 1.0, NAN});
+  v.push_back({"beta1", 150, 130, 70, 'N', 'C', 4, -1.0, 1.0});
+  v.push_back({"k0", 150, 130, 0, 'N', 'N', 2, 1.0, 2.0});
+  v.push_back({"m0", 0, 130, 70, 'N', 'N', 2, 1.0, 2.0});
+  v.push_back({"n0", 150, 0, 70, 'N', 'N', 2, 1.0, 2.0});
+  v.push_back({"matvec", 300, 1, 200, 'N', 'N', 2, 1.0, 0.5, 3});
+  v.push_back({"matvec_tt", 300, 1, 200, 'T', 'T', 1, 1.0, 0.5, 3});
+  v.push_back({"matvec_cn", 300, 1, 200, 'C', 'N', 2, 1.0, 0.5});
+  v.push_back({"matvec_cc", 300, 1, 200, 'C', 'C', 2, 1.0, 0.5});  // complex: stays a GEMM
+  v.push_back({"split_k_8", 64, 64, 8 * 336 + 5, 'N', 'N', 8, 1.0, 0.5});
+  v.push_back({"split_k_tt_beta0_nan", 64, 80, 700, 'T', 'T', 2, 1.0, NAN, 1});
+  v.push_back({"split_k_3_pad", 70, 64, 3 * 336 + 2, 'C', 'N', 3, 1.0, 1.0, 2});
+  v.push_back({"split_k_alpha0", 64, 64, 700, 'N', 'T', 2, 0.0, 0.5});
+  v.push_back({"one_slice_too_few", 64, 64, 600, 'N', 'N', 2, 1.0, 0.5});
+  v.push_back({"grid_rows_split", 1000, 512, 3, 'N', 'T', 8, 1.0, 0.5, 1});
+  v.push_back({"grid_remainder", 640, 96, 9, 'T', 'N', 16, 1.0, 0.5});
+  v.push_back({"grid_odd_budget", 301, 211, 17, 'N', 'N', 5, 1.0, 0.5, 1});
+  v.push_back({"lp64", 150, 130, 70, 'T', 'T', 2, 1.0, 0.5, 1, true});
+  return v;
+}
+
+INSTANTIATE_TEST_SUITE_P(Gemm, GemmResults, ::testing::ValuesIn(gemm_cases()),
+                         [](const auto &info) { return info.param.name; });
+
+struct GemvCase {
+  const char *name;
+  ORB_INT m, n;
+  char trans;
+  ORB_INT incx, incy;
+  int budget;
+  size_t kernel_calls;  // by the double-precision driver
+};
+
+template <class T>
+void run_gemv(const GemvCase &g) {
+  SCOPED_TRACE(letter_v<T>);
+  const bool as_stored = g.trans == 'N';
+  const ORB_INT lda = g.m + 2, lenx = as_stored ? g.n : g.m, leny = as_stored ? g.m : g.n;
+  const auto a = random_matrix<T>(g.m, g.n, lda, 4);
+  const auto x = random_matrix<T>(1, lenx, std::abs(g.incx), 5);  // one entry per increment
+  const auto y0 = random_matrix<T>(1, leny, std::abs(g.incy), 6);
+  auto y = y0;
+  const T alpha = narrow<T>(cld(0.75, -0.5)), beta = narrow<T>(cld(-1.25, 0.25));
+  {
+    Budget budget(g.budget);
+    observe();
+    Drivers<T>::gemv(&g.trans, &g.m, &g.n, &alpha, a.data(), &lda, x.data(), &g.incx, &beta, y.data(), &g.incy);
+  }
+  if (std::is_same_v<T, double>) {
+    const Observed o = observed();
+    EXPECT_EQ(o.gemv.size(), g.kernel_calls);
+    ORB_INT covered = 0;
+    for (const GemvCall &call : o.gemv) covered += as_stored ? call.m : call.n;
+    EXPECT_EQ(covered, leny);  // the blocks of y add up to y, each taken once
+  }
+  EXPECT_TRUE(matches_gemv(y, y0, g.trans, g.m, g.n, alpha, a, lda, x, g.incx, beta, g.incy));
+}
+
+void PrintTo(const GemvCase &c, std::ostream *os) { *os << c.name; }
+
+class GemvResults : public ::testing::TestWithParam<GemvCase> {};
+
+TEST_P(GemvResults, MatchesNaiveProductInEveryPrecision) {
+  for_each_precision([&](auto t) { run_gemv<decltype(t)>(GetParam()); });
+}
+
+INSTANTIATE_TEST_SUITE_P(Gemv, GemvResults,
+                         ::testing::Values(GemvCase{"too_small_to_cut", 150, 150, 'N', 1, 1, 2, 1},
+                                           GemvCase{"budget1", 1000, 300, 'N', 1, 1, 1, 1},
+                                           GemvCase{"rows_negative_incy", 1000, 300, 'N', 2, -3, 2, 2},
+                                           GemvCase{"columns", 300, 1000, 'T', -1, 2, 4, 4},
+                                           GemvCase{"columns_conj", 200, 700, 'C', 3, -1, 3, 3},
+                                           GemvCase{"rows_budget8", 1000, 300, 'N', 1, 1, 8, 8}),
+                         [](const auto &info) { return std::string(info.param.name); });
+
+}  // namespace
+}  // namespace orb::test

@@ -1,0 +1,131 @@
+// Small programs the tests start in a fresh process, one per first argument:
+//
+//   probe provider              binds the kernel provider through a first kernel call (no threaded driver,
+//                               so the task runtime starts no thread) and reports the provider's path and the
+//                               process's thread count before and after, whether the product was right, and
+//                               what OPENBLAS_NUM_THREADS holds afterwards
+//   probe env                   prints what the environment reader recorded
+//   probe cleanup N             registers N clean-ups that print their index at unload
+//   probe header IFACE          prints the verbose header twice (only the first may appear)
+//   probe lines IFACE THREADS   THREADS threads report one call each, all at once
+//   probe calls fortran32|fortran64|cblas
+//                               calls the standard names once each, for their verbose lines
+#include <orb/orb_blas.h>
+#include <orb/orb_cblas.h>
+#include <orb/orb_service.h>
+
+#include <dirent.h>
+
+#include <atomic>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <thread>
+#include <vector>
+
+extern "C" {
+void dgemm_(const char *, const char *, const int *, const int *, const int *, const double *, const double *,
+            const int *, const double *, const int *, const double *, double *, const int *);
+void dgemm_64_(const char *, const char *, const int64_t *, const int64_t *, const int64_t *, const double *,
+               const double *, const int64_t *, const double *, const int64_t *, const double *, double *,
+               const int64_t *);
+void zgemv_(const char *, const int *, const int *, const ORB_Complex16 *, const ORB_Complex16 *, const int *,
+            const ORB_Complex16 *, const int *, const ORB_Complex16 *, ORB_Complex16 *, const int *);
+}
+
+namespace {
+
+int thread_count() {
+  int n = 0;
+  if (DIR *d = opendir("/proc/self/task")) {
+    while (dirent *e = readdir(d)) n += e->d_name[0] != '.';
+    closedir(d);
+  }
+  return n;
+}
+
+int provider() {
+  const char *before = orb_serv_provider_path();
+  std::printf("path_before=%s\nthreads_before=%d\n", before ? before : "none", thread_count());
+  std::fflush(stdout);
+  const ORB_INT n = 400;
+  const double alpha = 1.0, beta = 0.0;
+  std::vector<double> a(n * n, 1.0), b(n * n, 2.0), c(n * n, -1.0);
+  orb_blas_xdgemm("N", "N", &n, &n, &n, &alpha, a.data(), &n, b.data(), &n, &beta, c.data(), &n);
+  const char *after = orb_serv_provider_path(), *env = std::getenv("OPENBLAS_NUM_THREADS");
+  std::printf("path_after=%s\nthreads_after=%d\nproduct_ok=%d\nopenblas_threads_env=%s\n", after ? after : "none",
+              thread_count(), c[0] == 2.0 * n && c[n * n - 1] == 2.0 * n, env ? env : "unset");
+  return 0;
+}
+
+void print_index(void *arg) { std::printf("cleanup=%d\n", static_cast<int>(reinterpret_cast<intptr_t>(arg))); }
+
+int verbose_lines(int iface, int threads) {
+  std::atomic<int> waiting{threads};
+  std::vector<std::thread> pool;
+  for (int i = 0; i < threads; ++i)
+    pool.emplace_back([&, i] {
+      const std::string text = "CALL" + std::to_string(i);
+      // Release every thread at once, so that the first calls race for the header.
+      waiting.fetch_sub(1);
+      while (waiting.load() > 0) std::this_thread::yield();
+      orb_serv_print_verbose_info(iface, text.c_str(), 0.5);
+    });
+  for (auto &t : pool) t.join();
+  return 0;
+}
+
+int calls(const char *form) {
+  double a[16] = {}, b[16] = {}, c[16] = {};
+  const double alpha = 1.5, beta = 0.0;
+  const ORB_Complex16 za = {1.0, -0.5}, zb = {0.0, 0.0};
+  ORB_Complex16 zm[8] = {}, zx[4] = {}, zy[4] = {};
+  if (std::strcmp(form, "fortran32") == 0) {
+    const int m = 2, n = 3, k = 4, bad = -1, inc = 1, back = -1;
+    dgemm_("N", "T", &m, &n, &k, &alpha, a, &m, b, &n, &beta, c, &m);
+    zgemv_("C", &m, &n, &za, zm, &m, zx, &inc, &zb, zy, &back);
+    dgemm_("N", "T", &bad, &n, &k, &alpha, a, &m, b, &n, &beta, c, &m);
+  } else if (std::strcmp(form, "fortran64") == 0) {
+    const int64_t m = 2, n = 3, k = 4;
+    dgemm_64_("N", "T", &m, &n, &k, &alpha, a, &m, b, &n, &beta, c, &m);
+  } else if (std::strcmp(form, "cblas") == 0) {
+    cblas_dgemm(CblasRowMajor, CblasNoTrans, CblasTrans, 2, 3, 4, alpha, a, 4, b, 4, beta, c, 3);
+    cblas_zgemv(CblasColMajor, CblasConjTrans, 2, 3, &za, zm, 2, zx, 1, &zb, zy, 1);
+  } else {
+    return 2;
+  }
+  return 0;
+}
+
+}  // namespace
+
+int main(int argc, char **argv) {
+  const std::string mode = argc > 1 ? argv[1] : "";
+  if (mode == "provider") return provider();
+  if (mode == "env") {
+    OrbEnvSettings s;
+    orb_serv_get_env_settings(&s);
+    std::printf("num_threads=%d\nnum_stripes=%d\nblas=%d\nfft=%d\newf=%d\nkestrel=%d\ndynamic=%d\n", s.num_threads,
+                s.num_stripes, s.blas_threads, s.fft_threads, s.ewf_threads, s.kestrel_threads, s.dynamic);
+    std::printf("max_threads=%d\nppn=%d\ndomain=%d\n", orb_serv_get_max_threads(), orb_serv_mpi_get_ppn(),
+                orb_serv_domain_get_max_threads(1));
+    return 0;
+  }
+  if (mode == "cleanup" && argc == 3) {
+    for (int i = 0; i < std::atoi(argv[2]); ++i) {
+      orb_serv_thr_register_cleanup(print_index, reinterpret_cast<void *>(static_cast<intptr_t>(i)));
+      std::printf("registered=%d\n", i);
+      std::fflush(stdout);
+    }
+    return 0;
+  }
+  if (mode == "header" && argc == 3) {
+    orb_serv_print_verbose_header(std::atoi(argv[2]));
+    orb_serv_print_verbose_header(std::atoi(argv[2]));
+    return 0;
+  }
+  if (mode == "lines" && argc == 4) return verbose_lines(std::atoi(argv[2]), std::atoi(argv[3]));
+  if (mode == "calls" && argc == 3) return calls(argv[2]);
+  return 2;
+}
