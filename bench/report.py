@@ -186,7 +186,7 @@ def render_markdown(run, verdicts, host, note=None, plot_name="gemm_gflops.png")
     label = {lib["key"]: lib["label"] for lib in libs}
     out = ["# Performance", ""]
     if note:
-        out += [f"> **Provisional.** {note}", ""]
+        out += [f"> **Note.** {note}", ""]
     busy = busy_note(run)
     if busy:
         out += [f"> {busy}", ""]
@@ -293,7 +293,7 @@ def main(argv=None):
     parser.add_argument("--quick", action="store_true", help="with --run: the quick form")
     parser.add_argument("--out", default=os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "docs"),
                         help="directory for performance.md and gemm_gflops.png (default: docs/)")
-    parser.add_argument("--note", help="a sentence printed at the top, marking the figures provisional")
+    parser.add_argument("--note", help="a sentence printed at the top of the report (how the run is to be read)")
     args = parser.parse_args(argv)
 
     os.makedirs(args.out, exist_ok=True)
