@@ -25,11 +25,7 @@ int omatcopy2(char ordering, char trans, ORB_INT rows, ORB_INT cols, typename S:
   bool row_major = false;
   Op op;
   ArgCheck check;
-  check.require(decode_ordering(ordering, row_major), 1);
-  check.require(decode_op(trans, op), 2);
-  check.require(rows >= 0, 3);
-  check.require(cols >= 0, 4);
-  const bool empty = rows <= 0 || cols <= 0;
+  const bool empty = check_copy_head(check, ordering, trans, rows, cols, row_major, op);
   check.require(empty || A, 6);
   check.require(lda >= 1, 7);
   check.require(stridea >= 1, 8);
@@ -52,11 +48,7 @@ int omatcopy(char ordering, char trans, ORB_INT rows, ORB_INT cols, typename S::
   bool row_major = false;
   Op op;
   ArgCheck check;
-  check.require(decode_ordering(ordering, row_major), 1);
-  check.require(decode_op(trans, op), 2);
-  check.require(rows >= 0, 3);
-  check.require(cols >= 0, 4);
-  const bool empty = rows <= 0 || cols <= 0;
+  const bool empty = check_copy_head(check, ordering, trans, rows, cols, row_major, op);
   const ORB_INT brows = op.transpose ? cols : rows;
   const ORB_INT bcols = op.transpose ? rows : cols;
   check.require(empty || A, 6);

@@ -72,6 +72,17 @@ class ArgCheck {
   int first_ = 0;
 };
 
+//! The checks every copy opens with (1 ordering, 2 trans, 3 rows, 4 cols),
+//! decoding the ordering and the operation; true when the matrix is empty.
+inline bool check_copy_head(ArgCheck &check, char ordering, char trans, ORB_INT rows, ORB_INT cols,
+                            bool &row_major, Op &op) {
+  check.require(decode_ordering(ordering, row_major), 1);
+  check.require(decode_op(trans, op), 2);
+  check.require(rows >= 0, 3);
+  check.require(cols >= 0, 4);
+  return rows <= 0 || cols <= 0;
+}
+
 //! The upper-case routine name of one precision, e.g. "DOMATCOPY2".
 class RoutineName {
  public:
