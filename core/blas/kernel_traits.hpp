@@ -3,17 +3,10 @@
 #pragma once
 
 #include "blas/provider.hpp"
+#include "scalar.hpp"
 
 namespace orb::core {
 
-inline bool is_zero(float v) { return v == 0.0f; }
-inline bool is_zero(double v) { return v == 0.0; }
-inline bool is_zero(const ORB_Complex8 &v) { return v.real == 0.0f && v.imag == 0.0f; }
-inline bool is_zero(const ORB_Complex16 &v) { return v.real == 0.0 && v.imag == 0.0; }
-inline bool is_one(float v) { return v == 1.0f; }
-inline bool is_one(double v) { return v == 1.0; }
-inline bool is_one(const ORB_Complex8 &v) { return v.real == 1.0f && v.imag == 0.0f; }
-inline bool is_one(const ORB_Complex16 &v) { return v.real == 1.0 && v.imag == 0.0; }
 
 template <class T>
 struct kernel_traits;

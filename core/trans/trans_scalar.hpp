@@ -3,6 +3,8 @@
 // the scalar, conjugation (the identity for real types) and addition.
 #pragma once
 
+#include "scalar.hpp"
+
 #include <orb/orb_types.h>
 
 namespace orb::core::trans {
@@ -17,8 +19,8 @@ struct RealScalar {
   static T mul(T a, T x) { return a * x; }
   static T add(T x, T y) { return x + y; }
   static T zero() { return T(0); }
-  static bool is_zero(T a) { return a == T(0); }
-  static bool is_one(T a) { return a == T(1); }
+  static bool is_zero(T a) { return orb::is_zero(a); }
+  static bool is_one(T a) { return orb::is_one(a); }
 };
 
 //! ORB_Complex8 and ORB_Complex16: pairs of R, real part first.
@@ -31,8 +33,8 @@ struct ComplexScalar {
   static T mul(T a, T x) { return T{a.real * x.real - a.imag * x.imag, a.real * x.imag + a.imag * x.real}; }
   static T add(T x, T y) { return T{x.real + y.real, x.imag + y.imag}; }
   static T zero() { return T{R(0), R(0)}; }
-  static bool is_zero(T a) { return a.real == R(0) && a.imag == R(0); }
-  static bool is_one(T a) { return a.real == R(1) && a.imag == R(0); }
+  static bool is_zero(T a) { return orb::is_zero(a); }
+  static bool is_one(T a) { return orb::is_one(a); }
 };
 
 using SScalar = RealScalar<float, 'S'>;
