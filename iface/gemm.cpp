@@ -83,6 +83,16 @@ int check(const GemmCall<T> &g) {
   return 0;
 }
 
+//! The operands every form of the call lists after its transposition words;
+//! I is the caller's integer: by reference (Fortran) or by value (C).
+template <class I, class S>
+void gemm_operands(CallText &t, I m, I n, I k, const S *alpha, const void *a, I lda, const void *b, I ldb,
+                   const S *beta, const void *c, I ldc) {
+  t.integer(m).integer(n).integer(k).scalar(alpha).address(a).integer(lda).address(b).integer(ldb).scalar(beta)
+      .address(c)
+      .integer(ldc);
+}
+
 }  // namespace
 
 template <class T, class I>
@@ -109,18 +119,8 @@ void fortran_gemm(int iface, const char *transa, const char *transb, const I *m,
       [&](CallText &t) {
         t.routine(routine_name(Precision<T>::upper, "GEMM", int64).upper)
             .character(transa)
-            .character(transb)
-            .integer(m)
-            .integer(n)
-            .integer(k)
-            .scalar(alpha)
-            .address(a)
-            .integer(lda)
-            .address(b)
-            .integer(ldb)
-            .scalar(beta)
-            .address(c)
-            .integer(ldc);
+            .character(transb);
+        gemm_operands(t, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
       });
 }
 
@@ -158,18 +158,8 @@ void cblas_gemm(int layout, int transa, int transb, int m, int n, int k, const T
         t.routine(routine_name(Precision<T>::upper, "GEMM", false).cblas);
         cblas_layout(t, layout);
         cblas_transpose(t, transa);
-        cblas_transpose(t, transb)
-            .integer(m)
-            .integer(n)
-            .integer(k)
-            .scalar(alpha)
-            .address(a)
-            .integer(lda)
-            .address(b)
-            .integer(ldb)
-            .scalar(beta)
-            .address(c)
-            .integer(ldc);
+        cblas_transpose(t, transb);
+        gemm_operands(t, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
       });
 }
 

@@ -117,6 +117,15 @@ void conjugated_product(const GemvCall<T> &g) {
   orb_serv_free(heap);
 }
 
+//! The operands every form of the call lists after its transposition word;
+//! I is the caller's integer: by reference (Fortran) or by value (C).
+template <class I, class S>
+void gemv_operands(CallText &t, I m, I n, const S *alpha, const void *a, I lda, const void *x, I incx, const S *beta,
+                   const void *y, I incy) {
+  t.integer(m).integer(n).scalar(alpha).address(a).integer(lda).address(x).integer(incx).scalar(beta).address(y)
+      .integer(incy);
+}
+
 }  // namespace
 
 template <class T, class I>
@@ -141,17 +150,8 @@ void fortran_gemv(int iface, const char *trans, const I *m, const I *n, const T 
       },
       [&](CallText &t) {
         t.routine(routine_name(Precision<T>::upper, "GEMV", int64).upper)
-            .character(trans)
-            .integer(m)
-            .integer(n)
-            .scalar(alpha)
-            .address(a)
-            .integer(lda)
-            .address(x)
-            .integer(incx)
-            .scalar(beta)
-            .address(y)
-            .integer(incy);
+            .character(trans);
+        gemv_operands(t, m, n, alpha, a, lda, x, incx, beta, y, incy);
       });
 }
 
@@ -192,17 +192,8 @@ void cblas_gemv(int layout, int trans, int m, int n, const T *alpha, const T *a,
       [&](CallText &t) {
         t.routine(routine_name(Precision<T>::upper, "GEMV", false).cblas);
         cblas_layout(t, layout);
-        cblas_transpose(t, trans)
-            .integer(m)
-            .integer(n)
-            .scalar(alpha)
-            .address(a)
-            .integer(lda)
-            .address(x)
-            .integer(incx)
-            .scalar(beta)
-            .address(y)
-            .integer(incy);
+        cblas_transpose(t, trans);
+        gemv_operands(t, m, n, alpha, a, lda, x, incx, beta, y, incy);
       });
 }
 
