@@ -144,13 +144,14 @@ ShapeResult measure_shape(const GemmRun &run, const GemmShape &shape) {
     }
     pause_s(lib.settle_s);
     contestants.push_back({[&problem, &lib] { problem.call(lib); }, calls_per_round(per_call_s, o.target_s, o.rounds),
-                           lib.settle_s, {}});
+                           lib.settle_s, {}, {}});
   }
 
   interleave(contestants, o.rounds);
   for (size_t c = 0; c < order.size(); ++c) {
     const GemmLibrary &lib = run.libraries[order[c]];
     r.libs[order[c]].timing = summarize(contestants[c].seconds);
+    r.libs[order[c]].round_best_s = std::move(contestants[c].round_best);
     checked_call(problem, lib, false, r.libs[order[c]], r.tolerance);  // the reference against itself, too
     pause_s(lib.settle_s);
   }
@@ -167,8 +168,9 @@ const char *gemm_usage() {
          "  --csv FILE     one row per shape and library\n"
          "  --json FILE    the whole run, as read by bench/report.py\n"
          "  --threads N    thread count of orb and of the threaded peers (default: orb's budget)\n"
-         "  --time S       timed seconds per library and shape (default 0.3; 0.15 with --quick)\n"
-         "  --rounds R     interleaved batches per library, also the least number of timed calls (default 3)\n"
+         "  --time S       timed seconds per library and shape (default 1; 0.15 with --quick)\n"
+         "  --rounds R     interleaved batches per library, also the least number of timed calls\n"
+         "                 (default 10; 6 with --quick)\n"
          "  --shape SHAPE  measure this shape instead of the list: [s|d|z:]N or [s|d|z:]MxNxK\n"
          "  --only KEYS    measure only these of orb,serial,openblas,blis\n";
 }
@@ -179,7 +181,7 @@ bool parse_gemm_options(const std::vector<std::string> &args, GemmOptions &o, st
     error = std::move(message);
     return false;
   };
-  bool time_given = false;
+  bool time_given = false, rounds_given = false;
   for (size_t i = 0; i < args.size(); ++i) {
     const std::string &a = args[i];
     const bool has_value = i + 1 < args.size();
@@ -200,6 +202,7 @@ bool parse_gemm_options(const std::vector<std::string> &args, GemmOptions &o, st
       time_given = true;
     } else if (a == "--rounds") {
       if (!parse_count(value(), o.rounds)) return fail("--rounds wants a positive integer");
+      rounds_given = true;
     } else if (a == "--shape") {
       GemmShape s;
       if (!parse_shape(value(), s)) return fail("bad shape '" + args[i] + "'");
@@ -215,6 +218,7 @@ bool parse_gemm_options(const std::vector<std::string> &args, GemmOptions &o, st
   }
   if (o.shapes.empty()) o.shapes = o.quick ? quick_shapes() : full_shapes();
   if (o.quick && !time_given) o.target_s = 0.15;
+  if (o.quick && !rounds_given) o.rounds = 6;
   return true;
 }
 
@@ -230,32 +234,42 @@ int library_index(const GemmRun &run, const std::string &key) {
   return -1;
 }
 
+double speedup(const ShapeResult &r, int ours, int other) {
+  const auto n = static_cast<int>(r.libs.size());
+  if (ours < 0 || other < 0 || ours >= n || other >= n) return std::numeric_limits<double>::quiet_NaN();
+  const LibraryResult &a = r.libs[static_cast<size_t>(ours)], &b = r.libs[static_cast<size_t>(other)];
+  if (!a.measured || !b.measured) return std::numeric_limits<double>::quiet_NaN();
+  return paired_speedup(a.round_best_s, b.round_best_s);
+}
+
 int best_peer(const GemmRun &run, const ShapeResult &r) {
+  const int orb = library_index(run, "orb");
+  const bool paired = orb >= 0 && r.libs[static_cast<size_t>(orb)].measured;
   int best = -1;
+  double best_score = 0;
   for (size_t i = 0; i < run.libraries.size(); ++i) {
     if (!run.libraries[i].peer || gflops(r, i) <= 0) continue;
-    if (best < 0 || gflops(r, i) > gflops(r, static_cast<size_t>(best))) best = static_cast<int>(i);
+    // Paired: the peer orb is least ahead of; otherwise the peer with more GFLOPS.
+    const double score = paired ? -speedup(r, orb, static_cast<int>(i)) : gflops(r, i);
+    if (!std::isfinite(score)) continue;
+    if (best < 0 || score > best_score) {
+      best = static_cast<int>(i);
+      best_score = score;
+    }
   }
   return best;
 }
 
-namespace {
-
-double ratio(const ShapeResult &r, int ours, int other) {
-  const double nan = std::numeric_limits<double>::quiet_NaN();
-  if (ours < 0 || other < 0) return nan;
-  const double a = gflops(r, static_cast<size_t>(ours)), b = gflops(r, static_cast<size_t>(other));
-  return a > 0 && b > 0 ? a / b : nan;
-}
-
-}  // namespace
-
 double ratio_to_serial(const GemmRun &run, const ShapeResult &r) {
-  return ratio(r, library_index(run, "orb"), library_index(run, "serial"));
+  return speedup(r, library_index(run, "orb"), library_index(run, "serial"));
 }
 
 double ratio_to_best_peer(const GemmRun &run, const ShapeResult &r) {
-  return ratio(r, library_index(run, "orb"), best_peer(run, r));
+  return speedup(r, library_index(run, "orb"), best_peer(run, r));
+}
+
+double peer_to_serial(const GemmRun &run, const ShapeResult &r) {
+  return speedup(r, best_peer(run, r), library_index(run, "serial"));
 }
 
 void measure_gemm(GemmRun &run) {

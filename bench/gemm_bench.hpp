@@ -17,8 +17,8 @@ struct GemmOptions {
   std::string csv_path;             //!< --csv FILE: one row per shape and library
   std::string json_path;            //!< --json FILE: everything, for bench/report.py
   int threads = 0;                  //!< --threads N: orb's budget and the peers' count; 0 keeps orb's budget
-  double target_s = 0.3;            //!< --time S: timed seconds per library and shape
-  int rounds = 3;                   //!< --rounds R: interleaved batches per library (also the least calls)
+  double target_s = 1.0;            //!< --time S: timed seconds per library and shape
+  int rounds = 10;                  //!< --rounds R: interleaved batches per library (also the least calls)
   std::vector<GemmShape> shapes;    //!< --shape SHAPE, repeatable; empty: the full or quick list
   std::vector<std::string> only;    //!< --only KEY,...: measure just these libraries
 };
@@ -33,6 +33,7 @@ const char *gemm_usage();
 struct LibraryResult {
   bool measured = false;    //!< false: the library or its entry for this precision is missing ("n/a")
   Timing timing;            //!< timed calls after the first
+  std::vector<double> round_best_s;  //!< best call of each round, for the paired ratios
   double first_call_s = 0;  //!< the untimed first call, which is also the first checked one
   double difference = -1;   //!< largest relative difference of its checked calls from the reference C
   std::string check;        //!< "reference", "ok", "MISMATCH", or empty when not measured
@@ -61,12 +62,19 @@ struct GemmRun {
 //! GFLOPS of library `lib` on `r` from its best (or median) call; 0 when not measured.
 double gflops(const ShapeResult &r, size_t lib, bool median = false);
 
-//! Index of the faster peer on `r`, or -1 when no peer was measured.
+//! How many times faster library `ours` ran than library `other` on `r`,
+//! paired round by round (measure.hpp); NaN when either was not measured.
+double speedup(const ShapeResult &r, int ours, int other);
+
+//! Index of the peer orb compares worst against on `r` (by GFLOPS when orb
+//! was not measured), or -1 when no peer was measured.
 int best_peer(const GemmRun &run, const ShapeResult &r);
 
-//! orb's GFLOPS over the serial provider's, and over the best peer's; NaN when either is missing.
+//! orb's speed-up over the serial provider and over the best peer, and the
+//! best peer's own over the serial provider; NaN when one is missing.
 double ratio_to_serial(const GemmRun &run, const ShapeResult &r);
 double ratio_to_best_peer(const GemmRun &run, const ShapeResult &r);
+double peer_to_serial(const GemmRun &run, const ShapeResult &r);
 
 //! Index of the library with this key, or -1.
 int library_index(const GemmRun &run, const std::string &key);

@@ -65,7 +65,9 @@ void print_shape(std::FILE *out, const GemmRun &run, const ShapeResult &r) {
 }
 
 void print_summary(std::FILE *out, const GemmRun &run) {
-  std::fprintf(out, "Summary: GFLOPS of the best call; %d thread%s, serial on 1; load average %s -> %s\n",
+  std::fprintf(out,
+               "Summary: GFLOPS of the best call, ratios paired by round; %d thread%s, serial on 1;"
+               " load average %s -> %s\n",
                run.threads, run.threads == 1 ? "" : "s", run.load_start.c_str(), run.load_end.c_str());
   std::fprintf(out, "  %-24s", "shape");
   for (const GemmLibrary &lib : run.libraries) std::fprintf(out, " %9s", lib.key.c_str());
@@ -142,7 +144,7 @@ bool write_json(const std::string &path, const GemmRun &run, std::string &error)
   j << "{\n  \"benchmark\": \"gemm\",\n  \"date\": " << json_string(run.date)
     << ",\n  \"quick\": " << (o.quick ? "true" : "false") << ",\n  \"threads\": " << run.threads
     << ",\n  \"cpus\": " << run.cpus
-    << ",\n  \"statistic\": \"best\",\n  \"time_per_measurement_s\": " << json_number(o.target_s)
+    << ",\n  \"statistic\": \"best\",\n  \"ratio_statistic\": \"median of paired rounds\",\n  \"time_per_measurement_s\": " << json_number(o.target_s)
     << ",\n  \"rounds\": " << o.rounds << ",\n  \"load_start\": " << json_string(run.load_start)
     << ",\n  \"load_end\": " << json_string(run.load_end) << ",\n  \"libraries\": [";
   for (size_t i = 0; i < run.libraries.size(); ++i) {
@@ -162,7 +164,8 @@ bool write_json(const std::string &path, const GemmRun &run, std::string &error)
       << ", \"flops\": " << json_number(gemm_flops(r.shape)) << ", \"tolerance\": " << json_number(r.tolerance)
       << ", \"others_cpu_share\": " << (r.others_share >= 0 ? json_number(r.others_share) : "null")
       << ",\n     \"ratio_serial\": " << json_number(ratio_to_serial(run, r))
-      << ", \"ratio_best_peer\": " << json_number(ratio_to_best_peer(run, r)) << ", \"best_peer\": "
+      << ", \"ratio_best_peer\": " << json_number(ratio_to_best_peer(run, r))
+      << ", \"ratio_peer_serial\": " << json_number(peer_to_serial(run, r)) << ", \"best_peer\": "
       << (peer >= 0 ? json_string(run.libraries[static_cast<size_t>(peer)].key) : "null") << ",\n     \"libraries\": {";
     bool first = true;
     for (size_t i = 0; i < run.libraries.size(); ++i) {
@@ -177,7 +180,9 @@ bool write_json(const std::string &path, const GemmRun &run, std::string &error)
         << ", \"best_s\": " << json_number(l.timing.best_s) << ", \"median_s\": " << json_number(l.timing.median_s)
         << ", \"calls\": " << l.timing.reps << ", \"first_call_s\": " << json_number(l.first_call_s)
         << ", \"max_rel_diff\": " << (l.difference >= 0 ? json_number(l.difference) : "null")
-        << ", \"check\": " << json_string(l.check) << "}";
+        << ", \"check\": " << json_string(l.check) << ", \"round_best_s\": [";
+      for (size_t k = 0; k < l.round_best_s.size(); ++k) j << (k ? ", " : "") << json_number(l.round_best_s[k]);
+      j << "]}";
     }
     j << "}}";
   }

@@ -16,14 +16,23 @@ void pause_s(double seconds) {
   if (seconds > 0) std::this_thread::sleep_for(std::chrono::duration<double>(seconds));
 }
 
+namespace {
+
+// The median of a non-empty, sorted `v`.
+double sorted_median(const std::vector<double> &v) {
+  const size_t n = v.size();
+  return n % 2 ? v[n / 2] : 0.5 * (v[n / 2 - 1] + v[n / 2]);
+}
+
+}  // namespace
+
 Timing summarize(std::vector<double> seconds) {
   Timing t;
   if (seconds.empty()) return t;
   std::sort(seconds.begin(), seconds.end());
-  const size_t n = seconds.size();
   t.best_s = seconds.front();
-  t.median_s = n % 2 ? seconds[n / 2] : 0.5 * (seconds[n / 2 - 1] + seconds[n / 2]);
-  t.reps = static_cast<int>(n);
+  t.median_s = sorted_median(seconds);
+  t.reps = static_cast<int>(seconds.size());
   return t;
 }
 
@@ -36,16 +45,32 @@ int calls_per_round(double call_s, double target_s, int rounds) {
   return static_cast<int>(std::clamp(calls, 1.0, 100000.0));
 }
 
+double paired_speedup(const std::vector<double> &ours, const std::vector<double> &theirs) {
+  const size_t n = std::min(ours.size(), theirs.size());
+  std::vector<double> ratios;
+  for (size_t r = 0; r < n; ++r) {
+    if (!(ours[r] > 0) || !(theirs[r] > 0)) return std::nan("");
+    ratios.push_back(theirs[r] / ours[r]);
+  }
+  if (ratios.empty()) return std::nan("");
+  std::sort(ratios.begin(), ratios.end());
+  return sorted_median(ratios);
+}
+
 void interleave(std::vector<Contestant> &contestants, int rounds) {
   const size_t n = contestants.size();
   for (int r = 0; r < rounds; ++r) {
     for (size_t i = 0; i < n; ++i) {
       Contestant &c = contestants[(static_cast<size_t>(r) + i) % n];
+      double best = 0;
       for (int j = 0; j < c.per_round; ++j) {
         const double t0 = now_s();
         c.call();
-        c.seconds.push_back(now_s() - t0);
+        const double t = now_s() - t0;
+        c.seconds.push_back(t);
+        best = j == 0 ? t : std::min(best, t);
       }
+      c.round_best.push_back(best);
       pause_s(c.settle_s);
     }
   }

@@ -4,9 +4,15 @@
 // every library, and each round starts with a different library, so that a
 // slow spell of the machine (another process, a frequency change) falls on
 // all of them alike instead of on whichever happened to run then.  Every call
-// is timed on its own; the figure that counts is the best call, because on a
+// is timed on its own; a library's speed is its best call, because on a
 // shared machine interference only ever adds time.  The median is kept beside
 // it to show how steady the run was.
+//
+// How two libraries compare is judged round by round instead: the ratio of
+// their best calls within one round, whose batches run within a second or two
+// of each other, and the median of that ratio over the rounds.  A slow spell
+// that lasts longer than a round then cancels out of every ratio it touches,
+// while the best calls of the whole run can come from different spells.
 //
 //   3 libraries A, B, C, 3 rounds:   A B C | B C A | C A B
 #pragma once
@@ -29,6 +35,7 @@ struct Contestant {
   int per_round = 1;            //!< calls in each of its batches
   double settle_s = 0;          //!< pause after each of its batches
   std::vector<double> seconds;  //!< time of every timed call, filled by interleave()
+  std::vector<double> round_best;  //!< best call of each round's batch, filled by interleave()
 };
 
 //! Seconds on a monotonic clock.
@@ -43,6 +50,11 @@ Timing summarize(std::vector<double> seconds);
 //! Calls per batch so that `rounds` batches take about `target_s` together,
 //! given the time of one call; never below 1.
 int calls_per_round(double call_s, double target_s, int rounds);
+
+//! How many times faster `ours` ran than `theirs`: the median over rounds of
+//! theirs[r] / ours[r] (best calls of the same round).  NaN when the two have
+//! no round in common or a time is not positive.
+double paired_speedup(const std::vector<double> &ours, const std::vector<double> &theirs);
 
 //! Runs the batches of every contestant in `rounds` rounds, the first
 //! contestant of round r being r mod (number of contestants).

@@ -11,7 +11,9 @@ versions, the table of GFLOPS and ratios, the targets with pass or fail, and a
 plot of GFLOPS against size for the square double-precision shapes.
 
 Targets are judged on the ratios of one run: orb against the serial provider
-(same machine, same moment) and against the faster of the threaded peers.
+(same machine, same moment) and against the threaded peer it is least ahead of,
+each ratio the median over rounds of the two libraries' best calls in the same
+round.
 """
 
 import argparse
@@ -24,7 +26,7 @@ import subprocess
 import sys
 
 # What orb's threaded gemm must reach, as (text, shape filter, ratio, least value).
-# "best peer" is the faster of the threaded peers on that shape.
+# "best peer" is the threaded peer that orb is least ahead of on that shape.
 TARGETS = [
     ("dgemm square 1000 and above: at least 0.97x the best peer",
      lambda r: r["prec"] == "d" and r["group"] == "square" and r["m"] >= 1000, "ratio_best_peer", 0.97),
@@ -139,9 +141,8 @@ def machine():
 
 
 def peer_scaling(r):
-    """The best peer's GFLOPS over the serial provider's on one shape, or None."""
-    peer, serial = r["libraries"].get(r.get("best_peer") or ""), r["libraries"].get("serial")
-    return peer["gflops"] / serial["gflops"] if peer and serial and serial["gflops"] > 0 else None
+    """The best peer's speed-up over the serial provider on one shape, or None."""
+    return r.get("ratio_peer_serial")
 
 
 def fmt_gflops(lib):
@@ -225,14 +226,19 @@ def render_markdown(run, verdicts, host, note=None, plot_name="gemm_gflops.png")
         f"{run['rounds']} batches of timed calls, interleaved with the others' and each round starting "
         f"with a different library, about {run['time_per_measurement_s']:g} s per library and shape and "
         f"never fewer than {run['rounds']} calls, and after them one more checked call from the starting C. "
-        "The figure is the best single call (on a shared machine "
+        "The GFLOPS figure is the best single call (on a shared machine "
         "interference only adds time); the JSON output also keeps the median. GFLOPS count 2mnk "
-        "operations, 8mnk for complex. \"peer / serial\" is how far the best peer itself scales over one "
+        "operations, 8mnk for complex. The ratios are paired: for two libraries, the ratio of their "
+        "best calls within each round, whose batches run within a second or two of each other, and the "
+        "median of that ratio over the rounds. A slow spell of this shared machine longer than a round "
+        "then cancels out of the ratio, while the best calls of a whole run can come from different "
+        "spells; so a ratio can differ from the quotient of the two GFLOPS figures. \"best peer\" is "
+        "the peer orb is least ahead of. \"peer / serial\" is how far the best peer itself scales over one "
         "thread: where it stays well below the thread count, so does any library on this machine. The last "
         "column is the share of the CPUs that other processes used while the shape was measured; above a "
         "few percent the shape's figures are disturbed.",
         "",
-        "## Results (GFLOPS, best call)",
+        "## Results (GFLOPS of the best call; ratios paired by round)",
         "",
         "| shape | " + " | ".join(label[k] for k in keys) +
         " | orb / serial | orb / best peer | peer / serial | check | others |",
