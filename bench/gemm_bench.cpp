@@ -118,6 +118,17 @@ double checked_call(GemmProblem &problem, const GemmLibrary &lib, bool make_refe
   return seconds;
 }
 
+// Rounds for a shape whose slowest library takes `slowest_s` per call: as many
+// as give that library one call per round within the time per library, so
+// that short products are compared in many short rounds and a slow spell of
+// the machine touches few of them; never fewer than asked for, nor above 40.
+int rounds_for(const GemmOptions &o, double slowest_s) {
+  constexpr int kMostRounds = 40;
+  if (!(slowest_s > 0)) return o.rounds;
+  const double fit = std::floor(o.target_s / slowest_s);
+  return static_cast<int>(std::clamp(fit, static_cast<double>(o.rounds), static_cast<double>(std::max(o.rounds, kMostRounds))));
+}
+
 ShapeResult measure_shape(const GemmRun &run, const GemmShape &shape) {
   const GemmOptions &o = run.options;
   GemmProblem problem(shape);
@@ -128,7 +139,7 @@ ShapeResult measure_shape(const GemmRun &run, const GemmShape &shape) {
   r.libs.resize(run.libraries.size());
 
   const std::vector<size_t> order = check_order(run, shape.prec);
-  std::vector<Contestant> contestants;
+  std::vector<double> per_call_s;
   for (size_t i : order) {
     const GemmLibrary &lib = run.libraries[i];
     LibraryResult &out = r.libs[i];
@@ -136,18 +147,24 @@ ShapeResult measure_shape(const GemmRun &run, const GemmShape &shape) {
     out.first_call_s = checked_call(problem, lib, i == order.front(), out, r.tolerance);
     // The first call may include starting a thread pool; when it is shorter
     // than a batch, a second untimed call gives a fairer time per call.
-    double per_call_s = out.first_call_s;
-    if (per_call_s < o.target_s / o.rounds) {
+    double t = out.first_call_s;
+    if (t < o.target_s / o.rounds) {
       const double t1 = now_s();
       problem.call(lib);
-      per_call_s = std::min(per_call_s, now_s() - t1);
+      t = std::min(t, now_s() - t1);
     }
+    per_call_s.push_back(t);
     pause_s(lib.settle_s);
-    contestants.push_back({[&problem, &lib] { problem.call(lib); }, calls_per_round(per_call_s, o.target_s, o.rounds),
+  }
+  r.rounds = rounds_for(o, per_call_s.empty() ? 0 : *std::max_element(per_call_s.begin(), per_call_s.end()));
+  std::vector<Contestant> contestants;
+  for (size_t c = 0; c < order.size(); ++c) {
+    const GemmLibrary &lib = run.libraries[order[c]];
+    contestants.push_back({[&problem, &lib] { problem.call(lib); }, calls_per_round(per_call_s[c], o.target_s, r.rounds),
                            lib.settle_s, {}, {}});
   }
 
-  interleave(contestants, o.rounds);
+  interleave(contestants, r.rounds);
   for (size_t c = 0; c < order.size(); ++c) {
     const GemmLibrary &lib = run.libraries[order[c]];
     r.libs[order[c]].timing = summarize(contestants[c].seconds);

@@ -18,7 +18,7 @@ struct GemmOptions {
   std::string json_path;            //!< --json FILE: everything, for bench/report.py
   int threads = 0;                  //!< --threads N: orb's budget and the peers' count; 0 keeps orb's budget
   double target_s = 1.0;            //!< --time S: timed seconds per library and shape
-  int rounds = 10;                  //!< --rounds R: interleaved batches per library (also the least calls)
+  int rounds = 10;                  //!< --rounds R: least interleaved batches per library (also the least calls)
   std::vector<GemmShape> shapes;    //!< --shape SHAPE, repeatable; empty: the full or quick list
   std::vector<std::string> only;    //!< --only KEY,...: measure just these libraries
 };
@@ -43,6 +43,7 @@ struct LibraryResult {
 struct ShapeResult {
   GemmShape shape;
   double tolerance = 0;
+  int rounds = 0;            //!< interleaved rounds actually run (rounds_for in gemm_bench.cpp)
   double others_share = -1;  //!< share of the CPUs other processes used meanwhile (machine_load.hpp); <0 unknown
   std::vector<LibraryResult> libs;
 };

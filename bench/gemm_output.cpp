@@ -161,7 +161,7 @@ bool write_json(const std::string &path, const GemmRun &run, std::string &error)
     j << (s ? "," : "") << "\n    {\"name\": " << json_string(shape_name(r.shape)) << ", \"prec\": \""
       << precision_letter(r.shape.prec) << "\", \"m\": " << r.shape.m << ", \"n\": " << r.shape.n
       << ", \"k\": " << r.shape.k << ", \"group\": " << json_string(r.shape.group)
-      << ", \"flops\": " << json_number(gemm_flops(r.shape)) << ", \"tolerance\": " << json_number(r.tolerance)
+      << ", \"flops\": " << json_number(gemm_flops(r.shape)) << ", \"rounds\": " << r.rounds << ", \"tolerance\": " << json_number(r.tolerance)
       << ", \"others_cpu_share\": " << (r.others_share >= 0 ? json_number(r.others_share) : "null")
       << ",\n     \"ratio_serial\": " << json_number(ratio_to_serial(run, r))
       << ", \"ratio_best_peer\": " << json_number(ratio_to_best_peer(run, r))

@@ -9,10 +9,10 @@
 // it to show how steady the run was.
 //
 // How two libraries compare is judged round by round instead: the ratio of
-// their best calls within one round, whose batches run within a second or two
-// of each other, and the median of that ratio over the rounds.  A slow spell
-// that lasts longer than a round then cancels out of every ratio it touches,
-// while the best calls of the whole run can come from different spells.
+// their best calls within one round, whose batches run close together, and
+// the median of that ratio over the rounds.  A slow spell that lasts longer
+// than a round then cancels out of every ratio it touches, while the best
+// calls of the whole run can come from different spells.
 //
 //   3 libraries A, B, C, 3 rounds:   A B C | B C A | C A B
 #pragma once

@@ -223,13 +223,15 @@ def render_markdown(run, verdicts, host, note=None, plot_name="gemm_gflops.png")
         "(C = 1.5 AB + 0.5 C, pseudo-random operands in [-1, 1)); its result is compared with the serial "
         "provider's (one thread, so nothing can race), and the largest difference relative to the largest "
         "element of C must stay within a bound that grows with k. Then each library runs "
-        f"{run['rounds']} batches of timed calls, interleaved with the others' and each round starting "
-        f"with a different library, about {run['time_per_measurement_s']:g} s per library and shape and "
-        f"never fewer than {run['rounds']} calls, and after them one more checked call from the starting C. "
+        f"its batches of timed calls, interleaved with the others' and each round starting "
+        f"with a different library, about {run['time_per_measurement_s']:g} s per library and shape. A shape "
+        f"gets as many rounds as give its slowest library one call per round in that time, at least "
+        f"{run['rounds']} and at most 40 (the \"rounds\" column), and after them each library makes one more "
+        "checked call from the starting C. "
         "The GFLOPS figure is the best single call (on a shared machine "
         "interference only adds time); the JSON output also keeps the median. GFLOPS count 2mnk "
         "operations, 8mnk for complex. The ratios are paired: for two libraries, the ratio of their "
-        "best calls within each round, whose batches run within a second or two of each other, and the "
+        "best calls within each round, whose batches run within a fraction of a second of each other, and the "
         "median of that ratio over the rounds. A slow spell of this shared machine longer than a round "
         "then cancels out of the ratio, while the best calls of a whole run can come from different "
         "spells; so a ratio can differ from the quotient of the two GFLOPS figures. \"best peer\" is "
@@ -241,8 +243,8 @@ def render_markdown(run, verdicts, host, note=None, plot_name="gemm_gflops.png")
         "## Results (GFLOPS of the best call; ratios paired by round)",
         "",
         "| shape | " + " | ".join(label[k] for k in keys) +
-        " | orb / serial | orb / best peer | peer / serial | check | others |",
-        "|---|" + "---:|" * len(keys) + "---:|---:|---:|---|---:|",
+        " | orb / serial | orb / best peer | peer / serial | check | rounds | others |",
+        "|---|" + "---:|" * len(keys) + "---:|---:|---:|---|---:|---:|",
     ]
     for r in run["results"]:
         cells = [fmt_gflops(r["libraries"].get(k)) for k in keys]
@@ -251,7 +253,7 @@ def render_markdown(run, verdicts, host, note=None, plot_name="gemm_gflops.png")
         peer = f" ({label[r['best_peer']]})" if r.get("best_peer") and r["ratio_best_peer"] is not None else ""
         out.append(f"| {r['name']} ({r['group']}) | " + " | ".join(cells) +
                    f" | {fmt_ratio(r['ratio_serial'])} | {fmt_ratio(r['ratio_best_peer'])}{peer} "
-                   f"| {fmt_ratio(peer_scaling(r))} | {check} "
+                   f"| {fmt_ratio(peer_scaling(r))} | {check} | {r.get('rounds', run['rounds'])} "
                    f"| {fmt_share(r.get('others_cpu_share'))} |")
 
     out += ["", "## Targets", "", "| target | shapes | verdict |", "|---|---|---|"]
