@@ -7,7 +7,6 @@
 
 #include <complex>
 #include <limits>
-#include <ostream>
 #include <tuple>
 
 namespace orb::bench {
@@ -22,7 +21,6 @@ struct ShapeCase {
   GemmShape expected = {};
 };
 void PrintTo(const ShapeCase &c, std::ostream *os) { *os << '"' << c.text << '"'; }
-
 class ParseShape : public ::testing::TestWithParam<ShapeCase> {};
 
 TEST_P(ParseShape, ReadsPrecisionAndSizesOrLeavesTheShapeAlone) {

@@ -2,9 +2,7 @@
 #include "dense.hpp"
 #include "interpose.hpp"
 
-#include <ostream>
 #include <set>
-#include <string>
 #include <tuple>
 
 namespace orb::test {
@@ -138,7 +136,6 @@ struct PathCase {
   bool fail_alloc = false, strict = false;
 };
 void PrintTo(const PathCase &c, std::ostream *os) { *os << c.name; }
-
 class GemmPath : public ::testing::TestWithParam<PathCase> {};
 
 TEST_P(GemmPath, RunsWithTheFullK) {

@@ -30,7 +30,6 @@ struct Broken {
 };
 
 void PrintTo(const Broken &b, std::ostream *os) { *os << b.provider; }
-
 class BrokenProvider : public ::testing::TestWithParam<Broken> {};
 
 TEST_P(BrokenProvider, PrintsWhyAndExitsWithStatus69) {

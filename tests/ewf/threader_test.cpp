@@ -14,9 +14,7 @@
 #include <atomic>
 #include <memory>
 #include <numeric>
-#include <ostream>
 #include <thread>
-#include <vector>
 
 namespace orb::test {
 namespace {
@@ -68,11 +66,9 @@ struct Recorder {
   int work;  //!< spin per call, so that the calls of a loop overlap in time
 };
 
-enum class Shape {
-  slot,     // thread number is an arena slot below P
-  section,  // thread number is the index itself
-  chunk,    // thread number is i / length, increasing inside a chunk
-};
+// The thread number: an arena slot below P, the index itself, or i / length
+// (called in order inside a chunk).
+enum class Shape { slot, section, chunk };
 
 struct ForCase {
   const char *name;
@@ -86,7 +82,6 @@ struct ForCase {
   int length = 0;  // chunk length
 };
 void PrintTo(const ForCase &c, std::ostream *os) { *os << c.name; }
-
 class ThreaderFor : public ::testing::TestWithParam<ForCase> {};
 
 TEST_P(ThreaderFor, CallsEveryIndexOnceWithItsThreadNumber) {
@@ -99,14 +94,11 @@ TEST_P(ThreaderFor, CallsEveryIndexOnceWithItsThreadNumber) {
   for (int i = 0; i < c.calls; ++i) {
     ASSERT_EQ(rec.calls[i].load(), 1) << "index " << i;
     EXPECT_EQ(rec.nthreads[i].load(), c.nthreads) << "index " << i;
-    if (c.shape == Shape::slot) {
+    if (c.shape == Shape::slot)
       EXPECT_LT(rec.thread[i].load(), c.arena) << "index " << i;
-    } else if (c.shape == Shape::section) {
-      EXPECT_EQ(rec.thread[i].load(), i);
-    } else {
-      EXPECT_EQ(rec.thread[i].load(), i / c.length) << "index " << i;
-      EXPECT_EQ(rec.position[i].load(), i % c.length) << "index " << i << " out of order in its chunk";
-    }
+    else
+      EXPECT_EQ(rec.thread[i].load(), c.shape == Shape::section ? i : i / c.length) << "index " << i;
+    if (c.shape == Shape::chunk) EXPECT_EQ(rec.position[i].load(), i % c.length) << "index " << i << " out of order";
   }
 }
 

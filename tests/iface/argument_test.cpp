@@ -8,9 +8,7 @@
 #include <orb/orb_cblas.h>
 #include <orb/orb_service.h>
 
-#include <string>
 #include <utility>
-#include <vector>
 
 #include "blas_api.hpp"
 

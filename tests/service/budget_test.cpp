@@ -6,10 +6,7 @@
 
 #include <atomic>
 #include <cmath>
-#include <ostream>
-#include <string>
 #include <thread>
-#include <vector>
 
 #include "hooks.hpp"
 #include "process.hpp"
@@ -89,7 +86,6 @@ struct XerblaCase {
   const char *expected;  // text the report must hold; "" for no output at all
 };
 void PrintTo(const XerblaCase &c, std::ostream *os) { *os << c.name << " " << c.info << " " << c.len; }
-
 class DefaultXerbla : public ::testing::TestWithParam<XerblaCase> {};
 
 TEST_P(DefaultXerbla, PrintsTheCataloguedMessage) {

@@ -6,8 +6,6 @@
 #include <gtest/gtest.h>
 
 #include <array>
-#include <ostream>
-#include <string>
 
 namespace orb::thr {
 namespace {
@@ -18,7 +16,6 @@ struct DigitCase {
   int expected;
 };
 void PrintTo(const DigitCase &c, std::ostream *os) { *os << "\"" << c.text << "\""; }
-
 class AllDigitValue : public ::testing::TestWithParam<DigitCase> {};
 
 TEST_P(AllDigitValue, ReadsOnlyPureDecimals) {
@@ -37,7 +34,6 @@ struct DomainCase {
   std::array<int, kDomainCount> expected;  // ALL, BLAS, FFT, EWF, KESTREL
 };
 void PrintTo(const DomainCase &c, std::ostream *os) { *os << "\"" << c.text << "\""; }
-
 class DomainList : public ::testing::TestWithParam<DomainCase> {};
 
 TEST_P(DomainList, SetsOnlyUnsetKnownDomains) {
@@ -61,13 +57,6 @@ INSTANTIATE_TEST_SUITE_P(
         // the next pair then starts at '=' and has an empty name, which ends parsing.
         DomainCase{"\"ORB_DOMAIN_ALL\"='6':ORB_DOMAIN_FFT 2", {1, U, U, U, U}},
         DomainCase{"  ,;:  ", {U, U, U, U, U}}, DomainCase{"", {U, U, U, U, U}}));
-
-TEST(DomainList, KeepsValuesAlreadySet) {
-  int settings[kDomainCount] = {5, kUnset, kUnset, kUnset, kUnset};
-  parse_domain_list("ORB_DOMAIN_ALL=2 ORB_DOMAIN_BLAS=3", settings);
-  EXPECT_EQ(settings[kDomainAll], 5);
-  EXPECT_EQ(settings[kDomainBlas], 3);
-}
 
 struct DynamicCase {
   const char *text;

@@ -5,8 +5,6 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include <ostream>
-#include <string>
 #include <tuple>
 
 namespace orb::thr {
@@ -32,7 +30,6 @@ struct FileCase {
   CpuinfoCounts counts;  // the second; not looked at when not `opened`
 };
 void PrintTo(const FileCase &c, std::ostream *os) { *os << c.what; }
-
 class CpuinfoFile : public ::testing::TestWithParam<FileCase> {};
 
 TEST_P(CpuinfoFile, BothReadingsCountByTheirRules) {
@@ -76,7 +73,6 @@ struct DecisionCase {
   Topology expected;
 };
 void PrintTo(const DecisionCase &c, std::ostream *os) { *os << c.what; }
-
 class Decision : public ::testing::TestWithParam<DecisionCase> {};
 
 TEST_P(Decision, PicksTheFileOrTheProbe) {

@@ -13,7 +13,6 @@
 #include <cstdlib>
 #include <limits>
 #include <type_traits>
-#include <vector>
 
 namespace orb::test {
 
@@ -149,6 +148,61 @@ template <class T>
   if (m == 0 || n == 0) alpha = narrow<T>(0), beta = narrow<T>(1);
   return matches_gemm(column(y, leny, incy), column(y0, leny, incy), t, 'N', leny, 1, lenx, alpha, a, lda,
                       column(x, lenx, incx), std::max<ORB_INT>(lenx, 1), beta, std::max<ORB_INT>(leny, 1));
+}
+
+template <class T>
+void fill_nan(std::vector<T> &v, size_t step = 1) {
+  for (size_t i = 0; i < v.size(); i += step) v[i] = narrow<T>(cld(NAN, NAN));
+}
+
+//! A rows x cols operand as the caller stores it (a row-major one as the
+//! column-major one of its transpose), its leading dimension padded by pad.
+template <class T>
+std::vector<T> operand(bool row, ORB_INT rows, ORB_INT cols, ORB_INT pad, ORB_INT &ld, uint64_t seed) {
+  if (row) std::swap(rows, cols);
+  ld = std::max<ORB_INT>(rows, 1) + pad;
+  return random_matrix<T>(rows, cols, ld, seed);
+}
+
+//! Runs call(alpha, a, lda, b, ldb, beta, c, ldc) on seeded operands of
+//! op(A) op(B), m x n x k, with the leading dimensions padded by pad, and
+//! checks C.  alpha = 0 fills A and B with NaN, beta = 0 the entries of C:
+//! neither may then be read.
+template <class T, class Call>
+void check_gemm(bool row, char ta, char tb, ORB_INT m, ORB_INT n, ORB_INT k, cld al, cld be,
+                const ORB_INT (&pad)[3], Call &&call) {
+  const bool a_n = (ta | 0x20) == 'n', b_n = (tb | 0x20) == 'n';
+  const T alpha = narrow<T>(al), beta = narrow<T>(be);
+  ORB_INT lda, ldb, ldc;
+  auto a = operand<T>(row, a_n ? m : k, a_n ? k : m, pad[0], lda, 1);
+  auto b = operand<T>(row, b_n ? k : n, b_n ? n : k, pad[1], ldb, 2), c0 = operand<T>(row, m, n, pad[2], ldc, 3);
+  if (al == cld(0)) fill_nan(a), fill_nan(b);
+  for (ORB_INT j = 0; j < (row ? m : n) && be == cld(0); ++j)
+    for (ORB_INT i = 0; i < (row ? n : m); ++i) c0[i + j * ldc] = narrow<T>(cld(NAN, NAN));
+  auto c = c0;
+  call(alpha, a.data(), lda, b.data(), ldb, beta, c.data(), ldc);
+  EXPECT_TRUE(row ? matches_gemm(c, c0, tb, ta, n, m, k, alpha, b, ldb, a, lda, beta, ldc)
+                  : matches_gemm(c, c0, ta, tb, m, n, k, alpha, a, lda, b, ldb, beta, ldc));
+}
+
+//! The same for y := alpha op(A) x + beta y: call(alpha, a, lda, x, beta, y),
+//! A padded by 2, x and y with gaps between their entries.
+template <class T, class Call>
+void check_gemv(bool row, char t, ORB_INT m, ORB_INT n, ORB_INT incx, ORB_INT incy, cld al, cld be, Call &&call) {
+  const bool as_stored = (t | 0x20) == 'n';
+  const T alpha = narrow<T>(al), beta = narrow<T>(be);
+  const ORB_INT lenx = as_stored ? n : m, leny = as_stored ? m : n;
+  ORB_INT lda;
+  auto a = operand<T>(row, m, n, 2, lda, 4);
+  auto x = random_matrix<T>(1, lenx, std::abs(incx), 5), y0 = random_matrix<T>(1, leny, std::abs(incy), 6);
+  if (al == cld(0)) fill_nan(a), fill_nan(x, std::abs(incx));
+  if (be == cld(0) && m > 0 && n > 0) fill_nan(y0, std::abs(incy));  // m or n of 0 leaves y alone
+  auto y = y0;
+  call(alpha, a.data(), lda, x.data(), beta, y.data());
+  // Read column-major, a row-major A is A^T: N and T exchange, C is conj(A^T) untransposed.
+  const char flipped = as_stored ? 'T' : (t | 0x20) == 't' ? 'N' : 'R';
+  EXPECT_TRUE(row ? matches_gemv(y, y0, flipped, n, m, alpha, a, lda, x, incx, beta, incy)
+                  : matches_gemv(y, y0, t, m, n, alpha, a, lda, x, incx, beta, incy));
 }
 
 }  // namespace orb::test

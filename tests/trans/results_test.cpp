@@ -5,7 +5,6 @@
 #include "dense.hpp"
 
 #include <map>
-#include <string>
 
 namespace orb::test {
 namespace {
