@@ -122,11 +122,16 @@ double checked_call(GemmProblem &problem, const GemmLibrary &lib, bool make_refe
 // as give that library one call per round within the time per library, so
 // that short products are compared in many short rounds and a slow spell of
 // the machine touches few of them; never fewer than asked for, nor above 40.
+// Nor so many that a batch lasts under 20 ms: after an idle spell a thread
+// pool may take a few milliseconds to bring its parked threads back (4 ms on
+// this VM), and a shorter batch would time that instead of the product.
 int rounds_for(const GemmOptions &o, double slowest_s) {
   constexpr int kMostRounds = 40;
+  constexpr double kShortestBatchS = 0.02;
   if (!(slowest_s > 0)) return o.rounds;
+  const double most = std::min<double>(kMostRounds, std::floor(o.target_s / kShortestBatchS));
   const double fit = std::floor(o.target_s / slowest_s);
-  return static_cast<int>(std::clamp(fit, static_cast<double>(o.rounds), static_cast<double>(std::max(o.rounds, kMostRounds))));
+  return static_cast<int>(std::clamp(fit, static_cast<double>(o.rounds), std::max<double>(o.rounds, most)));
 }
 
 ShapeResult measure_shape(const GemmRun &run, const GemmShape &shape) {
