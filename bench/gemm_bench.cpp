@@ -191,7 +191,7 @@ const char *gemm_usage() {
          "  --json FILE    the whole run, as read by bench/report.py\n"
          "  --threads N    thread count of orb and of the threaded peers (default: orb's budget)\n"
          "  --time S       timed seconds per library and shape (default 1; 0.15 with --quick)\n"
-         "  --rounds R     interleaved batches per library, also the least number of timed calls\n"
+         "  --rounds R     least interleaved batches per library, also the least number of timed calls\n"
          "                 (default 10; 6 with --quick)\n"
          "  --shape SHAPE  measure this shape instead of the list: [s|d|z:]N or [s|d|z:]MxNxK\n"
          "  --only KEYS    measure only these of orb,serial,openblas,blis\n";
