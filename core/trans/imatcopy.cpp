@@ -64,26 +64,22 @@ template <class S>
 int imatcopy(char ordering, char trans, ORB_INT rows, ORB_INT cols, typename S::type alpha, typename S::type *AB,
              ORB_INT lda, ORB_INT ldb) {
   using T = typename S::type;
-  bool row_major = false;
-  Op op;
   ArgCheck check;
-  const bool empty = check_copy_head(check, ordering, trans, rows, cols, row_major, op);
-  const ORB_INT brows = op.transpose ? cols : rows;
-  const ORB_INT bcols = op.transpose ? rows : cols;
-  check.require(empty || AB, 6);
-  check.require(lda >= min_ld(row_major, rows, cols), 7);
-  check.require(ldb >= min_ld(row_major, brows, bcols), 8);
+  const CopyHead h = check_copy_head(check, ordering, trans, rows, cols);
+  check.require(h.empty || AB, 6);
+  check.require(lda >= min_ld(h.row_major, rows, cols), 7);
+  check.require(ldb >= min_ld(h.row_major, h.brows, h.bcols), 8);
   if (check.first()) return report<S>("IMATCOPY", check.first());
-  if (empty) return 0;
+  if (h.empty) return 0;
 
-  const bool conj = S::is_complex && op.conjugate;
-  const View source = stored(row_major, lda);
-  if (!op.transpose && lda == ldb) {
+  const bool conj = S::is_complex && h.op.conjugate;
+  const View source = stored(h.row_major, lda);
+  if (!h.op.transpose && lda == ldb) {
     if (!conj && S::is_one(alpha)) return 0;  // every element is already in place
     scale_copy<S>(rows, cols, alpha, conj, AB, source, AB, source);
     return 0;
   }
-  if (op.transpose && rows == cols && lda == ldb) {
+  if (h.op.transpose && rows == cols && lda == ldb) {
     transpose_square<S>(rows, alpha, conj, AB, source);
     return 0;
   }
@@ -91,9 +87,9 @@ int imatcopy(char ordering, char trans, ORB_INT rows, ORB_INT cols, typename S::
   const int64_t bytes = scratch_bytes<T>(rows, cols);
   T *scratch = bytes > 0 ? static_cast<T *>(orb_serv_malloc(bytes, kScratchAlignment)) : nullptr;
   if (!scratch) return report<S>("IMATCOPY", 1000);
-  const View packed = stored(row_major, min_ld(row_major, brows, bcols));
-  scale_copy<S>(brows, bcols, alpha, conj, AB, through(source, op), scratch, packed);
-  plain_copy<S>(brows, bcols, scratch, packed, AB, stored(row_major, ldb));
+  const View packed = stored(h.row_major, min_ld(h.row_major, h.brows, h.bcols));
+  scale_copy<S>(h.brows, h.bcols, alpha, conj, AB, through(source, h.op), scratch, packed);
+  plain_copy<S>(h.brows, h.bcols, scratch, packed, AB, stored(h.row_major, ldb));
   orb_serv_free(scratch);
   return 0;
 }

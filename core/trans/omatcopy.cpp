@@ -22,22 +22,18 @@ template <class S>
 int omatcopy2(char ordering, char trans, ORB_INT rows, ORB_INT cols, typename S::type alpha,
               const typename S::type *A, ORB_INT lda, ORB_INT stridea, typename S::type *B, ORB_INT ldb,
               ORB_INT strideb) {
-  bool row_major = false;
-  Op op;
   ArgCheck check;
-  const bool empty = check_copy_head(check, ordering, trans, rows, cols, row_major, op);
-  check.require(empty || A, 6);
+  const CopyHead h = check_copy_head(check, ordering, trans, rows, cols);
+  check.require(h.empty || A, 6);
   check.require(lda >= 1, 7);
   check.require(stridea >= 1, 8);
-  check.require(empty || B, 9);
+  check.require(h.empty || B, 9);
   check.require(ldb >= 1, 10);
   check.require(strideb >= 1, 11);
   if (check.first()) return report<S>("OMATCOPY2", check.first());
-  if (empty) return 0;
-  const ORB_INT brows = op.transpose ? cols : rows;
-  const ORB_INT bcols = op.transpose ? rows : cols;
-  scale_copy<S>(brows, bcols, alpha, op.conjugate, A, through(stored(row_major, lda, stridea), op), B,
-                stored(row_major, ldb, strideb));
+  if (h.empty) return 0;
+  scale_copy<S>(h.brows, h.bcols, alpha, h.op.conjugate, A, through(stored(h.row_major, lda, stridea), h.op), B,
+                stored(h.row_major, ldb, strideb));
   return 0;
 }
 
@@ -45,20 +41,16 @@ int omatcopy2(char ordering, char trans, ORB_INT rows, ORB_INT cols, typename S:
 template <class S>
 int omatcopy(char ordering, char trans, ORB_INT rows, ORB_INT cols, typename S::type alpha,
              const typename S::type *A, ORB_INT lda, typename S::type *B, ORB_INT ldb) {
-  bool row_major = false;
-  Op op;
   ArgCheck check;
-  const bool empty = check_copy_head(check, ordering, trans, rows, cols, row_major, op);
-  const ORB_INT brows = op.transpose ? cols : rows;
-  const ORB_INT bcols = op.transpose ? rows : cols;
-  check.require(empty || A, 6);
-  check.require(lda >= min_ld(row_major, rows, cols), 7);
-  check.require(empty || B, 8);
-  check.require(ldb >= min_ld(row_major, brows, bcols), 9);
+  const CopyHead h = check_copy_head(check, ordering, trans, rows, cols);
+  check.require(h.empty || A, 6);
+  check.require(lda >= min_ld(h.row_major, rows, cols), 7);
+  check.require(h.empty || B, 8);
+  check.require(ldb >= min_ld(h.row_major, h.brows, h.bcols), 9);
   if (check.first()) return report<S>("OMATCOPY", check.first());
-  if (empty) return 0;
-  scale_copy<S>(brows, bcols, alpha, op.conjugate, A, through(stored(row_major, lda), op), B,
-                stored(row_major, ldb));
+  if (h.empty) return 0;
+  scale_copy<S>(h.brows, h.bcols, alpha, h.op.conjugate, A, through(stored(h.row_major, lda), h.op), B,
+                stored(h.row_major, ldb));
   return 0;
 }
 

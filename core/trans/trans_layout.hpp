@@ -72,15 +72,27 @@ class ArgCheck {
   int first_ = 0;
 };
 
-//! The checks every copy opens with (1 ordering, 2 trans, 3 rows, 4 cols),
-//! decoding the ordering and the operation; true when the matrix is empty.
-inline bool check_copy_head(ArgCheck &check, char ordering, char trans, ORB_INT rows, ORB_INT cols,
-                            bool &row_major, Op &op) {
-  check.require(decode_ordering(ordering, row_major), 1);
-  check.require(decode_op(trans, op), 2);
+//! What the opening checks of a copy decode: the storage order, op(), and
+//! the shape of the result op(A).
+struct CopyHead {
+  bool row_major = false;
+  Op op;
+  bool empty = false;  //!< rows or cols is 0 (or negative, which the check reports)
+  ORB_INT brows = 0;   //!< rows of op(A)
+  ORB_INT bcols = 0;   //!< columns of op(A)
+};
+
+//! The checks every copy opens with (1 ordering, 2 trans, 3 rows, 4 cols).
+inline CopyHead check_copy_head(ArgCheck &check, char ordering, char trans, ORB_INT rows, ORB_INT cols) {
+  CopyHead h;
+  check.require(decode_ordering(ordering, h.row_major), 1);
+  check.require(decode_op(trans, h.op), 2);
   check.require(rows >= 0, 3);
   check.require(cols >= 0, 4);
-  return rows <= 0 || cols <= 0;
+  h.empty = rows <= 0 || cols <= 0;
+  h.brows = h.op.transpose ? cols : rows;
+  h.bcols = h.op.transpose ? rows : cols;
+  return h;
 }
 
 //! The upper-case routine name of one precision, e.g. "DOMATCOPY2".
