@@ -96,54 +96,58 @@ GemmLibrary serial_provider(const std::string &path) {
   return lib;
 }
 
-GemmLibrary openblas_pthread(const std::string &path, int threads) {
+namespace {
+
+// A threaded peer at `path` (32-bit integers), opened and set to `threads`
+// through its own thread-count setter `setter`, which takes an integer of
+// type Count; on success the library's own description goes in `about`.
+template <class Count>
+GemmLibrary threaded_peer(const char *key, const char *label, const std::string &path, int threads,
+                          double settle_s, const char *setter, void *&handle) {
   GemmLibrary lib;
-  lib.key = "openblas";
-  lib.label = "OpenBLAS";
+  lib.key = key;
+  lib.label = label;
   lib.path = path;
   lib.threads = threads;
   lib.peer = true;
+  lib.settle_s = settle_s;
+  lib.abi = CallAbi::fortran_lp64;
+  handle = open_private(lib);
+  if (!handle) return lib;
+  auto set_threads = lookup<void (*)(Count)>(handle, setter);
+  if (!set_threads) {
+    lib.missing = std::string("no ") + setter + " in " + path;
+    handle = nullptr;
+    return lib;
+  }
+  set_threads(threads);
+  return lib;
+}
+
+}  // namespace
+
+GemmLibrary openblas_pthread(const std::string &path, int threads) {
   // Its idle workers keep spinning for about 2^28 cycles after a call
   // (roughly 0.1 s) before they sleep; the next library must not share the
   // cores with them.
-  lib.settle_s = 0.15;
-  lib.abi = CallAbi::fortran_lp64;
-  if (void *h = open_private(lib)) {
-    auto set_threads = lookup<void (*)(int)>(h, "openblas_set_num_threads");
-    if (!set_threads) {
-      lib.missing = "no openblas_set_num_threads in " + path;
-      return lib;
-    }
-    set_threads(threads);
-    if (auto config = lookup<const char *(*)()>(h, "openblas_get_config")) lib.about = config();
-  }
+  void *h = nullptr;
+  GemmLibrary lib = threaded_peer<int>("openblas", "OpenBLAS", path, threads, 0.15, "openblas_set_num_threads", h);
+  if (!h) return lib;
+  if (auto config = lookup<const char *(*)()>(h, "openblas_get_config")) lib.about = config();
   return lib;
 }
 
 GemmLibrary blis_pthread(const std::string &path, int threads) {
-  GemmLibrary lib;
-  lib.key = "blis";
-  lib.label = "BLIS";
-  lib.path = path;
-  lib.threads = threads;
-  lib.peer = true;
-  lib.settle_s = 0.02;
-  lib.abi = CallAbi::fortran_lp64;
-  if (void *h = open_private(lib)) {
-    // Its thread count is a 64-bit dim_t; the setting holds for every later
-    // call from any thread, including its BLAS-compatible names.
-    auto set_threads = lookup<void (*)(int64_t)>(h, "bli_thread_set_num_threads");
-    if (!set_threads) {
-      lib.missing = "no bli_thread_set_num_threads in " + path;
-      return lib;
-    }
-    set_threads(threads);
-    auto version = lookup<const char *(*)()>(h, "bli_info_get_version_str");
-    auto arch_id = lookup<int (*)()>(h, "bli_arch_query_id");
-    auto arch_name = lookup<const char *(*)(int)>(h, "bli_arch_string");
-    if (version) lib.about = std::string("BLIS ") + version();
-    if (arch_id && arch_name) lib.about += std::string(" ") + arch_name(arch_id());
-  }
+  // Its thread count is a 64-bit dim_t; the setting holds for every later
+  // call from any thread, including its BLAS-compatible names.
+  void *h = nullptr;
+  GemmLibrary lib = threaded_peer<int64_t>("blis", "BLIS", path, threads, 0.02, "bli_thread_set_num_threads", h);
+  if (!h) return lib;
+  auto version = lookup<const char *(*)()>(h, "bli_info_get_version_str");
+  auto arch_id = lookup<int (*)()>(h, "bli_arch_query_id");
+  auto arch_name = lookup<const char *(*)(int)>(h, "bli_arch_string");
+  if (version) lib.about = std::string("BLIS ") + version();
+  if (arch_id && arch_name) lib.about += std::string(" ") + arch_name(arch_id());
   return lib;
 }
 
