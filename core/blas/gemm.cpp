@@ -3,9 +3,11 @@
 // The kernel checks its arguments in the standard order and reports the first
 // illegal one without touching C; it returns at once when the standard says
 // nothing is to be done (m or n is 0, or C stays as it is because alpha or k is
-// 0 and beta is 1); otherwise the provider computes the product.  The
-// threaded drivers call it once per piece.
+// 0 and beta is 1); when alpha or k is 0 it only scales C by beta, reading
+// neither A nor B; otherwise the provider computes the product.  The threaded
+// drivers call it once per piece.
 #include "blas/kernel_traits.hpp"
+#include "blas/scale.hpp"
 #include "service/report.hpp"
 
 #include <orb/orb_blas.h>
@@ -24,6 +26,10 @@ void xgemm(const char *transa, const char *transb, const ORB_INT *m, const ORB_I
     return;
   }
   if (*m == 0 || *n == 0 || ((is_zero(*alpha) || *k == 0) && is_one(*beta))) return;
+  if (is_zero(*alpha) || *k == 0) {
+    scale_matrix(*beta, c, *m, *n, *ldc);
+    return;
+  }
   kernel_traits<T>::gemm()(transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc, 1, 1);
 }
 

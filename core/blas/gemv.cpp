@@ -2,11 +2,14 @@
 //
 // Same pattern as the GEMM kernels: check in the standard order and report the
 // first illegal argument without touching y, return at once when m or n is 0
-// or when alpha is 0 and beta is 1, else let the provider compute.
+// or when alpha is 0 and beta is 1, only scale y by beta when alpha is 0, else
+// let the provider compute.
 #include "blas/kernel_traits.hpp"
+#include "blas/scale.hpp"
 #include "service/report.hpp"
 
 #include <orb/orb_blas.h>
+#include <orb/orb_service.h>
 
 namespace orb::core {
 
@@ -21,6 +24,10 @@ void xgemv(const char *trans, const ORB_INT *m, const ORB_INT *n, const T *alpha
     return;
   }
   if (*m == 0 || *n == 0 || (is_zero(*alpha) && is_one(*beta))) return;
+  if (is_zero(*alpha)) {
+    scale_vector(*beta, y, orb_serv_lsame(trans, "N") ? *m : *n, *incy);
+    return;
+  }
   kernel_traits<T>::gemv()(trans, m, n, alpha, a, lda, x, incx, beta, y, incy, 1);
 }
 

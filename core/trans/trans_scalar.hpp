@@ -16,7 +16,7 @@ struct RealScalar {
   static constexpr char letter = Letter;
   static constexpr bool is_complex = false;
   static T conj(T x) { return x; }
-  static T mul(T a, T x) { return a * x; }
+  static T mul(T a, T x) { return orb::mul(a, x); }
   static T add(T x, T y) { return x + y; }
   static T zero() { return T(0); }
   static bool is_zero(T a) { return orb::is_zero(a); }
@@ -30,7 +30,7 @@ struct ComplexScalar {
   static constexpr char letter = Letter;
   static constexpr bool is_complex = true;
   static T conj(T x) { return T{x.real, -x.imag}; }
-  static T mul(T a, T x) { return T{a.real * x.real - a.imag * x.imag, a.real * x.imag + a.imag * x.real}; }
+  static T mul(T a, T x) { return orb::mul(a, x); }
   static T add(T x, T y) { return T{x.real + y.real, x.imag + y.imag}; }
   static T zero() { return T{R(0), R(0)}; }
   static bool is_zero(T a) { return orb::is_zero(a); }

@@ -83,6 +83,7 @@ const std::vector<Case> kGemvCases = {
     {"y missing", [](Call &c) { c.no_c = true; }, 10, 11, 11},
     {"layout", [](Call &c) { c.bad_layout = true; }, 0, 1, 1},
     {"conjugate transpose, lower case", [](Call &c) { c.t1 = 'c'; }, 0, 0, 0},
+    {"alpha 0 reads neither A nor x", [](Call &c) { c.alpha = 0, c.beta = 2, c.no_a = c.no_b = true; }, 0, 0, 0},
 };
 
 int at_least_one(int v) { return v > 1 ? v : 1; }
