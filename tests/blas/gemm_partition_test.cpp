@@ -2,6 +2,8 @@
 #include "dense.hpp"
 #include "interpose.hpp"
 
+#include <algorithm>
+
 #include <set>
 #include <tuple>
 
@@ -142,8 +144,11 @@ TEST_P(GemmPath, RunsWithTheFullK) {
   const PathCase &s = GetParam();
   Product p{s.m, s.n, s.k, s.ta, s.tb};
   const Observed o = p.run(s.budget, s.fail_alloc, s.strict);
-  EXPECT_EQ(o.deallocations, 0);
-  EXPECT_LE(o.alloc_bytes.size(), s.fail_alloc ? 1u : 0u);
+  // The frame's only scratch is the split's partial buffers, aligned to 2048
+  // bytes; a kernel may take and give back scratch of its own.
+  const auto split = std::count(o.alloc_alignment.begin(), o.alloc_alignment.end(), 2048);
+  EXPECT_LE(split, s.fail_alloc ? 1 : 0);
+  EXPECT_EQ(o.deallocations, s.fail_alloc ? 0 : static_cast<int>(o.alloc_alignment.size()) - split);
   for (const GemmCall &call : o.gemm) EXPECT_EQ(call.k, s.k);
   EXPECT_EQ(o.gemv.size(), s.path == Path::gemv ? 1u : 0u);
   if (s.path == Path::gemv) {

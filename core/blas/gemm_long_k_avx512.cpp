@@ -1,0 +1,28 @@
+// The long-k kernel with AVX-512 registers (this file is compiled for
+// AVX-512F): tiles of 16 x 12, 24 accumulators.
+#include "blas/gemm_long_k_kernel.hpp"
+
+#include <immintrin.h>
+
+namespace orb::core {
+namespace {
+
+struct Avx512 {
+  using reg = __m512d;
+  using mask = __mmask8;
+  static constexpr int lanes = 8, vectors = 2, columns = 12;
+  static reg zero() { return _mm512_setzero_pd(); }
+  static reg load(const double *p) { return _mm512_load_pd(p); }
+  static void store(double *p, reg x) { _mm512_store_pd(p, x); }
+  static reg broadcast(const double *p) { return _mm512_set1_pd(*p); }
+  static reg fma(reg a, reg b, reg c) { return _mm512_fmadd_pd(a, b, c); }
+  static mask tail(int rows) { return static_cast<mask>((1u << rows) - 1u); }
+  static reg load_masked(mask m, const double *p) { return _mm512_maskz_loadu_pd(m, p); }
+  static void store_masked(mask m, double *p, reg x) { _mm512_mask_storeu_pd(p, m, x); }
+};
+
+}  // namespace
+
+void long_k_dgemm_avx512(const LongKProduct &p) { run_long_k<Avx512>(p); }
+
+}  // namespace orb::core

@@ -1,0 +1,115 @@
+// The long-k kernel, written once over a vector type V; gemm_long_k_avx512.cpp
+// and gemm_long_k_avx2.cpp instantiate it, each compiled for its instruction
+// set.  Everything here has internal linkage (an anonymous namespace), so that
+// no function compiled for one instruction set can be picked by the linker for
+// a caller compiled for another.
+//
+// V provides: reg, mask, lanes (doubles per register), vectors (registers of
+// rows in a full tile) and columns (columns of C in a full tile), and zero(),
+// load() and store() (aligned), broadcast(), fma(a, b, c) = a * b + c, tail(rows) (a mask
+// of the first rows lanes), load_masked() and store_masked().
+//
+// A tile is vectors x lanes rows by columns columns of C, held in registers
+// for kLongKDepth steps of k: 2 x 8 by 12 with AVX-512 (24 accumulators of 32
+// registers), 2 x 4 by 6 with AVX2 (12 of 16).
+#pragma once
+
+#include "blas/gemm_long_k.hpp"
+
+#include <array>
+#include <utility>
+
+namespace orb::core {
+namespace {
+
+inline ORB_INT smaller(ORB_INT x, ORB_INT y) { return x < y ? x : y; }
+
+//! Copies rows [0, m) of the kc columns of A into panels of V::vectors x
+//! V::lanes rows; a panel stores its rows of one column after another, and the
+//! last panel is as many registers high as its rows need, padded with zeros.
+//! Panel i0 starts at pack + i0 * kc.
+template <class V>
+void pack_a(ORB_INT m, ORB_INT kc, const double *a, ORB_INT lda, double *pack) {
+  constexpr ORB_INT full = V::vectors * V::lanes;
+  for (ORB_INT i0 = 0; i0 < m; i0 += full) {
+    const ORB_INT rows = smaller(full, m - i0);
+    const int height = static_cast<int>((rows + V::lanes - 1) / V::lanes);
+    const typename V::mask last = V::tail(static_cast<int>(rows - (height - 1) * V::lanes));
+    double *to = pack + i0 * kc;
+    for (ORB_INT p = 0; p < kc; ++p) {
+      const double *column = a + i0 + p * lda;
+      for (int v = 0; v + 1 < height; ++v, to += V::lanes) V::store(to, V::load_masked(V::tail(V::lanes), column + v * V::lanes));
+      V::store(to, V::load_masked(last, column + (height - 1) * V::lanes));
+      to += V::lanes;
+    }
+  }
+}
+
+//! C[0:NV*lanes, 0:NC] += alpha * panel * B[0:kc, 0:NC]; the last register of
+//! rows stores only its first last_rows lanes.
+template <class V, int NV, int NC>
+void tile(ORB_INT kc, const double *panel, const double *b, ORB_INT ldb, double *c, ORB_INT ldc, double scalar,
+          int last_rows) {
+  const typename V::reg alpha = V::broadcast(&scalar);
+  const typename V::mask last = V::tail(last_rows);
+  typename V::reg acc[NV][NC];
+#pragma GCC unroll 16
+  for (int v = 0; v < NV; ++v)
+#pragma GCC unroll 16
+    for (int j = 0; j < NC; ++j) acc[v][j] = V::zero();
+  for (ORB_INT p = 0; p < kc; ++p) {
+    typename V::reg col[NV];
+#pragma GCC unroll 16
+    for (int v = 0; v < NV; ++v) col[v] = V::load(panel + (p * NV + v) * V::lanes);
+#pragma GCC unroll 16
+    for (int j = 0; j < NC; ++j) {
+      const typename V::reg bj = V::broadcast(b + p + j * ldb);
+#pragma GCC unroll 16
+      for (int v = 0; v < NV; ++v) acc[v][j] = V::fma(col[v], bj, acc[v][j]);
+    }
+  }
+#pragma GCC unroll 16
+  for (int j = 0; j < NC; ++j)
+#pragma GCC unroll 16
+    for (int v = 0; v < NV; ++v) {
+      double *to = c + j * ldc + v * V::lanes;
+      const typename V::mask lanes = v == NV - 1 ? last : V::tail(V::lanes);
+      V::store_masked(lanes, to, V::fma(alpha, acc[v][j], V::load_masked(lanes, to)));
+    }
+}
+
+//! The tiles of every height 1 .. V::vectors and width 1 .. V::columns, in a
+//! table indexed [height - 1][width - 1], so that edge tiles run with their
+//! sizes known to the compiler.
+template <class V, int NV, int... J>
+constexpr auto tile_row(std::integer_sequence<int, J...>) {
+  return std::array<decltype(&tile<V, NV, 1>), sizeof...(J)>{&tile<V, NV, J + 1>...};
+}
+
+template <class V, int... I>
+constexpr auto tile_table(std::integer_sequence<int, I...>) {
+  return std::array{tile_row<V, I + 1>(std::make_integer_sequence<int, V::columns>())...};
+}
+
+template <class V>
+void run_long_k(const LongKProduct &p) {
+  constexpr ORB_INT full = V::vectors * V::lanes;
+  static constexpr auto tiles = tile_table<V>(std::make_integer_sequence<int, V::vectors>());
+  for (ORB_INT p0 = 0; p0 < p.k; p0 += kLongKDepth) {
+    const ORB_INT kc = smaller(kLongKDepth, p.k - p0);
+    pack_a<V>(p.m, kc, p.a + p0 * p.lda, p.lda, p.pack);
+    for (ORB_INT j0 = 0; j0 < p.n; j0 += V::columns) {
+      const ORB_INT width = smaller(V::columns, p.n - j0);
+      for (ORB_INT i0 = 0; i0 < p.m; i0 += full) {
+        const ORB_INT rows = smaller(full, p.m - i0);
+        const ORB_INT height = (rows + V::lanes - 1) / V::lanes;
+        const int last_rows = static_cast<int>(rows - (height - 1) * V::lanes);
+        tiles[height - 1][width - 1](kc, p.pack + i0 * kc, p.b + p0 + j0 * p.ldb, p.ldb, p.c + i0 + j0 * p.ldc,
+                                     p.ldc, p.alpha, last_rows);
+      }
+    }
+  }
+}
+
+}  // namespace
+}  // namespace orb::core
