@@ -24,15 +24,6 @@
 // is put back): the provider then runs every call on the calling thread and
 // starts no thread of its own.  Threads belong to this library's task runtime.
 //
-// Which kernels it uses: the distribution's build picks its kernel set by
-// processor model when it is loaded, and its release predates AMD's family 19h
-// parts with AVX-512 (Zen 4), which it takes for an Intel AVX-512 model.  On
-// those, its AVX2 kernel set for AMD ("ZEN") measured 0-9 % faster in every
-// precision and size we time, and never slower, so on an AMD family 19h
-// processor OPENBLAS_CORETYPE=ZEN is set for the length of dlopen too, unless
-// the caller chose a kernel set.  Older AMD parts get that set anyway;
-// other processors are left to the provider's own choice.
-//
 // A provider that cannot be opened, or that lacks one of the routines below,
 // leaves nothing sensible to do: the process prints message 771 or 772 on the
 // error stream and ends with status kProviderExitCode (69, "service
@@ -90,48 +81,21 @@ void bind(void *handle, const std::string &path, F &slot, const char *symbol) {
   slot = reinterpret_cast<F>(p);
 }
 
-// Sets an environment variable for the life of the object and puts the
-// caller's value (or its absence) back afterwards.  Changing the environment
-// races with other threads reading it at that instant; it happens once per
-// process, around the dlopen of the provider.
-class ScopedEnv {
- public:
-  ScopedEnv(const char *name, const char *value, bool keep_callers) : name_(name) {
-    const char *previous = std::getenv(name);
-    had_ = previous != nullptr;
-    if (had_) saved_ = previous;
-    if (!(had_ && keep_callers)) setenv(name, value, 1);
-  }
-  ~ScopedEnv() {
-    if (had_)
-      setenv(name_, saved_.c_str(), 1);
-    else
-      unsetenv(name_);
-  }
-  ScopedEnv(const ScopedEnv &) = delete;
-  ScopedEnv &operator=(const ScopedEnv &) = delete;
-
- private:
-  const char *name_;
-  bool had_ = false;
-  std::string saved_;
-};
-
-bool wants_amd_avx2_kernels() {
-  __builtin_cpu_init();
-  return __builtin_cpu_is("amdfam19h");
-}
-
-void *open_held_to_one_thread(const std::string &path) {
-  ScopedEnv one_thread("OPENBLAS_NUM_THREADS", "1", false);
-  if (!wants_amd_avx2_kernels()) return dlopen(path.c_str(), kOpenFlags);
-  ScopedEnv kernels("OPENBLAS_CORETYPE", "ZEN", true);
-  return dlopen(path.c_str(), kOpenFlags);
-}
-
 void open_provider() {
   const std::string path = chosen_path();
-  void *handle = open_held_to_one_thread(path);
+  void *handle = nullptr;
+  {
+    // Changing the environment races with other threads reading it at this
+    // instant; it happens once per process, at the first kernel call.
+    const char *previous = std::getenv("OPENBLAS_NUM_THREADS");
+    const std::string saved = previous ? previous : "";
+    setenv("OPENBLAS_NUM_THREADS", "1", 1);
+    handle = dlopen(path.c_str(), kOpenFlags);
+    if (previous)
+      setenv("OPENBLAS_NUM_THREADS", saved.c_str(), 1);
+    else
+      unsetenv("OPENBLAS_NUM_THREADS");
+  }
   if (!handle) {
     orb_serv_print(1, 771, 1, path.c_str());
     give_up();

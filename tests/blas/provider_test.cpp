@@ -25,24 +25,6 @@ TEST(Provider, BindsOnFirstUseAndStartsNoThread) {
   EXPECT_EQ(field(named.out, "openblas_threads_env"), "4");
 }
 
-// On AMD family 19h parts the provider is asked for its AVX2 kernels for AMD,
-// unless the caller named a kernel set; either way the environment is given
-// back as it was.
-TEST(Provider, KernelSetIsOursUnlessTheCallerChoseOne) {
-  const ProbeResult plain = run_probe({"provider"});
-  ASSERT_EQ(plain.exit_code, 0) << plain.err;
-  EXPECT_EQ(field(plain.out, "openblas_coretype_env"), "unset");
-  if (field(plain.out, "kernel_set").empty()) GTEST_SKIP() << "the provider does not name its kernel set";
-  __builtin_cpu_init();
-  if (__builtin_cpu_is("amdfam19h")) {
-    EXPECT_EQ(field(plain.out, "kernel_set"), "Zen");
-  }
-  const ProbeResult chosen = run_probe({"provider"}, {"OPENBLAS_CORETYPE=Haswell"});
-  ASSERT_EQ(chosen.exit_code, 0) << chosen.err;
-  EXPECT_EQ(field(chosen.out, "kernel_set"), "Haswell");
-  EXPECT_EQ(field(chosen.out, "openblas_coretype_env"), "Haswell");
-}
-
 struct Broken {
   const char *provider, *message;
 };

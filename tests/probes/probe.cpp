@@ -3,8 +3,7 @@
 //   probe provider              binds the kernel provider through a first kernel call (no threaded driver,
 //                               so the task runtime starts no thread) and reports the provider's path and the
 //                               process's thread count before and after, whether the product was right, and
-//                               what OPENBLAS_NUM_THREADS and OPENBLAS_CORETYPE hold afterwards, and the
-//                               kernel set the provider reports (when it names one)
+//                               what OPENBLAS_NUM_THREADS holds afterwards
 //   probe env                   prints what the environment reader recorded
 //   probe cleanup N             registers N clean-ups that print their index at unload
 //   probe header IFACE          prints the verbose header twice (only the first may appear)
@@ -16,7 +15,6 @@
 #include <orb/orb_service.h>
 
 #include <dirent.h>
-#include <dlfcn.h>
 
 #include <atomic>
 #include <cstdio>
@@ -56,16 +54,8 @@ int provider() {
   std::vector<double> a(n * n, 1.0), b(n * n, 2.0), c(n * n, -1.0);
   orb_blas_xdgemm("N", "N", &n, &n, &n, &alpha, a.data(), &n, b.data(), &n, &beta, c.data(), &n);
   const char *after = orb_serv_provider_path(), *env = std::getenv("OPENBLAS_NUM_THREADS");
-  const char *coretype = std::getenv("OPENBLAS_CORETYPE");
-  std::printf("path_after=%s\nthreads_after=%d\nproduct_ok=%d\nopenblas_threads_env=%s\nopenblas_coretype_env=%s\n",
-              after ? after : "none", thread_count(), c[0] == 2.0 * n && c[n * n - 1] == 2.0 * n, env ? env : "unset",
-              coretype ? coretype : "unset");
-  // The provider is already open; this only finds its handle.
-  if (void *handle = after ? dlopen(after, RTLD_NOW | RTLD_NOLOAD) : nullptr) {
-    if (auto corename = reinterpret_cast<const char *(*)()>(dlsym(handle, "openblas_get_corename")))
-      std::printf("kernel_set=%s\n", corename());
-    dlclose(handle);
-  }
+  std::printf("path_after=%s\nthreads_after=%d\nproduct_ok=%d\nopenblas_threads_env=%s\n", after ? after : "none",
+              thread_count(), c[0] == 2.0 * n && c[n * n - 1] == 2.0 * n, env ? env : "unset");
   return 0;
 }
 
