@@ -144,6 +144,13 @@ ShapeResult measure_shape(const GemmRun &run, const GemmShape &shape) {
   r.libs.resize(run.libraries.size());
 
   const std::vector<size_t> order = check_order(run, shape.prec);
+  // Every batch starts after the same pause, the longest any measured library
+  // needs for its idle threads to stop spinning: a batch that starts on a
+  // machine idle for longer runs slower (cores and caches cool down), so the
+  // library that happens to follow the slowest sleeper must not be the only
+  // one to pay for it.
+  double settle_s = 0;
+  for (size_t i : order) settle_s = std::max(settle_s, run.libraries[i].settle_s);
   std::vector<double> per_call_s;
   for (size_t i : order) {
     const GemmLibrary &lib = run.libraries[i];
@@ -159,14 +166,14 @@ ShapeResult measure_shape(const GemmRun &run, const GemmShape &shape) {
       t = std::min(t, now_s() - t1);
     }
     per_call_s.push_back(t);
-    pause_s(lib.settle_s);
+    pause_s(settle_s);
   }
   r.rounds = rounds_for(o, per_call_s.empty() ? 0 : *std::max_element(per_call_s.begin(), per_call_s.end()));
   std::vector<Contestant> contestants;
   for (size_t c = 0; c < order.size(); ++c) {
     const GemmLibrary &lib = run.libraries[order[c]];
     contestants.push_back({[&problem, &lib] { problem.call(lib); }, calls_per_round(per_call_s[c], o.target_s, r.rounds),
-                           lib.settle_s, {}, {}});
+                           settle_s, {}, {}});
   }
 
   interleave(contestants, r.rounds);
@@ -175,7 +182,7 @@ ShapeResult measure_shape(const GemmRun &run, const GemmShape &shape) {
     r.libs[order[c]].timing = summarize(contestants[c].seconds);
     r.libs[order[c]].round_best_s = std::move(contestants[c].round_best);
     checked_call(problem, lib, false, r.libs[order[c]], r.tolerance);  // the reference against itself, too
-    pause_s(lib.settle_s);
+    pause_s(settle_s);
   }
   r.others_share = others_share(before, sample_cpu(), run.cpus);
   return r;
