@@ -14,6 +14,8 @@ struct Avx2 {
   static reg zero() { return _mm256_setzero_pd(); }
   static reg load(const double *p) { return _mm256_load_pd(p); }
   static void store(double *p, reg x) { _mm256_store_pd(p, x); }
+  static reg loadu(const double *p) { return _mm256_loadu_pd(p); }
+  static void storeu(double *p, reg x) { _mm256_storeu_pd(p, x); }
   static reg broadcast(const double *p) { return _mm256_broadcast_sd(p); }
   static reg fma(reg a, reg b, reg c) { return _mm256_fmadd_pd(a, b, c); }
   static mask tail(int rows) {

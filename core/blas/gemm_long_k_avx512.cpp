@@ -14,6 +14,8 @@ struct Avx512 {
   static reg zero() { return _mm512_setzero_pd(); }
   static reg load(const double *p) { return _mm512_load_pd(p); }
   static void store(double *p, reg x) { _mm512_store_pd(p, x); }
+  static reg loadu(const double *p) { return _mm512_loadu_pd(p); }
+  static void storeu(double *p, reg x) { _mm512_storeu_pd(p, x); }
   static reg broadcast(const double *p) { return _mm512_set1_pd(*p); }
   static reg fma(reg a, reg b, reg c) { return _mm512_fmadd_pd(a, b, c); }
   static mask tail(int rows) { return static_cast<mask>((1u << rows) - 1u); }

@@ -6,8 +6,9 @@
 //
 // V provides: reg, mask, lanes (doubles per register), vectors (registers of
 // rows in a full tile) and columns (columns of C in a full tile), and zero(),
-// load() and store() (aligned), broadcast(), fma(a, b, c) = a * b + c, tail(rows) (a mask
-// of the first rows lanes), load_masked() and store_masked().
+// load() and store() (aligned), loadu() and storeu(), broadcast(),
+// fma(a, b, c) = a * b + c, tail(rows) (a mask of the first rows lanes),
+// load_masked() and store_masked().
 //
 // A tile is vectors x lanes rows by columns columns of C, held in registers
 // for kLongKDepth steps of k: 2 x 8 by 12 with AVX-512 (24 accumulators of 32
@@ -68,13 +69,18 @@ void tile(ORB_INT kc, const double *panel, const double *b, ORB_INT ldb, double 
       for (int v = 0; v < NV; ++v) acc[v][j] = V::fma(col[v], bj, acc[v][j]);
     }
   }
+  // Only a partial last register of rows is stored through its mask: the
+  // masked store of AVX2 is microcoded and slow on AMD processors.
+  const bool partial = last_rows < V::lanes;
 #pragma GCC unroll 16
   for (int j = 0; j < NC; ++j)
 #pragma GCC unroll 16
     for (int v = 0; v < NV; ++v) {
       double *to = c + j * ldc + v * V::lanes;
-      const typename V::mask lanes = v == NV - 1 ? last : V::tail(V::lanes);
-      V::store_masked(lanes, to, V::fma(alpha, acc[v][j], V::load_masked(lanes, to)));
+      if (v == NV - 1 && partial)
+        V::store_masked(last, to, V::fma(alpha, acc[v][j], V::load_masked(last, to)));
+      else
+        V::storeu(to, V::fma(alpha, acc[v][j], V::loadu(to)));
     }
 }
 
