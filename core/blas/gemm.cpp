@@ -4,10 +4,10 @@
 // illegal one without touching C; it returns at once when the standard says
 // nothing is to be done (m or n is 0, or C stays as it is because alpha or k is
 // 0 and beta is 1); when alpha or k is 0 it only scales C by beta, reading
-// neither A nor B; a double-precision product with few rows and a long k goes
-// to the core's own kernel (gemm_long_k.hpp); otherwise the provider computes
+// neither A nor B; a double-precision product with few rows goes to the
+// core's own kernel (gemm_stream_b.hpp); otherwise the provider computes
 // the product.  The threaded drivers call it once per piece.
-#include "blas/gemm_long_k.hpp"
+#include "blas/gemm_stream_b.hpp"
 #include "blas/kernel_traits.hpp"
 #include "blas/scale.hpp"
 #include "service/report.hpp"
@@ -35,7 +35,7 @@ void xgemm(const char *transa, const char *transb, const ORB_INT *m, const ORB_I
     return;
   }
   if constexpr (std::is_same_v<T, double>) {
-    if (long_k_dgemm(transa, transb, *m, *n, *k, *alpha, a, *lda, b, *ldb, *beta, c, *ldc)) return;
+    if (stream_b_dgemm(transa, transb, *m, *n, *k, *alpha, a, *lda, b, *ldb, *beta, c, *ldc)) return;
   }
   kernel_traits<T>::gemm()(transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc, 1, 1);
 }

@@ -1,6 +1,6 @@
-// The long-k kernel with AVX-512 registers (this file is compiled for
+// The streaming kernel with AVX-512 registers (this file is compiled for
 // AVX-512F): tiles of 16 x 12, 24 accumulators.
-#include "blas/gemm_long_k_kernel.hpp"
+#include "blas/gemm_stream_b_kernel.hpp"
 
 #include <immintrin.h>
 
@@ -25,6 +25,6 @@ struct Avx512 {
 
 }  // namespace
 
-void long_k_dgemm_avx512(const LongKProduct &p) { run_long_k<Avx512>(p); }
+void stream_b_dgemm_avx512(const StreamBProduct &p) { run_stream_b<Avx512>(p); }
 
 }  // namespace orb::core

@@ -1,6 +1,6 @@
-// The long-k kernel with AVX2 registers (this file is compiled for AVX2 and
+// The streaming kernel with AVX2 registers (this file is compiled for AVX2 and
 // FMA): tiles of 8 x 6, 12 accumulators.
-#include "blas/gemm_long_k_kernel.hpp"
+#include "blas/gemm_stream_b_kernel.hpp"
 
 #include <immintrin.h>
 
@@ -28,6 +28,6 @@ struct Avx2 {
 
 }  // namespace
 
-void long_k_dgemm_avx2(const LongKProduct &p) { run_long_k<Avx2>(p); }
+void stream_b_dgemm_avx2(const StreamBProduct &p) { run_stream_b<Avx2>(p); }
 
 }  // namespace orb::core

@@ -1,5 +1,5 @@
-// The long-k kernel, written once over a vector type V; gemm_long_k_avx512.cpp
-// and gemm_long_k_avx2.cpp instantiate it, each compiled for its instruction
+// The streaming kernel, written once over a vector type V; gemm_stream_b_avx512.cpp
+// and gemm_stream_b_avx2.cpp instantiate it, each compiled for its instruction
 // set.  Everything here has internal linkage (an anonymous namespace), so that
 // no function compiled for one instruction set can be picked by the linker for
 // a caller compiled for another.
@@ -11,11 +11,11 @@
 // load_masked() and store_masked().
 //
 // A tile is vectors x lanes rows by columns columns of C, held in registers
-// for kLongKDepth steps of k: 2 x 8 by 12 with AVX-512 (24 accumulators of 32
+// for kStreamBDepth steps of k: 2 x 8 by 12 with AVX-512 (24 accumulators of 32
 // registers), 2 x 4 by 6 with AVX2 (12 of 16).
 #pragma once
 
-#include "blas/gemm_long_k.hpp"
+#include "blas/gemm_stream_b.hpp"
 
 #include <array>
 #include <utility>
@@ -98,11 +98,11 @@ constexpr auto tile_table(std::integer_sequence<int, I...>) {
 }
 
 template <class V>
-void run_long_k(const LongKProduct &p) {
+void run_stream_b(const StreamBProduct &p) {
   constexpr ORB_INT full = V::vectors * V::lanes;
   static constexpr auto tiles = tile_table<V>(std::make_integer_sequence<int, V::vectors>());
-  for (ORB_INT p0 = 0; p0 < p.k; p0 += kLongKDepth) {
-    const ORB_INT kc = smaller(kLongKDepth, p.k - p0);
+  for (ORB_INT p0 = 0; p0 < p.k; p0 += kStreamBDepth) {
+    const ORB_INT kc = smaller(kStreamBDepth, p.k - p0);
     pack_a<V>(p.m, kc, p.a + p0 * p.lda, p.lda, p.pack);
     for (ORB_INT j0 = 0; j0 < p.n; j0 += V::columns) {
       const ORB_INT width = smaller(V::columns, p.n - j0);
