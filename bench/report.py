@@ -119,12 +119,18 @@ def package_of(path):
 
 
 def git_commit(root):
-    try:
-        out = subprocess.run(["git", "-C", root, "describe", "--always", "--dirty"], capture_output=True,
-                             text=True, check=False)
-    except OSError:
+    """The source's commit, with "-dirty" when files other than the report's own (docs/) differ from it."""
+    def git(*args):
+        try:
+            out = subprocess.run(["git", "-C", root, *args], capture_output=True, text=True, check=False)
+        except OSError:
+            return ""
+        return out.stdout.strip()
+    commit = git("rev-parse", "--short", "HEAD")
+    if not commit:
         return None
-    return out.stdout.strip() or None
+    changed = git("status", "--porcelain", "--untracked-files=no", "--", ":/", ":(exclude,top)docs")
+    return commit + ("-dirty" if changed else "")
 
 
 def machine():
@@ -309,6 +315,7 @@ def main(argv=None):
     args = parser.parse_args(argv)
 
     os.makedirs(args.out, exist_ok=True)
+    host = machine()  # before the run, which rewrites files under docs/
     json_path, status = args.json, 0
     if args.run:
         json_path = os.path.join(args.out, "gemm_results.json")
@@ -319,7 +326,6 @@ def main(argv=None):
     with open(json_path, encoding="utf-8") as f:
         run = json.load(f)
 
-    host = machine()
     verdicts = evaluate_targets(run["results"])
     with open(os.path.join(args.out, "performance.md"), "w", encoding="utf-8") as f:
         f.write(render_markdown(run, verdicts, host, args.note))
