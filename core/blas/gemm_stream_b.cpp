@@ -32,8 +32,7 @@ bool untransposed(const char *t) { return (*t | 0x20) == 'n'; }
 }  // namespace
 
 bool stream_b_dgemm(const char *transa, const char *transb, ORB_INT m, ORB_INT n, ORB_INT k, double alpha,
-                  const double *a, ORB_INT lda, const double *b, ORB_INT ldb, double beta, double *c,
-                  ORB_INT ldc) {
+                    const double *a, ORB_INT lda, const double *b, ORB_INT ldb, double beta, double *c, ORB_INT ldc) {
   static const StreamBFn run = pick_instruction_set();
   if (!run || m > kStreamBMaxRows || k < kStreamBMinDepth || !untransposed(transa) || !untransposed(transb))
     return false;

@@ -69,7 +69,6 @@ void stream_b_dgemm_avx2(const StreamBProduct &p);
 //! of its shape, the processor can run it and scratch is to be had; returns
 //! false, touching nothing, otherwise.  Arguments are already checked.
 bool stream_b_dgemm(const char *transa, const char *transb, ORB_INT m, ORB_INT n, ORB_INT k, double alpha,
-                  const double *a, ORB_INT lda, const double *b, ORB_INT ldb, double beta, double *c,
-                  ORB_INT ldc);
+                    const double *a, ORB_INT lda, const double *b, ORB_INT ldb, double beta, double *c, ORB_INT ldc);
 
 }  // namespace orb::core

@@ -1,6 +1,6 @@
-// The streaming kernel, written once over a vector type V; gemm_stream_b_avx512.cpp
-// and gemm_stream_b_avx2.cpp instantiate it, each compiled for its instruction
-// set.  Everything here has internal linkage (an anonymous namespace), so that
+// The streaming kernel, written once over a vector type V;
+// gemm_stream_b_avx512.cpp and gemm_stream_b_avx2.cpp instantiate it, each
+// compiled for its instruction set.  Everything here has internal linkage (an anonymous namespace), so that
 // no function compiled for one instruction set can be picked by the linker for
 // a caller compiled for another.
 //
@@ -11,8 +11,8 @@
 // load_masked() and store_masked().
 //
 // A tile is vectors x lanes rows by columns columns of C, held in registers
-// for kStreamBDepth steps of k: 2 x 8 by 12 with AVX-512 (24 accumulators of 32
-// registers), 2 x 4 by 6 with AVX2 (12 of 16).
+// for kStreamBDepth steps of k: 2 x 8 by 12 with AVX-512 (24 accumulators of
+// 32 registers), 2 x 4 by 6 with AVX2 (12 of 16).
 #pragma once
 
 #include "blas/gemm_stream_b.hpp"
@@ -39,7 +39,8 @@ void pack_a(ORB_INT m, ORB_INT kc, const double *a, ORB_INT lda, double *pack) {
     double *to = pack + i0 * kc;
     for (ORB_INT p = 0; p < kc; ++p) {
       const double *column = a + i0 + p * lda;
-      for (int v = 0; v + 1 < height; ++v, to += V::lanes) V::store(to, V::load_masked(V::tail(V::lanes), column + v * V::lanes));
+      for (int v = 0; v + 1 < height; ++v, to += V::lanes)
+        V::store(to, V::load_masked(V::tail(V::lanes), column + v * V::lanes));
       V::store(to, V::load_masked(last, column + (height - 1) * V::lanes));
       to += V::lanes;
     }
@@ -110,8 +111,8 @@ void run_stream_b(const StreamBProduct &p) {
         const ORB_INT rows = smaller(full, p.m - i0);
         const ORB_INT height = (rows + V::lanes - 1) / V::lanes;
         const int last_rows = static_cast<int>(rows - (height - 1) * V::lanes);
-        tiles[height - 1][width - 1](kc, p.pack + i0 * kc, p.b + p0 + j0 * p.ldb, p.ldb, p.c + i0 + j0 * p.ldc,
-                                     p.ldc, p.alpha, last_rows);
+        tiles[height - 1][width - 1](kc, p.pack + i0 * kc, p.b + p0 + j0 * p.ldb, p.ldb, p.c + i0 + j0 * p.ldc, p.ldc,
+                                     p.alpha, last_rows);
       }
     }
   }

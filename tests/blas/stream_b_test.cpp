@@ -57,8 +57,7 @@ TEST_P(StreamBTiles, MatchTheNaiveProductOnEveryEdge) {
       }
 }
 
-INSTANTIATE_TEST_SUITE_P(Isas, StreamBTiles,
-                         ::testing::Values(kAvx512, kAvx2),
+INSTANTIATE_TEST_SUITE_P(Isas, StreamBTiles, ::testing::Values(kAvx512, kAvx2),
                          [](const auto &info) { return std::string(info.param.name); });
 
 TEST(StreamB, InstructionSetsAgreeBitForBit) {
@@ -103,16 +102,15 @@ TEST_P(StreamBRoute, TakesItsShapeOutsideStrictModeAndFallsBackWithoutScratch) {
   EXPECT_EQ(o.deallocations, r.tried && !r.fail_alloc ? 1 : 0);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Shapes, StreamBRoute,
-    ::testing::Values(Route{"taken", 256, 256, 'N', false, false, true},
-                      Route{"taken_lower_case", 100, 2100, 'n', false, false, true},
-                      Route{"too_many_rows", 257, 4000, 'N', false, false, false},
-                      Route{"too_short", 64, 255, 'N', false, false, false},
-                      Route{"transposed", 64, 4000, 'T', false, false, false},
-                      Route{"strict", 64, 4000, 'N', true, false, false},
-                      Route{"no_scratch", 64, 4000, 'N', false, true, true}),
-    [](const auto &info) { return std::string(info.param.name); });
+INSTANTIATE_TEST_SUITE_P(Shapes, StreamBRoute,
+                         ::testing::Values(Route{"taken", 256, 256, 'N', false, false, true},
+                                           Route{"taken_lower_case", 100, 2100, 'n', false, false, true},
+                                           Route{"too_many_rows", 257, 4000, 'N', false, false, false},
+                                           Route{"too_short", 64, 255, 'N', false, false, false},
+                                           Route{"transposed", 64, 4000, 'T', false, false, false},
+                                           Route{"strict", 64, 4000, 'N', true, false, false},
+                                           Route{"no_scratch", 64, 4000, 'N', false, true, true}),
+                         [](const auto &info) { return std::string(info.param.name); });
 
 }  // namespace
 }  // namespace orb::test
