@@ -1,9 +1,9 @@
 // When the core's streaming kernel computes a double-precision product instead
 // of the provider, and with which instruction set.
 //
-// It takes neither transposed operand, at most kStreamBMaxRows rows and at
-// least kStreamBMinDepth steps of k (the measurements are beside the
-// constants).  It is never taken in strict reproducibility mode: there a result
+// It takes neither transposed operand, at most kStreamBMaxRows rows, at least
+// kStreamBMinColumns columns and at least kStreamBMinDepth steps of k (the
+// measurements are beside the constants).  It is never taken in strict reproducibility mode: there a result
 // must not depend on how the threaded drivers cut C, and whether a piece falls
 // in the kernel's shape depends on the cut.  Its scratch (the packed block of A,
 // at most 512 KiB) comes from orb_serv_allocate; without it the provider
@@ -34,11 +34,11 @@ bool untransposed(const char *t) { return (*t | 0x20) == 'n'; }
 bool stream_b_dgemm(const char *transa, const char *transb, ORB_INT m, ORB_INT n, ORB_INT k, double alpha,
                     const double *a, ORB_INT lda, const double *b, ORB_INT ldb, double beta, double *c, ORB_INT ldc) {
   static const StreamBFn run = pick_instruction_set();
-  if (!run || m > kStreamBMaxRows || k < kStreamBMinDepth || !untransposed(transa) || !untransposed(transb))
+  if (!run || m > kStreamBMaxRows || n < kStreamBMinColumns || k < kStreamBMinDepth || !untransposed(transa) ||
+      !untransposed(transb))
     return false;
   if (orb_serv_cbwr_get(-1) & ORB_CBWR_STRICT) return false;
-  const ORB_INT height = (m + 7) / 8 * 8;
-  auto *pack = static_cast<double *>(orb_serv_allocate(height * kStreamBDepth * ORB_INT{sizeof(double)}, 64));
+  auto *pack = static_cast<double *>(orb_serv_allocate(stream_b_scratch(m) * ORB_INT{sizeof(double)}, 64));
   if (!pack) return false;
   if (!is_one(beta)) scale_matrix(beta, c, m, n, ldc);
   run(StreamBProduct{m, n, k, alpha, a, lda, b, ldb, c, ldc, pack});

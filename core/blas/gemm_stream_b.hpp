@@ -25,7 +25,10 @@
 //                                   k = 256: 1.10-1.24,  k = 512: 0.97-1.15
 //   m = 512, n = 128, k = 4000: 1.00
 //
-// hence the rule of stream_b_dgemm(): m <= 256 and k >= 256.  The AVX2
+//   n of 8 or fewer: 0.45-1.29, down to 0.39 for n = 1 (packing A then
+//   costs as much as the product itself); n = 12: 0.99-1.25
+//
+// hence the rule of stream_b_dgemm(): m <= 256, n >= 12 and k >= 256.  The AVX2
 // version, timed against the provider's AVX2 kernel set on the same machine,
 // came out 1.01-1.09 on shapes from 64 x 64 x 256 to 250 x 500 x 500.
 #pragma once
@@ -43,8 +46,15 @@ constexpr ORB_INT kStreamBDepth = 256;
 constexpr ORB_INT kStreamBMaxRows = 256;
 constexpr ORB_INT kStreamBMinDepth = 256;
 
+//! Least n the kernel takes: one tile's width with AVX-512.
+constexpr ORB_INT kStreamBMinColumns = 12;
+
+//! Doubles of scratch the kernel needs for m rows: A's block, its rows
+//! rounded up to a whole AVX-512 register.
+constexpr ORB_INT stream_b_scratch(ORB_INT m) { return (m + 7) / 8 * 8 * kStreamBDepth; }
+
 //! One product for the kernel: C += alpha A B with A m x k, B k x n, all
-//! column-major; pack holds round_up(m, 8) x kStreamBDepth doubles, aligned to
+//! column-major; pack holds stream_b_scratch(m) doubles, aligned to
 //! 64 bytes.  C has been scaled by beta already.
 struct StreamBProduct {
   ORB_INT m, n, k;

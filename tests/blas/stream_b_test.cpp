@@ -31,7 +31,7 @@ const Isa kAvx512{"avx512", core::stream_b_dgemm_avx512, true}, kAvx2{"avx2", co
 using Pack = std::unique_ptr<double, decltype(&orb_serv_deallocate)>;
 
 Pack pack_for(ORB_INT m) {
-  const ORB_INT bytes = (m + 7) / 8 * 8 * core::kStreamBDepth * ORB_INT{sizeof(double)};
+  const ORB_INT bytes = core::stream_b_scratch(m) * ORB_INT{sizeof(double)};
   return Pack(static_cast<double *>(orb_serv_allocate(bytes, 64)), orb_serv_deallocate);
 }
 
@@ -73,7 +73,7 @@ TEST(StreamB, InstructionSetsAgreeBitForBit) {
 
 struct Route {
   const char *name;
-  ORB_INT m, k;
+  ORB_INT m, n, k;
   char ta;
   bool strict, fail_alloc;
   bool tried;  // the kernel asked for its block
@@ -85,12 +85,11 @@ class StreamBRoute : public ::testing::TestWithParam<Route> {};
 // Whatever the route, the result is right, C with beta = 0 starting as NaN.
 TEST_P(StreamBRoute, TakesItsShapeOutsideStrictModeAndFallsBackWithoutScratch) {
   const Route &r = GetParam();
-  const ORB_INT n = 20;
-  check_gemm<double>(false, r.ta, 'N', r.m, n, r.k, 1.25, 0.0, {1, 0, 3},
+  check_gemm<double>(false, r.ta, 'N', r.m, r.n, r.k, 1.25, 0.0, {1, 0, 3},
                      [&](double alpha, const double *a, ORB_INT lda, const double *b, ORB_INT ldb, double beta,
                          double *c, ORB_INT ldc) {
                        observe(r.fail_alloc, r.strict);
-                       orb_blas_xdgemm(&r.ta, "N", &r.m, &n, &r.k, &alpha, a, &lda, b, &ldb, &beta, c, &ldc);
+                       orb_blas_xdgemm(&r.ta, "N", &r.m, &r.n, &r.k, &alpha, a, &lda, b, &ldb, &beta, c, &ldc);
                      });
   const Observed o = observed();
   __builtin_cpu_init();
@@ -103,13 +102,14 @@ TEST_P(StreamBRoute, TakesItsShapeOutsideStrictModeAndFallsBackWithoutScratch) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Shapes, StreamBRoute,
-                         ::testing::Values(Route{"taken", 256, 256, 'N', false, false, true},
-                                           Route{"taken_lower_case", 100, 2100, 'n', false, false, true},
-                                           Route{"too_many_rows", 257, 4000, 'N', false, false, false},
-                                           Route{"too_short", 64, 255, 'N', false, false, false},
-                                           Route{"transposed", 64, 4000, 'T', false, false, false},
-                                           Route{"strict", 64, 4000, 'N', true, false, false},
-                                           Route{"no_scratch", 64, 4000, 'N', false, true, true}),
+                         ::testing::Values(Route{"taken", 256, 12, 256, 'N', false, false, true},
+                                           Route{"taken_lower_case", 100, 20, 2100, 'n', false, false, true},
+                                           Route{"too_many_rows", 257, 20, 4000, 'N', false, false, false},
+                                           Route{"too_few_columns", 64, 11, 4000, 'N', false, false, false},
+                                           Route{"too_short", 64, 20, 255, 'N', false, false, false},
+                                           Route{"transposed", 64, 20, 4000, 'T', false, false, false},
+                                           Route{"strict", 64, 20, 4000, 'N', true, false, false},
+                                           Route{"no_scratch", 64, 20, 4000, 'N', false, true, true}),
                          [](const auto &info) { return std::string(info.param.name); });
 
 }  // namespace
