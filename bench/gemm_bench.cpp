@@ -172,11 +172,11 @@ ShapeResult measure_shape(const GemmRun &run, const GemmShape &shape) {
   std::vector<Contestant> contestants;
   for (size_t c = 0; c < order.size(); ++c) {
     const GemmLibrary &lib = run.libraries[order[c]];
-    contestants.push_back({[&problem, &lib] { problem.call(lib); }, calls_per_round(per_call_s[c], o.target_s, r.rounds),
-                           settle_s, {}, {}});
+    contestants.push_back(
+        {[&problem, &lib] { problem.call(lib); }, calls_per_round(per_call_s[c], o.target_s, r.rounds), {}, {}});
   }
 
-  interleave(contestants, r.rounds);
+  interleave(contestants, r.rounds, settle_s);
   for (size_t c = 0; c < order.size(); ++c) {
     const GemmLibrary &lib = run.libraries[order[c]];
     r.libs[order[c]].timing = summarize(contestants[c].seconds);

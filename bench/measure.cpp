@@ -57,7 +57,7 @@ double paired_speedup(const std::vector<double> &ours, const std::vector<double>
   return sorted_median(ratios);
 }
 
-void interleave(std::vector<Contestant> &contestants, int rounds) {
+void interleave(std::vector<Contestant> &contestants, int rounds, double pause) {
   const size_t n = contestants.size();
   for (int r = 0; r < rounds; ++r) {
     for (size_t i = 0; i < n; ++i) {
@@ -71,7 +71,7 @@ void interleave(std::vector<Contestant> &contestants, int rounds) {
         best = j == 0 ? t : std::min(best, t);
       }
       c.round_best.push_back(best);
-      pause_s(c.settle_s);
+      pause_s(pause);
     }
   }
 }

@@ -33,7 +33,6 @@ struct Timing {
 struct Contestant {
   std::function<void()> call;   //!< one call of the measured routine
   int per_round = 1;            //!< calls in each of its batches
-  double settle_s = 0;          //!< pause after each of its batches
   std::vector<double> seconds;  //!< time of every timed call, filled by interleave()
   std::vector<double> round_best;  //!< best call of each round's batch, filled by interleave()
 };
@@ -57,7 +56,8 @@ int calls_per_round(double call_s, double target_s, int rounds);
 double paired_speedup(const std::vector<double> &ours, const std::vector<double> &theirs);
 
 //! Runs the batches of every contestant in `rounds` rounds, the first
-//! contestant of round r being r mod (number of contestants).
-void interleave(std::vector<Contestant> &contestants, int rounds);
+//! contestant of round r being r mod (number of contestants), each batch
+//! followed by a pause of `pause` seconds.
+void interleave(std::vector<Contestant> &contestants, int rounds, double pause = 0);
 
 }  // namespace orb::bench
