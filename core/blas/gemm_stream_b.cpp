@@ -1,12 +1,14 @@
 // When the core's streaming kernel computes a double-precision product instead
 // of the provider, and with which instruction set.
 //
-// It takes neither transposed operand, at most kStreamBMaxRows rows, at least
-// kStreamBMinColumns columns and at least kStreamBMinDepth steps of k (the
-// measurements are beside the constants).  It is never taken in strict reproducibility mode: there a result
+// It takes neither transposed operand, at least kStreamBMinColumns columns, at
+// least kStreamBMinDepth steps of k and more than kStreamBMinWork multiply-adds;
+// at most kStreamBMaxRows rows, or any number with AVX-512 when there are at
+// least kStreamBWideColumns columns (the measurements are beside the
+// constants).  It is never taken in strict reproducibility mode: there a result
 // must not depend on how the threaded drivers cut C, and whether a piece falls
 // in the kernel's shape depends on the cut.  Its scratch (the packed block of A,
-// at most 512 KiB) comes from orb_serv_allocate; without it the provider
+// at most 2 MiB) comes from orb_serv_allocate; without it the provider
 // computes the product.
 #include "blas/gemm_stream_b.hpp"
 
@@ -18,13 +20,22 @@ namespace orb::core {
 
 namespace {
 
-using StreamBFn = void (*)(const StreamBProduct &);
+struct Version {
+  void (*run)(const StreamBProduct &);
+  bool any_rows;  // takes more than kStreamBMaxRows rows when C is wide
+};
 
-StreamBFn pick_instruction_set() {
+Version pick_instruction_set() {
   __builtin_cpu_init();
-  if (__builtin_cpu_supports("avx512f")) return stream_b_dgemm_avx512;
-  if (__builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma")) return stream_b_dgemm_avx2;
-  return nullptr;
+  if (__builtin_cpu_supports("avx512f")) return {stream_b_dgemm_avx512, true};
+  if (__builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma")) return {stream_b_dgemm_avx2, false};
+  return {nullptr, false};
+}
+
+bool of_its_shape(const Version &v, ORB_INT m, ORB_INT n, ORB_INT k) {
+  if (n < kStreamBMinColumns || k < kStreamBMinDepth) return false;
+  if (static_cast<double>(m) * static_cast<double>(n) * static_cast<double>(k) <= kStreamBMinWork) return false;
+  return m <= kStreamBMaxRows || (v.any_rows && n >= kStreamBWideColumns);
 }
 
 bool untransposed(const char *t) { return (*t | 0x20) == 'n'; }
@@ -33,15 +44,13 @@ bool untransposed(const char *t) { return (*t | 0x20) == 'n'; }
 
 bool stream_b_dgemm(const char *transa, const char *transb, ORB_INT m, ORB_INT n, ORB_INT k, double alpha,
                     const double *a, ORB_INT lda, const double *b, ORB_INT ldb, double beta, double *c, ORB_INT ldc) {
-  static const StreamBFn run = pick_instruction_set();
-  if (!run || m > kStreamBMaxRows || n < kStreamBMinColumns || k < kStreamBMinDepth || !untransposed(transa) ||
-      !untransposed(transb))
-    return false;
+  static const Version version = pick_instruction_set();
+  if (!version.run || !of_its_shape(version, m, n, k) || !untransposed(transa) || !untransposed(transb)) return false;
   if (orb_serv_cbwr_get(-1) & ORB_CBWR_STRICT) return false;
   auto *pack = static_cast<double *>(orb_serv_allocate(stream_b_scratch(m) * ORB_INT{sizeof(double)}, 64));
   if (!pack) return false;
   if (!is_one(beta)) scale_matrix(beta, c, m, n, ldc);
-  run(StreamBProduct{m, n, k, alpha, a, lda, b, ldb, c, ldc, pack});
+  version.run(StreamBProduct{m, n, k, alpha, a, lda, b, ldb, c, ldc, pack});
   orb_serv_deallocate(pack);
   return true;
 }

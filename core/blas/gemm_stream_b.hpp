@@ -1,57 +1,77 @@
-// The core's own kernel for double-precision products with few rows of C
-// (C = beta C + alpha A B, neither operand transposed, m <= 256).
+// The core's own kernel for double-precision products C = beta C + alpha A B,
+// neither operand transposed.
 //
 // The provider packs both operands into its own layout before it multiplies.
-// With few rows, B is the big operand and each of its elements is used by
-// only m rows, so packing it costs a large share of the time.  This kernel
-// packs only the small operand A, one block of kStreamBDepth steps of k at a
-// time, into aligned panels that stay in the level-2 cache, and streams B
-// straight from the caller's columns: every element of B is loaded once per
-// panel of rows and broadcast against a whole column of A.
+// This kernel packs only A, one block of kStreamBDepth steps of k by up to
+// kStreamBBlockRows rows at a time, into aligned panels, and streams B straight
+// from the caller's columns: every element of B is loaded once per panel of
+// rows and broadcast against a whole column of A.  Skipping the copy of B pays
+// most where B is the big operand (few rows of C); with many rows it pays when
+// the threaded drivers cut C into row blocks, because each worker would
+// otherwise pack all of B for itself, while streamed, B is read by all of them
+// from the shared cache.  Before each tile the kernel asks for the next tile of
+// C, which it reads only at the end of the tile's kStreamBDepth steps.
 //
-// Measured against the provider on one core of an AVX-512 machine (Zen 4),
-// the provider on the kernel set it picks itself, calls of the two
-// interleaved; median ratio of their times (above 1: this kernel is faster):
+// Measured on one core of an AVX-512 machine (Zen 4) with `orb-bench gemm
+// --threads 1 --only orb,serial`: the median ratio of the provider's time (on
+// the kernel set it picks itself) to the kernel's, calls of the two paired;
+// above 1 the kernel is faster.
 //
-//   n = 128   m \ k     500   2000   8000
-//                32     1.32   1.33   1.54
-//                64     1.20   1.22   1.42
-//               100     1.12   1.12   1.21
-//               128     1.14   1.14   1.24
-//               192     1.13   1.13   1.17
-//               256     1.07   1.09   1.09
+//   m \ n x k     128x500  128x2000  128x8000  1000x256  1000x1000
+//    32            1.33      1.37      2.00      1.34      2.03
+//    64            1.18      1.26      1.50      1.19      1.60
+//   128            1.12      1.27      1.27      1.19      1.37
+//   256            1.05      1.09      1.10      1.14      1.20
 //
-//   n = 64 or 1000, m = 64 .. 256:  k = 64: 0.93-1.18,  k = 128: 0.94-1.20,
-//                                   k = 256: 1.10-1.24,  k = 512: 0.97-1.15
-//   m = 512, n = 128, k = 4000: 1.00
+//   more rows (m = 600 .. 4000, k = 256 .. 2000): n = 12 .. 48: 0.83-1.00,
+//   n = 96 .. 192: 0.98-1.03, n = 256 .. 4000: 0.98-1.06 (squares of 1000
+//   and 2000: 1.05, 1.06).  On their own such products gain little; cut
+//   into row blocks for two workers they gain the copy of B each would make
+//   (squares of 1000 and 2000 on two workers: from 0.94-0.97 of the best
+//   threaded peer to 1.01-1.02).
 //
-//   n of 8 or fewer: 0.45-1.29, down to 0.39 for n = 1 (packing A then
-//   costs as much as the product itself); n = 12: 0.99-1.25
+//   m n k of a million or less: 0.64-0.82 (the provider has kernels of its own
+//   for such small products).
 //
-// hence the rule of stream_b_dgemm(): m <= 256, n >= 12 and k >= 256.  The AVX2
-// version, timed against the provider's AVX2 kernel set on the same machine,
-// came out 1.01-1.09 on shapes from 64 x 64 x 256 to 250 x 500 x 500.
+// hence the rule of stream_b_dgemm(): k >= 256, n >= 12 and m n k above a
+// million; m <= 256, or with AVX-512 any m when n >= 256.  The AVX2 version,
+// timed against the provider's AVX2 kernel set on the same machine, came out
+// 0.90-1.09 with m <= 256 (about even) and 0.91 with more rows, which it
+// leaves to the provider.
 #pragma once
 
 #include <orb/orb_types.h>
 
+#include <algorithm>
+
 namespace orb::core {
 
-//! Steps of k packed and multiplied at a time: an A block of up to 256 x 256
-//! doubles (512 KiB) stays in the level-2 cache while the panels of B it meets
-//! pass through the level-1 cache.
+//! Steps of k packed and multiplied at a time: the panels of B that a tile
+//! meets (6 or 12 columns of kStreamBDepth doubles) pass through the level-1
+//! cache.
 constexpr ORB_INT kStreamBDepth = 256;
 
-//! Largest m the kernel takes, and least k.
+//! Rows of A packed into one block: up to 2 MiB of panels, streamed from the
+//! outer caches in the order the tiles read them, while B's columns are read
+//! once per block.
+constexpr ORB_INT kStreamBBlockRows = 1024;
+
+//! Largest m the kernel takes for any n, and least k.
 constexpr ORB_INT kStreamBMaxRows = 256;
 constexpr ORB_INT kStreamBMinDepth = 256;
 
-//! Least n the kernel takes: one tile's width with AVX-512.
+//! Least n the kernel takes.
 constexpr ORB_INT kStreamBMinColumns = 12;
+
+//! Least n from which the AVX-512 version takes any number of rows.
+constexpr ORB_INT kStreamBWideColumns = 256;
+
+//! Products of m n k up to this are left to the provider.
+constexpr double kStreamBMinWork = 1e6;
 
 //! Doubles of scratch the kernel needs for m rows: A's block, its rows
 //! rounded up to a whole AVX-512 register.
-constexpr ORB_INT stream_b_scratch(ORB_INT m) { return (m + 7) / 8 * 8 * kStreamBDepth; }
+constexpr ORB_INT stream_b_scratch(ORB_INT m) { return (std::min(m, kStreamBBlockRows) + 7) / 8 * 8 * kStreamBDepth; }
 
 //! One product for the kernel: C += alpha A B with A m x k, B k x n, all
 //! column-major; pack holds stream_b_scratch(m) doubles, aligned to

@@ -11,7 +11,7 @@
 // load_masked() and store_masked().
 //
 // A tile is vectors x lanes rows by columns columns of C, held in registers
-// for kStreamBDepth steps of k: 2 x 8 by 12 with AVX-512 (24 accumulators of
+// for kStreamBDepth steps of k: 4 x 8 by 6 with AVX-512 (24 accumulators of
 // 32 registers), 2 x 4 by 6 with AVX2 (12 of 16).
 #pragma once
 
@@ -98,21 +98,40 @@ constexpr auto tile_table(std::integer_sequence<int, I...>) {
   return std::array{tile_row<V, I + 1>(std::make_integer_sequence<int, V::columns>())...};
 }
 
+//! Asks for the rows [0, rows) of C's columns [0, width) to be brought into the
+//! level-1 cache: a tile loads and stores them only after its kStreamBDepth
+//! steps, and fetched then they would stall it.
+template <class V>
+void prefetch_c(const double *c, ORB_INT ldc, ORB_INT rows, ORB_INT width) {
+  for (ORB_INT j = 0; j < width; ++j)
+    for (ORB_INT i = 0; i < rows; i += V::lanes) __builtin_prefetch(c + i + j * ldc, 1, 3);
+}
+
 template <class V>
 void run_stream_b(const StreamBProduct &p) {
   constexpr ORB_INT full = V::vectors * V::lanes;
   static constexpr auto tiles = tile_table<V>(std::make_integer_sequence<int, V::vectors>());
   for (ORB_INT p0 = 0; p0 < p.k; p0 += kStreamBDepth) {
     const ORB_INT kc = smaller(kStreamBDepth, p.k - p0);
-    pack_a<V>(p.m, kc, p.a + p0 * p.lda, p.lda, p.pack);
-    for (ORB_INT j0 = 0; j0 < p.n; j0 += V::columns) {
-      const ORB_INT width = smaller(V::columns, p.n - j0);
-      for (ORB_INT i0 = 0; i0 < p.m; i0 += full) {
-        const ORB_INT rows = smaller(full, p.m - i0);
-        const ORB_INT height = (rows + V::lanes - 1) / V::lanes;
-        const int last_rows = static_cast<int>(rows - (height - 1) * V::lanes);
-        tiles[height - 1][width - 1](kc, p.pack + i0 * kc, p.b + p0 + j0 * p.ldb, p.ldb, p.c + i0 + j0 * p.ldc, p.ldc,
-                                     p.alpha, last_rows);
+    for (ORB_INT m0 = 0; m0 < p.m; m0 += kStreamBBlockRows) {
+      const ORB_INT mb = smaller(kStreamBBlockRows, p.m - m0);
+      pack_a<V>(mb, kc, p.a + m0 + p0 * p.lda, p.lda, p.pack);
+      double *c = p.c + m0;
+      for (ORB_INT j0 = 0; j0 < p.n; j0 += V::columns) {
+        const ORB_INT width = smaller(V::columns, p.n - j0);
+        for (ORB_INT i0 = 0; i0 < mb; i0 += full) {
+          const ORB_INT rows = smaller(full, mb - i0);
+          const ORB_INT height = (rows + V::lanes - 1) / V::lanes;
+          const int last_rows = static_cast<int>(rows - (height - 1) * V::lanes);
+          // The next tile's C (down the column block, else the next one).
+          if (i0 + full < mb)
+            prefetch_c<V>(c + i0 + full + j0 * p.ldc, p.ldc, smaller(full, mb - i0 - full), width);
+          else if (j0 + V::columns < p.n)
+            prefetch_c<V>(c + (j0 + V::columns) * p.ldc, p.ldc, smaller(full, mb),
+                          smaller(V::columns, p.n - j0 - V::columns));
+          tiles[height - 1][width - 1](kc, p.pack + i0 * kc, p.b + p0 + j0 * p.ldb, p.ldb, c + i0 + j0 * p.ldc, p.ldc,
+                                       p.alpha, last_rows);
+        }
       }
     }
   }

@@ -52,7 +52,8 @@ int provider() {
   const ORB_INT n = 400;
   const double alpha = 1.0, beta = 0.0;
   std::vector<double> a(n * n, 1.0), b(n * n, 2.0), c(n * n, -1.0);
-  orb_blas_xdgemm("N", "N", &n, &n, &n, &alpha, a.data(), &n, b.data(), &n, &beta, c.data(), &n);
+  // A transposed: a product the core never computes without the provider.
+  orb_blas_xdgemm("T", "N", &n, &n, &n, &alpha, a.data(), &n, b.data(), &n, &beta, c.data(), &n);
   const char *after = orb_serv_provider_path(), *env = std::getenv("OPENBLAS_NUM_THREADS");
   std::printf("path_after=%s\nthreads_after=%d\nproduct_ok=%d\nopenblas_threads_env=%s\n", after ? after : "none",
               thread_count(), c[0] == 2.0 * n && c[n * n - 1] == 2.0 * n, env ? env : "unset");
