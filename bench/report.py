@@ -198,7 +198,7 @@ def render_markdown(run, verdicts, host, note=None, plot_name="gemm_gflops.png")
     if busy:
         out += [f"> {busy}", ""]
     out += [
-        f"orb's threaded gemm against the serial provider it calls per piece and against the threaded "
+        f"orb's threaded gemm against the serial provider under its core (one core) and against the threaded "
         f"libraries a user could pick instead, measured by `orb-bench gemm{' --quick' if run['quick'] else ''}` "
         f"on {run['date']}. Written by `bench/report.py`; run `bench/run.sh` to measure again.",
         "",
