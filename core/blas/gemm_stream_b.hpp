@@ -25,7 +25,7 @@
 //
 //   more rows (m = 600 .. 4000, k = 256 .. 2000): n = 12 .. 48: 0.83-1.00,
 //   n = 96 .. 192: 0.98-1.03, n = 256 .. 4000: 0.98-1.06 (squares of 1000
-//   and 2000: 1.05, 1.06).  On their own such products gain little; cut
+//   and 2000: 1.06, 1.05).  On their own such products gain little; cut
 //   into row blocks for two workers they gain the copy of B each would make
 //   (squares of 1000 and 2000 on two workers: from 0.94-0.97 of the best
 //   threaded peer to 1.01-1.02).
@@ -47,7 +47,7 @@
 namespace orb::core {
 
 //! Steps of k packed and multiplied at a time: the panels of B that a tile
-//! meets (6 or 12 columns of kStreamBDepth doubles) pass through the level-1
+//! meets (6 columns of kStreamBDepth doubles) pass through the level-1
 //! cache.
 constexpr ORB_INT kStreamBDepth = 256;
 
