@@ -12,8 +12,6 @@
 // computes the product.
 #include "blas/gemm_stream_b.hpp"
 
-#include "blas/scale.hpp"
-
 #include <orb/orb_service.h>
 
 namespace orb::core {
@@ -49,8 +47,7 @@ bool stream_b_dgemm(const char *transa, const char *transb, ORB_INT m, ORB_INT n
   if (orb_serv_cbwr_get(-1) & ORB_CBWR_STRICT) return false;
   auto *pack = static_cast<double *>(orb_serv_allocate(stream_b_scratch(m) * ORB_INT{sizeof(double)}, 64));
   if (!pack) return false;
-  if (!is_one(beta)) scale_matrix(beta, c, m, n, ldc);
-  version.run(StreamBProduct{m, n, k, alpha, a, lda, b, ldb, c, ldc, pack});
+  version.run(StreamBProduct{m, n, k, alpha, beta, a, lda, b, ldb, c, ldc, pack});
   orb_serv_deallocate(pack);
   return true;
 }

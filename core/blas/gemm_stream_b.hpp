@@ -73,12 +73,12 @@ constexpr double kStreamBMinWork = 1e6;
 //! rounded up to a whole AVX-512 register.
 constexpr ORB_INT stream_b_scratch(ORB_INT m) { return (std::min(m, kStreamBBlockRows) + 7) / 8 * 8 * kStreamBDepth; }
 
-//! One product for the kernel: C += alpha A B with A m x k, B k x n, all
-//! column-major; pack holds stream_b_scratch(m) doubles, aligned to
-//! 64 bytes.  C has been scaled by beta already.
+//! One product for the kernel: C = beta C + alpha A B with A m x k, B k x n,
+//! all column-major, k > 0; pack holds stream_b_scratch(m) doubles, aligned to
+//! 64 bytes.  With beta = 0, C is not read.
 struct StreamBProduct {
   ORB_INT m, n, k;
-  double alpha;
+  double alpha, beta;
   const double *a;
   ORB_INT lda;
   const double *b;

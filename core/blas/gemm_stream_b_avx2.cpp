@@ -17,6 +17,7 @@ struct Avx2 {
   static reg loadu(const double *p) { return _mm256_loadu_pd(p); }
   static void storeu(double *p, reg x) { _mm256_storeu_pd(p, x); }
   static reg broadcast(const double *p) { return _mm256_broadcast_sd(p); }
+  static reg mul(reg a, reg b) { return _mm256_mul_pd(a, b); }
   static reg fma(reg a, reg b, reg c) { return _mm256_fmadd_pd(a, b, c); }
   static mask tail(int rows) {
     // Lane i is on when i < rows: its sign bit set.

@@ -18,6 +18,7 @@ struct Avx512 {
   static reg loadu(const double *p) { return _mm512_loadu_pd(p); }
   static void storeu(double *p, reg x) { _mm512_storeu_pd(p, x); }
   static reg broadcast(const double *p) { return _mm512_set1_pd(*p); }
+  static reg mul(reg a, reg b) { return _mm512_mul_pd(a, b); }
   static reg fma(reg a, reg b, reg c) { return _mm512_fmadd_pd(a, b, c); }
   static mask tail(int rows) { return static_cast<mask>((1u << rows) - 1u); }
   static reg load_masked(mask m, const double *p) { return _mm512_maskz_loadu_pd(m, p); }

@@ -7,7 +7,7 @@
 // V provides: reg, mask, lanes (doubles per register), vectors (registers of
 // rows in a full tile) and columns (columns of C in a full tile), and zero(),
 // load() and store() (aligned), loadu() and storeu(), broadcast(),
-// fma(a, b, c) = a * b + c, tail(rows) (a mask of the first rows lanes),
+// mul(a, b), fma(a, b, c) = a * b + c, tail(rows) (a mask of the first rows lanes),
 // load_masked() and store_masked().
 //
 // A tile is vectors x lanes rows by columns columns of C, held in registers
@@ -47,12 +47,23 @@ void pack_a(ORB_INT m, ORB_INT kc, const double *a, ORB_INT lda, double *pack) {
   }
 }
 
-//! C[0:NV*lanes, 0:NC] += alpha * panel * B[0:kc, 0:NC]; the last register of
-//! rows stores only its first last_rows lanes.
+//! How a tile writes its sums into C: added to C (beta = 1, or a later block
+//! of k), in place of C (beta = 0: C is not read, so NaN there goes), or added
+//! to beta C.
+enum class Into { add, overwrite, scale };
+
+struct Update {
+  double alpha, beta;
+  Into into;
+};
+
+//! C[0:NV*lanes, 0:NC] = alpha * panel * B[0:kc, 0:NC] + (C, 0 or beta C, as
+//! u.into says); the last register of rows stores only its first last_rows
+//! lanes.
 template <class V, int NV, int NC>
-void tile(ORB_INT kc, const double *panel, const double *b, ORB_INT ldb, double *c, ORB_INT ldc, double scalar,
+void tile(ORB_INT kc, const double *panel, const double *b, ORB_INT ldb, double *c, ORB_INT ldc, const Update &u,
           int last_rows) {
-  const typename V::reg alpha = V::broadcast(&scalar);
+  const typename V::reg alpha = V::broadcast(&u.alpha), beta = V::broadcast(&u.beta);
   const typename V::mask last = V::tail(last_rows);
   typename V::reg acc[NV][NC];
 #pragma GCC unroll 16
@@ -70,6 +81,10 @@ void tile(ORB_INT kc, const double *panel, const double *b, ORB_INT ldb, double 
       for (int v = 0; v < NV; ++v) acc[v][j] = V::fma(col[v], bj, acc[v][j]);
     }
   }
+  const auto sum = [&](typename V::reg s, auto old) {
+    if (u.into == Into::overwrite) return V::mul(alpha, s);
+    return V::fma(alpha, s, u.into == Into::add ? old() : V::mul(beta, old()));
+  };
   // Only a partial last register of rows is stored through its mask: the
   // masked store of AVX2 is microcoded and slow on AMD processors.
   const bool partial = last_rows < V::lanes;
@@ -79,9 +94,9 @@ void tile(ORB_INT kc, const double *panel, const double *b, ORB_INT ldb, double 
     for (int v = 0; v < NV; ++v) {
       double *to = c + j * ldc + v * V::lanes;
       if (v == NV - 1 && partial)
-        V::store_masked(last, to, V::fma(alpha, acc[v][j], V::load_masked(last, to)));
+        V::store_masked(last, to, sum(acc[v][j], [&] { return V::load_masked(last, to); }));
       else
-        V::storeu(to, V::fma(alpha, acc[v][j], V::loadu(to)));
+        V::storeu(to, sum(acc[v][j], [&] { return V::loadu(to); }));
     }
 }
 
@@ -111,8 +126,11 @@ template <class V>
 void run_stream_b(const StreamBProduct &p) {
   constexpr ORB_INT full = V::vectors * V::lanes;
   static constexpr auto tiles = tile_table<V>(std::make_integer_sequence<int, V::vectors>());
+  // beta applies once, as the first block of k is stored; later blocks add.
+  const Into first = p.beta == 1.0 ? Into::add : p.beta == 0.0 ? Into::overwrite : Into::scale;
   for (ORB_INT p0 = 0; p0 < p.k; p0 += kStreamBDepth) {
     const ORB_INT kc = smaller(kStreamBDepth, p.k - p0);
+    const Update update{p.alpha, p.beta, p0 == 0 ? first : Into::add};
     for (ORB_INT m0 = 0; m0 < p.m; m0 += kStreamBBlockRows) {
       const ORB_INT mb = smaller(kStreamBBlockRows, p.m - m0);
       pack_a<V>(mb, kc, p.a + m0 + p0 * p.lda, p.lda, p.pack);
@@ -130,7 +148,7 @@ void run_stream_b(const StreamBProduct &p) {
             prefetch_c<V>(c + (j0 + V::columns) * p.ldc, p.ldc, smaller(full, mb),
                           smaller(V::columns, p.n - j0 - V::columns));
           tiles[height - 1][width - 1](kc, p.pack + i0 * kc, p.b + p0 + j0 * p.ldb, p.ldb, c + i0 + j0 * p.ldc, p.ldc,
-                                       p.alpha, last_rows);
+                                       update, last_rows);
         }
       }
     }

@@ -41,21 +41,23 @@ class StreamBTiles : public ::testing::TestWithParam<Isa> {};
 // Rows around the register heights (8 .. 32 with AVX-512, 4 and 8 with AVX2)
 // and the block of packed rows, columns around the tile width (6), k around
 // the block depth; odd leading dimensions put every column off its alignment.
-// The kernel adds to C, which is beta = 1.
+// beta 1, 0 (C starts as NaN, which must go) and 0.5: the three ways a tile
+// stores its first block of k.
 TEST_P(StreamBTiles, MatchTheNaiveProductOnEveryEdge) {
   if (!available(GetParam())) GTEST_SKIP() << "the processor lacks " << GetParam().name;
   for (ORB_INT m : {ORB_INT{1}, ORB_INT{3}, ORB_INT{4}, ORB_INT{8}, ORB_INT{13}, ORB_INT{17}, ORB_INT{31}, ORB_INT{32},
                     ORB_INT{33}, ORB_INT{250}, core::kStreamBBlockRows + 9})
     for (ORB_INT n : {1, 5, 6, 7, 13})
-      for (ORB_INT k : {ORB_INT{1}, core::kStreamBDepth + 1}) {
-        SCOPED_TRACE(testing::Message() << m << "x" << n << "x" << k);
-        check_gemm<double>(false, 'N', 'N', m, n, k, -1.5, 1.0, {3, 1, 2},
-                           [&](double alpha, const double *a, ORB_INT lda, const double *b, ORB_INT ldb, double,
-                               double *c, ORB_INT ldc) {
-                             Pack pack = pack_for(m);
-                             GetParam().run({m, n, k, alpha, a, lda, b, ldb, c, ldc, pack.get()});
-                           });
-      }
+      for (ORB_INT k : {ORB_INT{1}, core::kStreamBDepth + 1})
+        for (double beta : {1.0, 0.0, 0.5}) {
+          SCOPED_TRACE(testing::Message() << m << "x" << n << "x" << k << " beta " << beta);
+          check_gemm<double>(false, 'N', 'N', m, n, k, -1.5, beta, {3, 1, 2},
+                             [&](double alpha, const double *a, ORB_INT lda, const double *b, ORB_INT ldb, double beta,
+                                 double *c, ORB_INT ldc) {
+                               Pack pack = pack_for(m);
+                               GetParam().run({m, n, k, alpha, beta, a, lda, b, ldb, c, ldc, pack.get()});
+                             });
+        }
 }
 
 INSTANTIATE_TEST_SUITE_P(Isas, StreamBTiles, ::testing::Values(kAvx512, kAvx2),
@@ -67,8 +69,8 @@ TEST(StreamB, InstructionSetsAgreeBitForBit) {
   const auto a = random_matrix<double>(m, k, m, 1), b = random_matrix<double>(k, n, k, 2);
   auto c1 = random_matrix<double>(m, n, m, 3), c2 = c1;
   Pack pack = pack_for(m);
-  kAvx512.run({m, n, k, 0.75, a.data(), m, b.data(), k, c1.data(), m, pack.get()});
-  kAvx2.run({m, n, k, 0.75, a.data(), m, b.data(), k, c2.data(), m, pack.get()});
+  kAvx512.run({m, n, k, 0.75, 0.5, a.data(), m, b.data(), k, c1.data(), m, pack.get()});
+  kAvx2.run({m, n, k, 0.75, 0.5, a.data(), m, b.data(), k, c2.data(), m, pack.get()});
   EXPECT_EQ(std::memcmp(c1.data(), c2.data(), c1.size() * sizeof(double)), 0);
 }
 
