@@ -4,9 +4,9 @@
 // illegal one without touching C; it returns at once when the standard says
 // nothing is to be done (m or n is 0, or C stays as it is because alpha or k is
 // 0 and beta is 1); when alpha or k is 0 it only scales C by beta, reading
-// neither A nor B; a double-precision product with few rows goes to the
-// core's own kernel (gemm_stream_b.hpp); otherwise the provider computes
-// the product.  The threaded drivers call it once per piece.
+// neither A nor B; a double-precision product of the shape the core's own
+// kernel takes goes to it (gemm_stream_b.hpp); otherwise the provider
+// computes the product.  The threaded drivers call it once per piece.
 #include "blas/gemm_stream_b.hpp"
 #include "blas/kernel_traits.hpp"
 #include "blas/scale.hpp"
@@ -29,9 +29,9 @@ void xgemm(const char *transa, const char *transb, const ORB_INT *m, const ORB_I
     report_xerbla(kernel_traits<T>::gemm_name, info);
     return;
   }
-  if (*m == 0 || *n == 0 || ((is_zero(*alpha) || *k == 0) && is_one(*beta))) return;
+  if (*m == 0 || *n == 0) return;
   if (is_zero(*alpha) || *k == 0) {
-    scale_matrix(*beta, c, *m, *n, *ldc);
+    if (!is_one(*beta)) scale_matrix(*beta, c, *m, *n, *ldc);
     return;
   }
   if constexpr (std::is_same_v<T, double>) {

@@ -23,9 +23,9 @@ void xgemv(const char *trans, const ORB_INT *m, const ORB_INT *n, const T *alpha
     report_xerbla(kernel_traits<T>::gemv_name, info);
     return;
   }
-  if (*m == 0 || *n == 0 || (is_zero(*alpha) && is_one(*beta))) return;
+  if (*m == 0 || *n == 0) return;
   if (is_zero(*alpha)) {
-    scale_vector(*beta, y, orb_serv_lsame(trans, "N") ? *m : *n, *incy);
+    if (!is_one(*beta)) scale_vector(*beta, y, orb_serv_lsame(trans, "N") ? *m : *n, *incy);
     return;
   }
   kernel_traits<T>::gemv()(trans, m, n, alpha, a, lda, x, incx, beta, y, incy, 1);
