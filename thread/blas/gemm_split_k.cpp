@@ -43,6 +43,7 @@
 #include "blas/gemm_split_k.hpp"
 
 #include "blas/precision.hpp"
+#include "runtime/loop.hpp"
 
 #include <orb/orb_service.h>
 
@@ -86,10 +87,9 @@ bool gemm_split_k(blas_args_t &args, ORB_INT budget) {
   void *scratch = orb_serv_allocate((pieces - 1) * args.part_size * static_cast<ORB_INT>(sizeof(T)), 2048);
   if (orb_serv_check_ptr_and_warn(scratch, P::gemm_name) != 0) return false;
   args.scratch = scratch;
-  void *affinity = orb_blas_new_affinity_partitioner();  // null: both phases run without affinity
-  orb_blas_invoke_thin_thread(pieces, tsq_gemm_block_by_k<P>, &args, affinity);
-  orb_blas_invoke_thin_thread(pieces, tsq_gemm_sum_c<P>, &args, affinity);
-  orb_blas_delete_affinity_partitioner(affinity);
+  const rt::Affinity affinity;  // without a record both phases run without affinity
+  orb_blas_invoke_thin_thread(pieces, tsq_gemm_block_by_k<P>, &args, affinity.get());
+  orb_blas_invoke_thin_thread(pieces, tsq_gemm_sum_c<P>, &args, affinity.get());
   orb_serv_deallocate(scratch);
   args.scratch = nullptr;
   return true;

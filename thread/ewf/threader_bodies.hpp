@@ -9,8 +9,7 @@
 
 #include <orb/orb_threader.h>
 
-#include <oneapi/tbb/blocked_range.h>
-#include <oneapi/tbb/task_arena.h>
+#include "runtime/loop.hpp"
 
 #include <cstdint>
 
@@ -26,9 +25,9 @@ class ThreaderFor {
       : n_(n), nthreads_(nthreads), callback_(callback), context_(context) {}
 
   //! callback(i, slot, T, context) for every i of r; slot is -2 outside an arena.
-  void operator()(const tbb::blocked_range<int> &r) const {
-    const int slot = tbb::this_task_arena::current_thread_index();
-    for (int i = r.begin(); i != r.end() && i < n_; ++i) callback_(i, slot, nthreads_, context_);
+  void operator()(int64_t begin, int64_t end) const {
+    const int slot = rt::current_slot();
+    for (int64_t i = begin; i != end && i < n_; ++i) callback_(static_cast<int>(i), slot, nthreads_, context_);
   }
 
  private:
@@ -46,8 +45,8 @@ class ThreaderForSections {
       : m_(m), callback_(callback), context_(context) {}
 
   //! callback(i, i, m, context) for every i of r.
-  void operator()(const tbb::blocked_range<int> &r) const {
-    for (int i = r.begin(); i != r.end(); ++i) callback_(i, i, m_, context_);
+  void operator()(int64_t begin, int64_t end) const {
+    for (int64_t i = begin; i != end; ++i) callback_(static_cast<int>(i), static_cast<int>(i), m_, context_);
   }
 
  private:
@@ -64,11 +63,11 @@ class StxThreaderForBlock {
       : n_(n), length_(length), count_(count), callback_(callback), context_(context) {}
 
   //! Runs every chunk of r, one after another.
-  void operator()(const tbb::blocked_range<int> &r) const {
-    for (int j = r.begin(); j != r.end(); ++j) {
+  void operator()(int64_t begin, int64_t end) const {
+    for (int64_t j = begin; j != end; ++j) {
       const int64_t first = j * length_;
       const int64_t last = first + length_ < n_ ? first + length_ : n_;
-      for (int64_t i = first; i < last; ++i) callback_(static_cast<int>(i), j, count_, context_);
+      for (int64_t i = first; i < last; ++i) callback_(static_cast<int>(i), static_cast<int>(j), count_, context_);
     }
   }
 

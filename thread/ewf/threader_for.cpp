@@ -25,14 +25,13 @@ void general_loop(int n, int t, int p, orb_threader_fn callback, void *context, 
   const int nthreads = t == p ? t : p;
   if (n < 1) return;
   SharedAffinity::Lease lease(affinity);
-  run_loop(n, Body(n, nthreads, callback, context), lease.partitioner());
+  run_loop(n, Body(n, nthreads, callback, context), rt::Split::affinity, lease.history());
 }
 
 //! Every index its own section: callback(i, i, n, context).
 template <class Body>
 void sections_loop(int n, orb_threader_fn callback, void *context) {
-  tbb::auto_partitioner partitioner;
-  run_loop(n, Body(n, callback, context), partitioner);
+  run_loop(n, Body(n, callback, context), rt::Split::automatic);
 }
 
 }  // namespace
@@ -56,8 +55,7 @@ void orb_stx_serv_threader_for(int64_t n64, int t, void *context, orb_threader_f
     const ChunkPlan plan = plan_chunks(n, t);
     if (plan.count < 1) return;
     const int chunks = static_cast<int>(plan.count);
-    tbb::auto_partitioner partitioner;
-    run_loop(chunks, StxThreaderForBlock(n, plan.length, chunks, callback, context), partitioner);
+    run_loop(chunks, StxThreaderForBlock(n, plan.length, chunks, callback, context), rt::Split::automatic);
     return;
   }
   general_loop<StxThreaderFor>(n, t, p, callback, context, affinity);

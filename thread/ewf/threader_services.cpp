@@ -23,8 +23,7 @@ void sections(int m, orb_threader_fn callback, void *context) {
   if (!callback) return;
   const int p = arena_concurrency();
   const int count = m >= 1 && m <= p ? m : p;
-  tbb::auto_partitioner partitioner;
-  run_loop(count, Body(count, callback, context), partitioner);
+  run_loop(count, Body(count, callback, context), rt::Split::automatic);
 }
 
 int pass_through(int p1, int p2, int p3, void *p4, orb_threader_fn callback) {

@@ -3,6 +3,7 @@
 // a test runs the same case through every form.
 #pragma once
 
+#include <orb/orb_blas.h>
 #include <orb/orb_cblas.h>
 #include <orb/orb_types.h>
 
@@ -57,6 +58,7 @@ struct Api;
     static constexpr auto gemm64 = p##gemm_64_;                                                                      \
     static constexpr auto gemv32 = p##gemv_;                                                                         \
     static constexpr auto gemv64 = p##gemv_64_;                                                                      \
+    static constexpr auto kernel_gemm = orb_blas_x##p##gemm;                                                          \
     static void cblas_gemm(CBLAS_LAYOUT l, CBLAS_TRANSPOSE ta, CBLAS_TRANSPOSE tb, int m, int n, int k,              \
                            const T *alpha, const T *a, int lda, const T *b, int ldb, const T *beta, T *c, int ldc) { \
       cblas_##p##gemm(l, ta, tb, m, n, k, PASS(alpha), a, lda, b, ldb, PASS(beta), c, ldc);                          \
