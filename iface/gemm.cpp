@@ -130,6 +130,9 @@ void fortran_gemm(int iface, const char *transa, const char *transb, const I *m,
 // told that the call was row-major, exchanges m and n, lda and ldb back to
 // their places in the caller's list.  A and B, which only orb checks (for
 // being present), are exchanged here so that the same rule places them.
+//! m and n, lda and ldb: what a row-major call exchanges.
+constexpr RowMajorExchange kGemmRowMajorExchanges[] = {{4, 5}, {9, 11}};
+
 template <class T>
 void cblas_gemm(int layout, int transa, int transb, int m, int n, int k, const T *alpha, const T *a, int lda,
                 const T *b, int ldb, const T *beta, T *c, int ldc) {
@@ -146,7 +149,7 @@ void cblas_gemm(int layout, int transa, int transb, int m, int n, int k, const T
           if (const int standard = check(g)) info = row ? swap_positions(standard + 1, 8, 10) : standard + 1;
         }
         if (info) {
-          report_cblas(routine_name(Precision<T>::upper, "GEMM", false).cblas, info, row);
+          report_cblas(routine_name(Precision<T>::upper, "GEMM", false).cblas, info, row, kGemmRowMajorExchanges);
           return;
         }
         if (leaves_c_unchanged(g)) return;

@@ -158,6 +158,9 @@ void fortran_gemv(int iface, const char *trans, const I *m, const I *n, const T 
 // Reports follow the C interface's convention: one more than the standard
 // routine's number for the column-major call actually checked; cblas_xerbla,
 // told that the call was row-major, exchanges m and n back.
+//! m and n: what a row-major call exchanges.
+constexpr RowMajorExchange kGemvRowMajorExchanges[] = {{3, 4}};
+
 template <class T>
 void cblas_gemv(int layout, int trans, int m, int n, const T *alpha, const T *a, int lda, const T *x, int incx,
                 const T *beta, T *y, int incy) {
@@ -178,7 +181,7 @@ void cblas_gemv(int layout, int trans, int m, int n, const T *alpha, const T *a,
           if (const int standard = check(g)) info = standard + 1;
         }
         if (info) {
-          report_cblas(routine_name(Precision<T>::upper, "GEMV", false).cblas, info, row);
+          report_cblas(routine_name(Precision<T>::upper, "GEMV", false).cblas, info, row, kGemvRowMajorExchanges);
           return;
         }
         if (leaves_y_unchanged(g)) return;

@@ -17,12 +17,31 @@ int read_verbose_state() {
   return s;
 }
 
-void report_fortran(const char *name, int info) { xerbla_(name, &info, std::strlen(name)); }
+void report_fortran(const char *name, int info) { orb_serv_xerbla(name, &info, static_cast<int>(std::strlen(name))); }
 
-void report_cblas(const char *name, int info, bool row_major) {
+namespace {
+//! The exchanges of the row-major report under way on this thread.
+thread_local const RowMajorExchange *pending_exchanges = nullptr;
+thread_local int pending_count = 0;
+}  // namespace
+
+void report_cblas(const char *name, int info, bool row_major, const RowMajorExchange *exchanges, int count) {
+  pending_exchanges = exchanges;
+  pending_count = count;
   __atomic_store_n(&RowMajorStrg, row_major ? 1 : 0, __ATOMIC_RELAXED);
   cblas_xerbla(info, name, "");
   __atomic_store_n(&RowMajorStrg, 0, __ATOMIC_RELAXED);
+  pending_exchanges = nullptr;
+  pending_count = 0;
+}
+
+int row_major_position(int info) {
+  for (int i = 0; i < pending_count; ++i) {
+    const RowMajorExchange &e = pending_exchanges[i];
+    if (info == e.a) return e.b;
+    if (info == e.b) return e.a;
+  }
+  return info;
 }
 
 RoutineName routine_name(char upper_letter, const char *family, bool int64) {

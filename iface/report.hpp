@@ -33,13 +33,27 @@ inline bool verbose_on() {
 }
 
 //! Reports argument `info` of the Fortran-style routine `name` ("DGEMM ")
-//! through the global xerbla_, as the standard routines do.
+//! through the installed error handler, which by default is the global xerbla_.
 void report_fortran(const char *name, int info);
 
+//! Two argument positions of a CBLAS routine that a row-major call exchanges
+//! when it is checked as its column-major twin (gemm's m and n, say).
+struct RowMajorExchange {
+  int a, b;
+};
+
 //! Reports argument `info` of the CBLAS routine `name` ("cblas_dgemm")
-//! through the global cblas_xerbla, with RowMajorStrg telling it whether
-//! the call was row-major while the report runs.
-void report_cblas(const char *name, int info, bool row_major);
+//! through the global cblas_xerbla, with RowMajorStrg telling it whether the
+//! call was row-major while the report runs; `exchanges` are the family's.
+void report_cblas(const char *name, int info, bool row_major, const RowMajorExchange *exchanges, int count);
+template <int N>
+void report_cblas(const char *name, int info, bool row_major, const RowMajorExchange (&exchanges)[N]) {
+  report_cblas(name, info, row_major, exchanges, N);
+}
+
+//! Where the caller of the row-major call being reported on this thread
+//! counts position `info` of its column-major twin.
+int row_major_position(int info);
 
 //! A routine's names: "DGEMM " for reports, "DGEMM" / "DGEMM_64" for the
 //! verbose line of the Fortran names, "cblas_dgemm" for the C names.

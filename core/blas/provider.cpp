@@ -40,6 +40,7 @@
 #include <dlfcn.h>
 #include <mutex>
 #include <string>
+#include "report_ids.hpp"
 
 namespace orb::core {
 
@@ -75,7 +76,7 @@ template <class F>
 void bind(void *handle, const std::string &path, F &slot, const char *symbol) {
   void *p = dlsym(handle, symbol);
   if (!p) {
-    orb_serv_print(1, 772, 2, path.c_str(), symbol);
+    orb_serv_print(1, orb::kMsgProviderLacks, 2, path.c_str(), symbol);
     give_up();
   }
   slot = reinterpret_cast<F>(p);
@@ -97,7 +98,7 @@ void open_provider() {
       unsetenv("OPENBLAS_NUM_THREADS");
   }
   if (!handle) {
-    orb_serv_print(1, 771, 1, path.c_str());
+    orb_serv_print(1, orb::kMsgProviderNotLoaded, 1, path.c_str());
     give_up();
   }
   bind(handle, path, table.sgemm, "sgemm_");

@@ -6,6 +6,8 @@
 // arguments that were never passed.
 #include <orb/orb_service.h>
 
+#include "report_ids.hpp"
+
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
@@ -20,15 +22,15 @@ struct Message {
 
 // Message 0 opens every argument report; the one after it says what was wrong.
 constexpr Message kCatalogue[] = {
-    {0, 0, "\norb: error report\n"},
-    {6, 2, "  parameter %d was incorrect on entry to %s\n"},
-    {7, 2, "  internal error %d was reported by %s\n"},
-    {8, 1, "  not enough memory to run %s\n"},
-    {9, 1, "  %s cannot run with the thread setting in force\n"},
-    {771, 1, "orb: cannot load the kernel provider %s\n"},
-    {772, 2, "orb: the kernel provider %s lacks the routine %s\n"},
-    {1102, 1, "  a required pointer argument (%s) is null\n"},
-    {1225, 1, "  %s: a size exceeds the 32-bit interface; call the 64-bit interface\n"},
+    {orb::kMsgReportHeader, 0, "\norb: error report\n"},
+    {orb::kMsgIllegalArgument, 2, "  parameter %d was incorrect on entry to %s\n"},
+    {orb::kMsgInternalError, 2, "  internal error %d was reported by %s\n"},
+    {orb::kMsgNoMemory, 1, "  not enough memory to run %s\n"},
+    {orb::kMsgThreadSetting, 1, "  %s cannot run with the thread setting in force\n"},
+    {orb::kMsgProviderNotLoaded, 1, "orb: cannot load the kernel provider %s\n"},
+    {orb::kMsgProviderLacks, 2, "orb: the kernel provider %s lacks the routine %s\n"},
+    {orb::kMsgNullPointer, 1, "  a required pointer argument (%s) is null\n"},
+    {orb::kMsgTooLarge32, 1, "  %s: a size exceeds the 32-bit interface; call the 64-bit interface\n"},
 };
 
 const Message *find(int number) {

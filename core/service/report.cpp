@@ -5,6 +5,7 @@
 #include <atomic>
 #include <cstring>
 #include <dlfcn.h>
+#include "report_ids.hpp"
 
 namespace orb::core {
 
@@ -13,8 +14,8 @@ namespace {
 using xerbla_t = void (*)(const char *, const int *, int);
 
 void fallback_xerbla(const char *name, const int *info, int) {
-  orb_serv_print(0, 0, 0);
-  orb_serv_print(0, 6, 2, *info, name);
+  orb_serv_print(0, orb::kMsgReportHeader, 0);
+  orb_serv_print(0, orb::kMsgIllegalArgument, 2, *info, name);
 }
 
 xerbla_t handler() {

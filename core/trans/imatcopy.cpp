@@ -16,6 +16,7 @@
 #include <orb/orb_trans.h>
 
 #include <cstdint>
+#include "report_ids.hpp"
 
 namespace orb::core::trans {
 
@@ -86,7 +87,7 @@ int imatcopy(char ordering, char trans, ORB_INT rows, ORB_INT cols, typename S::
 
   const int64_t bytes = scratch_bytes<T>(rows, cols);
   T *scratch = bytes > 0 ? static_cast<T *>(orb_serv_malloc(bytes, kScratchAlignment)) : nullptr;
-  if (!scratch) return report<S>("IMATCOPY", 1000);
+  if (!scratch) return report<S>("IMATCOPY", orb::kInfoNoMemory);
   const View packed = stored(h.row_major, min_ld(h.row_major, h.brows, h.bcols));
   scale_copy<S>(h.brows, h.bcols, alpha, conj, AB, through(source, h.op), scratch, packed);
   plain_copy<S>(h.brows, h.bcols, scratch, packed, AB, stored(h.row_major, ldb));

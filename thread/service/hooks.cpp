@@ -8,6 +8,7 @@
 
 #include <atomic>
 #include <cstring>
+#include "report_ids.hpp"
 
 namespace {
 
@@ -53,19 +54,12 @@ void orb_serv_default_xerbla(const char *name, const int *info, int len) {
   char routine[22];
   orb_serv_strncpy_s(routine, sizeof routine, name, static_cast<size_t>(len < 20 ? len : 20));
   const int i = *info;
-  orb_serv_print(0, 0, 0);
-  if (i == 1000)
-    orb_serv_print(0, 8, 1, routine);
-  else if (i == 1001)
-    orb_serv_print(0, 9, 1, routine);
-  else if (i == 1102)
-    orb_serv_print(0, 1102, 1, routine);
-  else if (i == 1225)
-    orb_serv_print(0, 1225, 1, routine);
-  else if (i < 1)
-    orb_serv_print(0, 7, 2, -i, routine);
-  else
-    orb_serv_print(0, 6, 2, i, routine);
+  orb_serv_print(0, orb::kMsgReportHeader, 0);
+  switch (const orb::MessageId id = orb::message_for_info(i)) {
+    case orb::kMsgInternalError: orb_serv_print(0, id, 2, -i, routine); break;
+    case orb::kMsgIllegalArgument: orb_serv_print(0, id, 2, i, routine); break;
+    default: orb_serv_print(0, id, 1, routine); break;
+  }
 }
 
 void orb_serv_xerbla(const char *name, const int *info, int len) {
@@ -88,7 +82,7 @@ int orb_serv_check_ptr(const void *ptr, const char *name) {
   if (ptr) return 0;
   if (!name) return 1;
   const int len = static_cast<int>(strnlen(name, 4096));
-  const int info = 1102;
+  const int info = orb::kInfoNullPointer;
   xerbla_hook.get()(name, &info, len);
   return 1;
 }
