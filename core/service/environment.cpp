@@ -49,26 +49,35 @@ int cbwr_code(const std::string &word) {
   return 1;
 }
 
+// The whole value of an environment variable, however long (a file name may
+// be as long as the system allows); empty when it is absent or empty.
+std::string env_text(const char *name) {
+  const int len = orb_serv_getenv(name, nullptr, 0);
+  if (len <= 0) return {};
+  std::string value(static_cast<size_t>(len) + 1, '\0');
+  orb_serv_getenv(name, value.data(), len + 1);
+  value.resize(std::strlen(value.c_str()));  // the environment may have changed in between
+  return value;
+}
+
 const CoreSettings &settings() {
   static CoreSettings s;
   static std::once_flag once;
   std::call_once(once, [] {
-    char buf[256];
-    if (orb_serv_getenv("ORB_CBWR", buf, sizeof buf) > 0) {
-      std::string v(buf);
+    std::string cbwr = env_text("ORB_CBWR");
+    if (!cbwr.empty()) {
       bool strict = false;
-      const auto comma = v.find(',');
+      const auto comma = cbwr.find(',');
       if (comma != std::string::npos) {
-        strict = v.compare(comma + 1, std::string::npos, "STRICT") == 0;
-        v.resize(comma);
+        strict = cbwr.compare(comma + 1, std::string::npos, "STRICT") == 0;
+        cbwr.resize(comma);
       }
-      s.cbwr = cbwr_code(v) | (strict ? ORB_CBWR_STRICT : 0);
+      s.cbwr = cbwr_code(cbwr) | (strict ? ORB_CBWR_STRICT : 0);
     }
-    if (orb_serv_getenv("ORB_DISABLE_FAST_MM", buf, sizeof buf) > 0 && std::strcmp(buf, "0") != 0)
-      s.fast_mm_status = 1;
-    if (orb_serv_getenv("ORB_VERBOSE", buf, sizeof buf) > 0 && std::strcmp(buf, "1") == 0)
-      s.verbose = 1;
-    if (orb_serv_getenv("ORB_VERBOSE_OUTPUT_FILE", buf, sizeof buf) > 0) s.verbose_file = buf;
+    const std::string fast_mm = env_text("ORB_DISABLE_FAST_MM");
+    if (!fast_mm.empty() && fast_mm != "0") s.fast_mm_status = 1;
+    if (env_text("ORB_VERBOSE") == "1") s.verbose = 1;
+    s.verbose_file = env_text("ORB_VERBOSE_OUTPUT_FILE");
   });
   return s;
 }

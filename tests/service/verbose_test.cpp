@@ -9,10 +9,14 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <climits>
 #include <cstdio>
+#include <filesystem>
 #include <fstream>
 #include <limits>
 #include <sstream>
+#include <string>
+#include <vector>
 
 #include "hooks.hpp"
 #include "process.hpp"
@@ -141,24 +145,80 @@ TEST(VerboseHeaderOnce, PrintedOnceFirstEvenByConcurrentReports) {
   }
 }
 
-// Header and lines are appended to what the file held, nothing to stdout.
-TEST(VerboseHeaderOnce, OutputFileFromTheEnvironmentTakesHeaderAndLines) {
-  char name[] = "/tmp/orb_verbose_XXXXXX";
-  const int fd = mkstemp(name);
-  ASSERT_GE(fd, 0);
-  ASSERT_EQ(write(fd, "earlier\n", 8), 8);
-  close(fd);
-  const auto r = run_probe({"lines", "1", "1"}, {std::string("ORB_VERBOSE_OUTPUT_FILE=") + name});
-  std::ifstream in(name);
-  std::stringstream file;
-  file << in.rdbuf();
-  unlink(name);
-  ASSERT_EQ(r.exit_code, 0) << r.err;
-  EXPECT_EQ(r.out, "");
-  EXPECT_EQ(r.err, "");
-  EXPECT_EQ(file.str(),
-            "earlier\n" + expected_header("lp64") + "\nORB_VERBOSE CALL0 500.00ms CNR:OFF Dyn:1 FastMM:1\n");
+// An output file name of `bytes` bytes under `root`: directories of 100-byte
+// names, then a file name of 100 to 200 bytes, so that every directory but the
+// last leaves the name at least 101 bytes longer than itself.
+std::string deep_name(const std::string &root, size_t bytes) {
+  std::string name = root;
+  while (bytes - name.size() > 1 + 200) name += "/" + std::string(100, 'd');
+  return name + "/" + std::string(bytes - name.size() - 1, 'v');
 }
+
+std::string file_text(const std::string &name) {
+  std::ifstream in(name);
+  std::stringstream text;
+  text << in.rdbuf();
+  return text.str();
+}
+
+struct OutputFileCase {
+  size_t bytes;   // length of the file name
+  bool accepted;  // whether the system takes a name that long
+};
+void PrintTo(const OutputFileCase &c, std::ostream *os) { *os << c.bytes << " bytes"; }
+class VerboseOutputFile : public ::testing::TestWithParam<OutputFileCase> {
+ protected:
+  void SetUp() override {
+    char root[] = "/tmp/orb_verbose_XXXXXX";
+    ASSERT_NE(mkdtemp(root), nullptr);
+    root_ = root;
+    name_ = deep_name(root_, GetParam().bytes);
+    dir_ = std::filesystem::path(name_).parent_path();
+    std::filesystem::create_directories(dir_);
+  }
+  void TearDown() override { std::filesystem::remove_all(root_); }
+
+  //! The names in the file's own directory.
+  std::vector<std::string> beside() const {
+    std::vector<std::string> names;
+    for (const auto &e : std::filesystem::directory_iterator(dir_)) names.push_back(e.path().filename());
+    return names;
+  }
+
+  std::string root_, name_, dir_;
+};
+
+// The whole name is used, however long: the header and the line are appended
+// to what the file held, nothing goes to the standard streams, and no file of
+// a shortened name appears beside it.  A name longer than the system takes
+// costs a warning per line, the lines go to standard output, and no file
+// appears at all.
+TEST_P(VerboseOutputFile, WholeNameTakesTheLinesOrNothingDoes) {
+  const OutputFileCase &c = GetParam();
+  ASSERT_EQ(name_.size(), c.bytes);
+  if (c.accepted) std::ofstream(name_) << "earlier\n";
+  const auto r = run_probe({"lines", "1", "1"}, {"ORB_VERBOSE_OUTPUT_FILE=" + name_});
+  ASSERT_EQ(r.exit_code, 0) << r.err;
+  const std::string header = expected_header("lp64"), line = "ORB_VERBOSE CALL0 500.00ms CNR:OFF Dyn:1 FastMM:1";
+  if (c.accepted) {
+    EXPECT_EQ(file_text(name_), "earlier\n" + header + "\n" + line + "\n");
+    EXPECT_EQ(r.out, "");
+    EXPECT_EQ(r.err, "");
+    EXPECT_EQ(beside(), std::vector<std::string>{std::filesystem::path(name_).filename()});
+  } else {
+    EXPECT_EQ(r.out, header + "\n" + line + "\n");
+    EXPECT_EQ(r.err,
+              "ORB_VERBOSE WARNING: unable to open output file. Print to STDOUT\n"
+              "ORB_VERBOSE WARNING: unable to open output file. Print to STDOUT\n");
+    EXPECT_EQ(beside(), std::vector<std::string>{});
+  }
+}
+
+// Short; past 255 bytes; the longest name the system takes (PATH_MAX counts
+// the terminator); past that.
+INSTANTIATE_TEST_SUITE_P(NameLengths, VerboseOutputFile,
+                         ::testing::Values(OutputFileCase{60, true}, OutputFileCase{320, true},
+                                           OutputFileCase{PATH_MAX - 1, true}, OutputFileCase{PATH_MAX + 100, false}));
 
 TEST(VerboseHeaderOnce, UnwritableOutputFileWarnsForHeaderAndEachLine) {
   const auto r =
