@@ -118,15 +118,15 @@ const char *orb_serv_provider_path(void);
 /* Thread budget and settings. */
 int orb_serv_get_max_threads(void);
 int orb_serv_set_num_threads_local(int n);
-void orb_serv_set_num_threads(int n);
+int orb_serv_set_num_threads(int n);
 int orb_serv_domain_set_num_threads(int n, int domain);
 int orb_serv_domain_get_max_threads(int domain);
-void orb_serv_set_dynamic(int flag);
+int orb_serv_set_dynamic(int flag);
 int orb_serv_get_dynamic(void);
-void orb_serv_set_num_stripes(int n);
+int orb_serv_set_num_stripes(int n);
 int orb_serv_get_num_stripes(void);
 int orb_serv_omp_in_parallel(void);
-void orb_serv_mpi_safe(void);
+int orb_serv_mpi_safe(void);
 int orb_serv_get_thread_layer(void);
 
 /* Topology (read once, on the first query that needs it). */

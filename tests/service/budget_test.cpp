@@ -20,10 +20,14 @@ TEST(Budget, DefaultIsThePhysicalCoreCount) {
   EXPECT_EQ(orb_serv_get_max_threads(), cores);
   EXPECT_GE(orb_serv_get_nlogicalcores(), cores);
   EXPECT_EQ(orb_serv_get_ht(), orb_serv_get_nlogicalcores() != cores ? 1 : 0);
-  // The global setters are inert: the budget stays the core count.
-  orb_serv_set_num_threads(7);
+  // The global setters are inert: each returns the value in force, which stays.
+  EXPECT_EQ(orb_serv_set_num_threads(7), cores);
   EXPECT_EQ(orb_serv_domain_set_num_threads(7, 1), 1);
+  EXPECT_EQ(orb_serv_set_dynamic(0), 1);
+  EXPECT_EQ(orb_serv_set_num_stripes(4), 1);
+  EXPECT_EQ(orb_serv_mpi_safe(), 0);
   EXPECT_EQ(orb_serv_get_max_threads(), cores);
+  EXPECT_EQ(orb_serv_get_dynamic(), 1);
 }
 
 TEST(Budget, LocalSettingBelongsToTheCallingThread) {

@@ -106,7 +106,22 @@ INSTANTIATE_TEST_SUITE_P(Settings, VerboseLines,
                                            LineCase{2.5, "2.50s", 1, "OFF", 1, "0"},
                                            LineCase{2.5, "2.50s", 1, "OFF", 0, "1", nullptr}));
 
+// A call text too long for the line buffer (399 bytes) is cut; the settings
+// after it survive whole.
+TEST_F(VerboseLines, LongCallTextIsCutToTheLineBuffer) {
+  const std::string text = "DGEMM(" + std::string(1000, 'x') + ")";
+  OutputCapture capture;
+  orb_serv_print_verbose_info(1, text.c_str(), 2.5);
+  capture.finish();
+  const std::string tail = " 2.50s CNR:OFF Dyn:1 FastMM:1\n";
+  const std::string out = capture.out();
+  EXPECT_EQ(out.size(), 398u + 1u);
+  EXPECT_EQ(out.substr(out.size() - tail.size()), tail);
+  EXPECT_EQ(out.substr(0, 18), "ORB_VERBOSE DGEMM(");
+}
+
 TEST(VerboseIfaceWord, UnnamedInterfacesPrintInHexadecimal) {
+  EXPECT_STREQ(const_str_iface(0), "");
   EXPECT_STREQ(const_str_iface(3), "iface3");
   EXPECT_STREQ(const_str_iface(255), "ifaceff");
   EXPECT_STREQ(const_str_iface(-2), "ifacefffffffe");

@@ -78,15 +78,17 @@ int orb_serv_set_num_threads_local(int n) {
   return previous > 0 ? previous : 0;
 }
 
-void orb_serv_set_num_threads(int) {}
+// The settings below are inert in this layer: each leaves the value in force
+// unchanged and returns it, as a set service returns the previous value.
+int orb_serv_set_num_threads(int) { return orb_serv_get_max_threads(); }
 int orb_serv_domain_set_num_threads(int, int) { return 1; }
 int orb_serv_domain_get_max_threads(int) { return 1; }
-void orb_serv_set_dynamic(int) {}
+int orb_serv_set_dynamic(int) { return orb_serv_get_dynamic(); }
 int orb_serv_get_dynamic(void) { return 1; }
-void orb_serv_set_num_stripes(int) {}
+int orb_serv_set_num_stripes(int) { return orb_serv_get_num_stripes(); }
 int orb_serv_get_num_stripes(void) { return 1; }
 int orb_serv_omp_in_parallel(void) { return 0; }
-void orb_serv_mpi_safe(void) {}
+int orb_serv_mpi_safe(void) { return 0; }
 
 // Code of the task-runtime threading layer.
 int orb_serv_get_thread_layer(void) { return 4; }

@@ -15,6 +15,7 @@
 #include <orb/orb_service.h>
 
 #include <cstdio>
+#include <cstring>
 
 namespace {
 
@@ -89,6 +90,7 @@ extern "C" {
 
 const char *const_str_iface(int iface) {
   switch (iface) {
+    case 0: return "";
     case -1: return "cdecl";
     case 1: return "lp64";
     case 2: return "ilp64";
@@ -138,15 +140,20 @@ void orb_serv_print_verbose_info(int iface, const char *call_text, double second
 
   orb_serv_print_verbose_header(iface);
 
-  const char *text = call_text ? call_text : "";
+  // The line never outgrows its buffer: a long call text is cut, the
+  // settings after it are always there.
+  static constexpr char kPrefix[] = "ORB_VERBOSE ";
+  const int room = static_cast<int>(kLineBytes - 1 - (sizeof kPrefix - 1) - 1 - std::strlen(settings));
+  char line[kLineBytes] = "";
+  orb_serv_append_format(line, kLineBytes, "%s%.*s %s", kPrefix, room, call_text ? call_text : "", settings);
   const char *file_name = orb_serv_verbose_output_file_mode();
   if (file_name && file_name[0] != '\0') {
     // No lock: each line opens, appends and closes the file by itself.
-    if (append_to_file(file_name, "ORB_VERBOSE %s %s\n", text, settings)) return;
+    if (append_to_file(file_name, "%s%s\n", line, "")) return;
     warn_open_failed();
   }
   orb_serv_lock(&verbose_stdout_lock);
-  orb_serv_printf_stream(0, "ORB_VERBOSE %s %s\n", text, settings);
+  orb_serv_printf_stream(0, "%s\n", line);
   orb_serv_unlock(&verbose_stdout_lock);
 }
 
