@@ -31,10 +31,7 @@ namespace {
                      const T *a, const int *lda, const T *b, const int *ldb, const T *beta, T *c, const int *ldc) { \
     orb_blas_lp64_##p##gemm(ta, tb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);                                  \
   }
-ORB_THREADED_GEMM(s, float)
-ORB_THREADED_GEMM(d, double)
-ORB_THREADED_GEMM(c, ORB_Complex8)
-ORB_THREADED_GEMM(z, ORB_Complex16)
+ORB_FOR_EACH_PRECISION(ORB_THREADED_GEMM)
 #undef ORB_THREADED_GEMM
 
 // One call in the column-major argument order of the standard routine.
@@ -110,14 +107,14 @@ void fortran_gemm(int iface, const char *transa, const char *transb, const I *m,
           info = check(g);
         }
         if (info) {
-          report_fortran(routine_name(Precision<T>::upper, "GEMM", int64).report, info);
+          report_fortran(routine_name(precision<T>::upper, "GEMM", int64).report, info);
           return;
         }
         if (leaves_c_unchanged(g)) return;
         threaded_gemm(transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
       },
       [&](CallText &t) {
-        t.routine(routine_name(Precision<T>::upper, "GEMM", int64).upper)
+        t.routine(routine_name(precision<T>::upper, "GEMM", int64).upper)
             .character(transa)
             .character(transb);
         gemm_operands(t, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
@@ -149,7 +146,7 @@ void cblas_gemm(int layout, int transa, int transb, int m, int n, int k, const T
           if (const int standard = check(g)) info = row ? swap_positions(standard + 1, 8, 10) : standard + 1;
         }
         if (info) {
-          report_cblas(routine_name(Precision<T>::upper, "GEMM", false).cblas, info, row, kGemmRowMajorExchanges);
+          report_cblas(routine_name(precision<T>::upper, "GEMM", false).cblas, info, row, kGemmRowMajorExchanges);
           return;
         }
         if (leaves_c_unchanged(g)) return;
@@ -158,7 +155,7 @@ void cblas_gemm(int layout, int transa, int transb, int m, int n, int k, const T
         threaded_gemm(&g.transa, &g.transb, &mm, &nn, &kk, alpha, g.a, &lda_, g.b, &ldb_, beta, c, &ldc_);
       },
       [&](CallText &t) {
-        t.routine(routine_name(Precision<T>::upper, "GEMM", false).cblas);
+        t.routine(routine_name(precision<T>::upper, "GEMM", false).cblas);
         cblas_layout(t, layout);
         cblas_transpose(t, transa);
         cblas_transpose(t, transb);

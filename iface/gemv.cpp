@@ -32,10 +32,7 @@ namespace {
                      const T *x, const int *incx, const T *beta, T *y, const int *incy) {                             \
     orb_blas_lp64_##p##gemv(trans, m, n, alpha, a, lda, x, incx, beta, y, incy);                                      \
   }
-ORB_THREADED_GEMV(s, float)
-ORB_THREADED_GEMV(d, double)
-ORB_THREADED_GEMV(c, ORB_Complex8)
-ORB_THREADED_GEMV(z, ORB_Complex16)
+ORB_FOR_EACH_PRECISION(ORB_THREADED_GEMV)
 #undef ORB_THREADED_GEMV
 
 // One call in the argument order of the standard routine.
@@ -111,7 +108,7 @@ void conjugated_product(const GemvCall<T> &g) {
     const int m = static_cast<int>(g.m), n = static_cast<int>(nb), lda = static_cast<int>(g.lda), one_step = 1;
     const int incy = static_cast<int>(g.incy);
     threaded_gemv("N", &m, &n, &alpha, g.a + j0 * g.lda, &lda, xc, &one_step, &beta, g.y, &incy);
-    beta = one<T>();
+    beta = precision<T>::one();
   }
   conjugate_in_place(g.y, g.m, g.incy);
   orb_serv_free(heap);
@@ -142,14 +139,14 @@ void fortran_gemv(int iface, const char *trans, const I *m, const I *n, const T 
           info = check(g);
         }
         if (info) {
-          report_fortran(routine_name(Precision<T>::upper, "GEMV", int64).report, info);
+          report_fortran(routine_name(precision<T>::upper, "GEMV", int64).report, info);
           return;
         }
         if (leaves_y_unchanged(g)) return;
         threaded_gemv(trans, m, n, alpha, a, lda, x, incx, beta, y, incy);
       },
       [&](CallText &t) {
-        t.routine(routine_name(Precision<T>::upper, "GEMV", int64).upper)
+        t.routine(routine_name(precision<T>::upper, "GEMV", int64).upper)
             .character(trans);
         gemv_operands(t, m, n, alpha, a, lda, x, incx, beta, y, incy);
       });
@@ -171,7 +168,7 @@ void cblas_gemv(int layout, int trans, int m, int n, const T *alpha, const T *a,
         const char letter = transpose_letter(trans);
         // Row-major flips the transposition; the conjugate transpose becomes
         // the conjugated product above.
-        const bool conjugated = row && letter == 'C' && Precision<T>::complex;
+        const bool conjugated = row && letter == 'C' && precision<T>::is_complex;
         const char ta = !row ? letter : letter == 'N' ? 'T' : 'N';
         int info = !known_layout(layout) ? 1 : !letter ? 2 : !alpha ? 5 : !beta ? 10 : 0;
         GemvCall<T> g = {};
@@ -181,7 +178,7 @@ void cblas_gemv(int layout, int trans, int m, int n, const T *alpha, const T *a,
           if (const int standard = check(g)) info = standard + 1;
         }
         if (info) {
-          report_cblas(routine_name(Precision<T>::upper, "GEMV", false).cblas, info, row, kGemvRowMajorExchanges);
+          report_cblas(routine_name(precision<T>::upper, "GEMV", false).cblas, info, row, kGemvRowMajorExchanges);
           return;
         }
         if (leaves_y_unchanged(g)) return;
@@ -193,7 +190,7 @@ void cblas_gemv(int layout, int trans, int m, int n, const T *alpha, const T *a,
         threaded_gemv(&g.trans, &mm, &nn, alpha, a, &lda, x, &incx, beta, y, &incy);
       },
       [&](CallText &t) {
-        t.routine(routine_name(Precision<T>::upper, "GEMV", false).cblas);
+        t.routine(routine_name(precision<T>::upper, "GEMV", false).cblas);
         cblas_layout(t, layout);
         cblas_transpose(t, trans);
         gemv_operands(t, m, n, alpha, a, lda, x, incx, beta, y, incy);

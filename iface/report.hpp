@@ -81,7 +81,7 @@ class CallText {
   template <class T>
   CallText &scalar(const T *v) {
     if (!v) return word("NULL");
-    if (Precision<T>::complex) return complex_value(real_part(*v), imag_part(*v));
+    if (precision<T>::is_complex) return complex_value(real_part(*v), imag_part(*v));
     return real_value(real_part(*v));
   }
   const char *text();  //!< closes the argument list

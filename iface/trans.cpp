@@ -8,6 +8,7 @@
 #include <orb/orb_trans.h>
 
 #include <cstring>
+#include "precision.hpp"
 
 namespace {
 
@@ -17,8 +18,7 @@ struct Trans;
 
 #define ORB_TRANS_ROUTINES(p, T)                                                            \
   template <>                                                                               \
-  struct Trans<T> {                                                                         \
-    static constexpr char letter = #p[0];                                                   \
+  struct Trans<T> : ::orb::precision<T> {                                                   \
     static constexpr auto omatcopy = &orb_trans_orb_##p##omatcopy;                          \
     static constexpr auto imatcopy = &orb_trans_orb_##p##imatcopy;                          \
     static constexpr auto imatcopy_square_t = &orb_trans_orb_##p##imatcopy_square_t_par;    \
@@ -30,10 +30,7 @@ struct Trans;
     static constexpr auto omatcopy_group = &orb_trans_orb_##p##omatcopy_batch_par;          \
     static constexpr auto imatcopy_group = &orb_trans_orb_##p##imatcopy_batch_par;          \
   };
-ORB_TRANS_ROUTINES(s, float)
-ORB_TRANS_ROUTINES(d, double)
-ORB_TRANS_ROUTINES(c, ORB_Complex8)
-ORB_TRANS_ROUTINES(z, ORB_Complex16)
+ORB_FOR_EACH_PRECISION(ORB_TRANS_ROUTINES)
 #undef ORB_TRANS_ROUTINES
 
 // The group batches hand the threading layer 64-bit size arrays.
@@ -83,7 +80,7 @@ void imatcopy(char ordering, char trans, ORB_INT rows, ORB_INT cols, T alpha, T 
 template <class T>
 void omatcopy_batch_strided(char ordering, char trans, ORB_INT rows, ORB_INT cols, T alpha, const T *A, ORB_INT lda,
                             ORB_INT stridea, T *B, ORB_INT ldb, ORB_INT strideb, ORB_INT batch_size) {
-  BatchCheck check(Trans<T>::letter, "omatcopy_batch_strided");
+  BatchCheck check(Trans<T>::lower, "omatcopy_batch_strided");
   check.require(batch_size >= 0, 12);
   if (check.passed())
     Trans<T>::omatcopy_strided(ordering, trans, rows, cols, alpha, A, lda, stridea, B, ldb, strideb, batch_size);
@@ -94,7 +91,7 @@ void omatcopy_batch_strided(char ordering, char trans, ORB_INT rows, ORB_INT col
 template <class T>
 void imatcopy_batch_strided(char ordering, char trans, ORB_INT rows, ORB_INT cols, T alpha, T *AB, ORB_INT lda,
                             ORB_INT ldb, ORB_INT stride, ORB_INT batch_size) {
-  BatchCheck check(Trans<T>::letter, "imatcopy_batch_strided");
+  BatchCheck check(Trans<T>::lower, "imatcopy_batch_strided");
   check.require(batch_size >= 0, 10);
   if (check.passed()) Trans<T>::imatcopy_strided(ordering, trans, rows, cols, alpha, AB, lda, ldb, stride, batch_size);
 }
@@ -106,7 +103,7 @@ template <class T>
 void omatadd_batch_strided(char ordering, char transa, char transb, ORB_INT rows, ORB_INT cols, T alpha, const T *A,
                            ORB_INT lda, ORB_INT stridea, T beta, const T *B, ORB_INT ldb, ORB_INT strideb, T *C,
                            ORB_INT ldc, ORB_INT stridec, ORB_INT batch_size) {
-  BatchCheck check(Trans<T>::letter, "omatadd_batch_strided");
+  BatchCheck check(Trans<T>::lower, "omatadd_batch_strided");
   check.require(batch_size >= 0, 17);
   if (check.passed())
     Trans<T>::omatadd_strided(ordering, transa, transb, rows, cols, A, lda, stridea, B, ldb, strideb, C, ldc,
@@ -127,7 +124,7 @@ template <class T>
 void omatcopy_batch(char ordering, const char *trans, const ORB_INT *rows, const ORB_INT *cols, const T *alpha,
                     const T *const *A, const ORB_INT *lda, T *const *B, const ORB_INT *ldb, ORB_INT group_count,
                     const ORB_INT *group_size) {
-  BatchCheck check(Trans<T>::letter, "omatcopy_batch");
+  BatchCheck check(Trans<T>::lower, "omatcopy_batch");
   const bool any = group_count > 0;
   const void *arrays[] = {trans, rows, cols, alpha, A, lda, B, ldb};
   for (int k = 0; k < 8; ++k) check.require(!any || arrays[k], 2 + k);
@@ -144,7 +141,7 @@ template <class T>
 void imatcopy_batch(char ordering, const char *trans, const ORB_INT *rows, const ORB_INT *cols, const T *alpha,
                     T *const *AB, const ORB_INT *lda, const ORB_INT *ldb, ORB_INT group_count,
                     const ORB_INT *group_size) {
-  BatchCheck check(Trans<T>::letter, "imatcopy_batch");
+  BatchCheck check(Trans<T>::lower, "imatcopy_batch");
   const bool any = group_count > 0;
   const void *arrays[] = {trans, rows, cols, alpha, AB, lda, ldb};
   for (int k = 0; k < 7; ++k) check.require(!any || arrays[k], 2 + k);
@@ -205,7 +202,4 @@ void imatcopy_batch(char ordering, const char *trans, const ORB_INT *rows, const
     imatcopy_batch<T>(ordering, trans_array, rows_array, cols_array, alpha_array, AB_array, lda_array, ldb_array, \
                       group_count, group_size_array);                                                             \
   }
-ORB_TRANS_USER_ENTRIES(s, float)
-ORB_TRANS_USER_ENTRIES(d, double)
-ORB_TRANS_USER_ENTRIES(c, ORB_Complex8)
-ORB_TRANS_USER_ENTRIES(z, ORB_Complex16)
+ORB_FOR_EACH_PRECISION(ORB_TRANS_USER_ENTRIES)

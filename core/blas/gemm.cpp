@@ -26,7 +26,7 @@ void xgemm(const char *transa, const char *transb, const ORB_INT *m, const ORB_I
            const ORB_INT *ldc) {
   const int info = orb_blas_check_gemm(transa, transb, m, n, k, alpha, lda, ldb, beta, ldc);
   if (info != 0) {
-    report_xerbla(kernel_traits<T>::gemm_name, info);
+    report_xerbla(kernel_traits<T>::gemm_name.c_str(), info);
     return;
   }
   if (*m == 0 || *n == 0) return;
@@ -52,7 +52,4 @@ void xgemm(const char *transa, const char *transb, const ORB_INT *m, const ORB_I
     orb::core::xgemm<T>(transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);                  \
   }
 
-ORB_XGEMM(s, float)
-ORB_XGEMM(d, double)
-ORB_XGEMM(c, ORB_Complex8)
-ORB_XGEMM(z, ORB_Complex16)
+ORB_FOR_EACH_PRECISION(ORB_XGEMM)

@@ -20,7 +20,7 @@ void xgemv(const char *trans, const ORB_INT *m, const ORB_INT *n, const T *alpha
            const T *x, const ORB_INT *incx, const T *beta, T *y, const ORB_INT *incy) {
   const int info = orb_blas_check_gemv(trans, m, n, alpha, lda, incx, beta, incy);
   if (info != 0) {
-    report_xerbla(kernel_traits<T>::gemv_name, info);
+    report_xerbla(kernel_traits<T>::gemv_name.c_str(), info);
     return;
   }
   if (*m == 0 || *n == 0) return;
@@ -42,7 +42,4 @@ void xgemv(const char *trans, const ORB_INT *m, const ORB_INT *n, const T *alpha
     orb::core::xgemv<T>(trans, m, n, alpha, a, lda, x, incx, beta, y, incy);                               \
   }
 
-ORB_XGEMV(s, float)
-ORB_XGEMV(d, double)
-ORB_XGEMV(c, ORB_Complex8)
-ORB_XGEMV(z, ORB_Complex16)
+ORB_FOR_EACH_PRECISION(ORB_XGEMV)

@@ -1,46 +1,24 @@
-// What the dense kernels need to know about one precision: its routine names
-// for reports, how to recognise 0 and 1, and its provider routines.
+// The provider's routines of one precision, beside what every layer knows of
+// it (precision.hpp): the dense kernels are templates over these types.
 #pragma once
 
 #include "blas/provider.hpp"
-#include "scalar.hpp"
+#include "precision.hpp"
 
 namespace orb::core {
-
 
 template <class T>
 struct kernel_traits;
 
-template <>
-struct kernel_traits<float> {
-  static constexpr const char *gemm_name = "SGEMM";
-  static constexpr const char *gemv_name = "SGEMV";
-  static provider_gemm_fn<float> gemm() { return provider().sgemm; }
-  static provider_gemv_fn<float> gemv() { return provider().sgemv; }
-};
-
-template <>
-struct kernel_traits<double> {
-  static constexpr const char *gemm_name = "DGEMM";
-  static constexpr const char *gemv_name = "DGEMV";
-  static provider_gemm_fn<double> gemm() { return provider().dgemm; }
-  static provider_gemv_fn<double> gemv() { return provider().dgemv; }
-};
-
-template <>
-struct kernel_traits<ORB_Complex8> {
-  static constexpr const char *gemm_name = "CGEMM";
-  static constexpr const char *gemv_name = "CGEMV";
-  static provider_gemm_fn<ORB_Complex8> gemm() { return provider().cgemm; }
-  static provider_gemv_fn<ORB_Complex8> gemv() { return provider().cgemv; }
-};
-
-template <>
-struct kernel_traits<ORB_Complex16> {
-  static constexpr const char *gemm_name = "ZGEMM";
-  static constexpr const char *gemv_name = "ZGEMV";
-  static provider_gemm_fn<ORB_Complex16> gemm() { return provider().zgemm; }
-  static provider_gemv_fn<ORB_Complex16> gemv() { return provider().zgemv; }
-};
+#define ORB_KERNEL_TRAITS(p, T)                                                 \
+  template <>                                                                   \
+  struct kernel_traits<T> : ::orb::precision<T> {                               \
+    static constexpr auto gemm_name = routine("GEMM");                          \
+    static constexpr auto gemv_name = routine("GEMV");                          \
+    static provider_gemm_fn<T> gemm() { return provider().p##gemm; }            \
+    static provider_gemv_fn<T> gemv() { return provider().p##gemv; }            \
+  };
+ORB_FOR_EACH_PRECISION(ORB_KERNEL_TRAITS)
+#undef ORB_KERNEL_TRAITS
 
 }  // namespace orb::core

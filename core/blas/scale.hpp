@@ -7,7 +7,7 @@
 // and turns 0 * NaN into NaN in C.
 #pragma once
 
-#include "scalar.hpp"
+#include "precision.hpp"
 
 #include <orb/orb_types.h>
 

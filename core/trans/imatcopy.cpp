@@ -8,9 +8,9 @@
 // read: the result is built in a scratch copy first and copied back.  The
 // scratch is taken before anything is written, so a caller whose request
 // cannot be met (info 1000) keeps its matrix as it was.
-#include "trans/trans_kernel.hpp"
+#include "trans/element_loops.hpp"
 #include "trans/trans_layout.hpp"
-#include "trans/trans_scalar.hpp"
+#include "precision.hpp"
 
 #include <orb/orb_service.h>
 #include <orb/orb_trans.h>
@@ -28,8 +28,8 @@ constexpr int kScratchAlignment = 64;
 //! a(i, j) <-> a(j, i) scaled by alpha, conjugated when conj, for an n x n
 //! matrix, tile by tile above the diagonal, then the diagonal itself.
 template <class S>
-void transpose_square(ORB_INT n, typename S::type alpha, bool conj, typename S::type *a, View v) {
-  using T = typename S::type;
+void transpose_square(ORB_INT n, typename S::value_type alpha, bool conj, typename S::value_type *a, View v) {
+  using T = typename S::value_type;
   with_conj<S>(conj, [&](auto c) {
     auto f = [&](T x) { return S::mul(alpha, decltype(c)::value ? S::conj(x) : x); };
     for (ORB_INT i0 = 0; i0 < n; i0 += kTile) {
@@ -62,9 +62,9 @@ int64_t scratch_bytes(ORB_INT rows, ORB_INT cols) {
 //! Positions: 1 ordering, 2 trans, 3 rows, 4 cols, 5 alpha, 6 AB, 7 lda,
 //! 8 ldb; 1000 when the scratch of a reshaping copy cannot be had.
 template <class S>
-int imatcopy(char ordering, char trans, ORB_INT rows, ORB_INT cols, typename S::type alpha, typename S::type *AB,
+int imatcopy(char ordering, char trans, ORB_INT rows, ORB_INT cols, typename S::value_type alpha, typename S::value_type *AB,
              ORB_INT lda, ORB_INT ldb) {
-  using T = typename S::type;
+  using T = typename S::value_type;
   ArgCheck check;
   const CopyHead h = check_copy_head(check, ordering, trans, rows, cols);
   check.require(h.empty || AB, 6);
@@ -99,9 +99,9 @@ int imatcopy(char ordering, char trans, ORB_INT rows, ORB_INT cols, typename S::
 
 }  // namespace orb::core::trans
 
-#define ORB_IMATCOPY_ENTRY(p, S)                                                                               \
+#define ORB_IMATCOPY_ENTRY(p, T)                                                                               \
   extern "C" int orb_trans_orb_##p##imatcopy(char ordering, char trans, ORB_INT rows, ORB_INT cols,            \
-                                             S::type alpha, S::type *AB, ORB_INT lda, ORB_INT ldb) {            \
-    return ::orb::core::trans::imatcopy<S>(ordering, trans, rows, cols, alpha, AB, lda, ldb);                   \
+                                             T alpha, T *AB, ORB_INT lda, ORB_INT ldb) {            \
+    return ::orb::core::trans::imatcopy<::orb::precision<T>>(ordering, trans, rows, cols, alpha, AB, lda, ldb);                   \
   }
-ORB_TRANS_FOR_EACH_PRECISION(ORB_IMATCOPY_ENTRY)
+ORB_FOR_EACH_PRECISION(ORB_IMATCOPY_ENTRY)

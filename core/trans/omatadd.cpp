@@ -4,9 +4,9 @@
 // The routine is exported twice, as orb_trans_orb_?omatadd and as
 // orb_trans_orb_?omatadd_seq: callers that loop over batches name the first,
 // the threading layer's single-matrix entry the second.
-#include "trans/trans_kernel.hpp"
+#include "trans/element_loops.hpp"
 #include "trans/trans_layout.hpp"
-#include "trans/trans_scalar.hpp"
+#include "precision.hpp"
 
 #include <orb/orb_trans.h>
 
@@ -17,9 +17,9 @@ namespace {
 //! Positions: 1 ordering, 2 transa, 3 transb, 4 rows, 5 cols, 6 alpha, 7 A,
 //! 8 lda, 9 beta, 10 B, 11 ldb, 12 C, 13 ldc.
 template <class S>
-int omatadd(char ordering, char transa, char transb, ORB_INT rows, ORB_INT cols, typename S::type alpha,
-            const typename S::type *A, ORB_INT lda, typename S::type beta, const typename S::type *B, ORB_INT ldb,
-            typename S::type *C, ORB_INT ldc) {
+int omatadd(char ordering, char transa, char transb, ORB_INT rows, ORB_INT cols, typename S::value_type alpha,
+            const typename S::value_type *A, ORB_INT lda, typename S::value_type beta, const typename S::value_type *B, ORB_INT ldb,
+            typename S::value_type *C, ORB_INT ldc) {
   bool row_major = false;
   Op opa, opb;
   ArgCheck check;
@@ -47,14 +47,14 @@ int omatadd(char ordering, char transa, char transb, ORB_INT rows, ORB_INT cols,
 
 }  // namespace orb::core::trans
 
-#define ORB_OMATADD_ENTRY(name, S)                                                                             \
-  extern "C" int name(char ordering, char transa, char transb, ORB_INT rows, ORB_INT cols, S::type alpha,       \
-                      const S::type *A, ORB_INT lda, S::type beta, const S::type *B, ORB_INT ldb, S::type *C,   \
+#define ORB_OMATADD_ENTRY(name, T)                                                                             \
+  extern "C" int name(char ordering, char transa, char transb, ORB_INT rows, ORB_INT cols, T alpha,       \
+                      const T *A, ORB_INT lda, T beta, const T *B, ORB_INT ldb, T *C,   \
                       ORB_INT ldc) {                                                                            \
-    return ::orb::core::trans::omatadd<S>(ordering, transa, transb, rows, cols, alpha, A, lda, beta, B, ldb, C, \
+    return ::orb::core::trans::omatadd<::orb::precision<T>>(ordering, transa, transb, rows, cols, alpha, A, lda, beta, B, ldb, C, \
                                           ldc);                                                                 \
   }
-#define ORB_OMATADD_ENTRIES(p, S)                  \
-  ORB_OMATADD_ENTRY(orb_trans_orb_##p##omatadd, S) \
-  ORB_OMATADD_ENTRY(orb_trans_orb_##p##omatadd_seq, S)
-ORB_TRANS_FOR_EACH_PRECISION(ORB_OMATADD_ENTRIES)
+#define ORB_OMATADD_ENTRIES(p, T)                  \
+  ORB_OMATADD_ENTRY(orb_trans_orb_##p##omatadd, T) \
+  ORB_OMATADD_ENTRY(orb_trans_orb_##p##omatadd_seq, T)
+ORB_FOR_EACH_PRECISION(ORB_OMATADD_ENTRIES)

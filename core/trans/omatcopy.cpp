@@ -4,9 +4,9 @@
 // Arguments are checked in the order of the argument list and the first
 // illegal one is reported by its position; B is written only after every
 // check has passed.
-#include "trans/trans_kernel.hpp"
+#include "trans/element_loops.hpp"
 #include "trans/trans_layout.hpp"
-#include "trans/trans_scalar.hpp"
+#include "precision.hpp"
 
 #include <orb/orb_trans.h>
 
@@ -19,8 +19,8 @@ namespace {
 //! Positions: 1 ordering, 2 trans, 3 rows, 4 cols, 5 alpha, 6 A, 7 lda,
 //! 8 stridea, 9 B, 10 ldb, 11 strideb.
 template <class S>
-int omatcopy2(char ordering, char trans, ORB_INT rows, ORB_INT cols, typename S::type alpha,
-              const typename S::type *A, ORB_INT lda, ORB_INT stridea, typename S::type *B, ORB_INT ldb,
+int omatcopy2(char ordering, char trans, ORB_INT rows, ORB_INT cols, typename S::value_type alpha,
+              const typename S::value_type *A, ORB_INT lda, ORB_INT stridea, typename S::value_type *B, ORB_INT ldb,
               ORB_INT strideb) {
   ArgCheck check;
   const CopyHead h = check_copy_head(check, ordering, trans, rows, cols);
@@ -39,8 +39,8 @@ int omatcopy2(char ordering, char trans, ORB_INT rows, ORB_INT cols, typename S:
 
 //! Positions: 1 ordering, 2 trans, 3 rows, 4 cols, 5 alpha, 6 A, 7 lda, 8 B, 9 ldb.
 template <class S>
-int omatcopy(char ordering, char trans, ORB_INT rows, ORB_INT cols, typename S::type alpha,
-             const typename S::type *A, ORB_INT lda, typename S::type *B, ORB_INT ldb) {
+int omatcopy(char ordering, char trans, ORB_INT rows, ORB_INT cols, typename S::value_type alpha,
+             const typename S::value_type *A, ORB_INT lda, typename S::value_type *B, ORB_INT ldb) {
   ArgCheck check;
   const CopyHead h = check_copy_head(check, ordering, trans, rows, cols);
   check.require(h.empty || A, 6);
@@ -58,16 +58,16 @@ int omatcopy(char ordering, char trans, ORB_INT rows, ORB_INT cols, typename S::
 
 }  // namespace orb::core::trans
 
-#define ORB_OMATCOPY_ENTRIES(p, S)                                                                              \
+#define ORB_OMATCOPY_ENTRIES(p, T)                                                                              \
   extern "C" int orb_trans_orb_##p##omatcopy(char ordering, char trans, ORB_INT rows, ORB_INT cols,             \
-                                             S::type alpha, const S::type *A, ORB_INT lda, S::type *B,           \
+                                             T alpha, const T *A, ORB_INT lda, T *B,           \
                                              ORB_INT ldb) {                                                      \
-    return ::orb::core::trans::omatcopy<S>(ordering, trans, rows, cols, alpha, A, lda, B, ldb);                  \
+    return ::orb::core::trans::omatcopy<::orb::precision<T>>(ordering, trans, rows, cols, alpha, A, lda, B, ldb);                  \
   }                                                                                                              \
   extern "C" int orb_trans_orb_##p##omatcopy2_seq(char ordering, char trans, ORB_INT rows, ORB_INT cols,        \
-                                                  S::type alpha, const S::type *A, ORB_INT lda, ORB_INT stridea, \
-                                                  S::type *B, ORB_INT ldb, ORB_INT strideb) {                    \
-    return ::orb::core::trans::omatcopy2<S>(ordering, trans, rows, cols, alpha, A, lda, stridea, B, ldb,         \
+                                                  T alpha, const T *A, ORB_INT lda, ORB_INT stridea, \
+                                                  T *B, ORB_INT ldb, ORB_INT strideb) {                    \
+    return ::orb::core::trans::omatcopy2<::orb::precision<T>>(ordering, trans, rows, cols, alpha, A, lda, stridea, B, ldb,         \
                                             strideb);                                                            \
   }
-ORB_TRANS_FOR_EACH_PRECISION(ORB_OMATCOPY_ENTRIES)
+ORB_FOR_EACH_PRECISION(ORB_OMATCOPY_ENTRIES)

@@ -12,6 +12,8 @@
 
 #include <orb/orb_types.h>
 
+#include <cstddef>
+
 namespace orb::core::trans {
 
 //! Storage order from 'R' / 'C' (either case); false for any other character.
@@ -95,25 +97,10 @@ inline CopyHead check_copy_head(ArgCheck &check, char ordering, char trans, ORB_
   return h;
 }
 
-//! The upper-case routine name of one precision, e.g. "DOMATCOPY2".
-class RoutineName {
- public:
-  RoutineName(char letter, const char *family) {
-    int k = 0;
-    text_[k++] = letter;
-    while (*family && k < static_cast<int>(sizeof text_) - 1) text_[k++] = *family++;
-    text_[k] = '\0';
-  }
-  const char *c_str() const { return text_; }
-
- private:
-  char text_[16];
-};
-
 //! Reports `info` for routine `family` of precision S and returns it.
-template <class S>
-int report(const char *family, int info) {
-  report_xerbla(RoutineName(S::letter, family).c_str(), info);
+template <class S, size_t N>
+int report(const char (&family)[N], int info) {
+  report_xerbla(S::routine(family).c_str(), info);
   return info;
 }
 

@@ -25,7 +25,7 @@
 #include "blas/blas_args.hpp"
 #include "blas/gemm_grid.hpp"
 #include "blas/gemm_split_k.hpp"
-#include "blas/precision.hpp"
+#include "blas/blas_precision.hpp"
 
 #include <orb/orb_blas.h>
 #include <orb/orb_service.h>
@@ -126,7 +126,4 @@ void gemm_lp64(const char *transa, const char *transb, const int *m, const int *
                                                       beta, c, ldc);                                  \
   }
 
-ORB_GEMM_ENTRIES(s, float)
-ORB_GEMM_ENTRIES(d, double)
-ORB_GEMM_ENTRIES(c, ORB_Complex8)
-ORB_GEMM_ENTRIES(z, ORB_Complex16)
+ORB_FOR_EACH_PRECISION(ORB_GEMM_ENTRIES)

@@ -41,7 +41,7 @@
 // 400 x 400 x 400 (2x1) and 1.8-1.9x at 1000 x 300 x 300 (1x2).  Larger grids
 // are untimed: the machine had two cores.
 #include "blas/gemm_grid.hpp"
-#include "blas/precision.hpp"
+#include "blas/blas_precision.hpp"
 
 #include <algorithm>
 
@@ -110,7 +110,7 @@ int64_t internal_thread(int64_t ithr, int64_t nthr, blas_args_t *args) {
   return 0;
 }
 
-#define ORB_INSTANTIATE(T) template int64_t internal_thread<blas_precision<T>>(int64_t, int64_t, blas_args_t *);
+#define ORB_INSTANTIATE(p, T) template int64_t internal_thread<blas_precision<T>>(int64_t, int64_t, blas_args_t *);
 ORB_FOR_EACH_PRECISION(ORB_INSTANTIATE)
 #undef ORB_INSTANTIATE
 

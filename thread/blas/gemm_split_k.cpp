@@ -42,7 +42,7 @@
 // with more cores, where the split has more pieces than the cut has tiles.
 #include "blas/gemm_split_k.hpp"
 
-#include "blas/precision.hpp"
+#include "blas/blas_precision.hpp"
 #include "runtime/loop.hpp"
 
 #include <orb/orb_service.h>
@@ -85,7 +85,7 @@ bool gemm_split_k(blas_args_t &args, ORB_INT budget) {
   args.part_ld = args.m;
   args.part_size = args.m * args.n;
   void *scratch = orb_serv_allocate((pieces - 1) * args.part_size * static_cast<ORB_INT>(sizeof(T)), 2048);
-  if (orb_serv_check_ptr_and_warn(scratch, P::gemm_name) != 0) return false;
+  if (orb_serv_check_ptr_and_warn(scratch, P::gemm_name.c_str()) != 0) return false;
   args.scratch = scratch;
   const rt::Affinity affinity;  // without a record both phases run without affinity
   orb_blas_invoke_thin_thread(pieces, tsq_gemm_block_by_k<P>, &args, affinity.get());
@@ -157,7 +157,7 @@ int64_t tsq_gemm_sum_c(int64_t ithr, int64_t nthr, blas_args_t *args) {
   return 0;
 }
 
-#define ORB_INSTANTIATE(T)                                                                          \
+#define ORB_INSTANTIATE(p, T)                                                                          \
   template bool gemm_split_k_applies<blas_precision<T>>(const blas_args_t &, ORB_INT, bool);       \
   template bool gemm_split_k<blas_precision<T>>(blas_args_t &, ORB_INT);                           \
   template int64_t tsq_gemm_block_by_k<blas_precision<T>>(int64_t, int64_t, blas_args_t *);        \

@@ -33,7 +33,7 @@
 // The argument record carries trans in transa, x in b with its increment in
 // ldb, and y in c with its increment in ldc.
 #include "blas/blas_args.hpp"
-#include "blas/precision.hpp"
+#include "blas/blas_precision.hpp"
 
 #include <orb/orb_blas.h>
 #include <orb/orb_service.h>
@@ -142,7 +142,4 @@ void gemv_lp64(const char *trans, const int *m, const int *n, const typename P::
     orb::thr::gemv_lp64<orb::thr::blas_precision<T>>(trans, m, n, alpha, a, lda, x, incx, beta, y, incy); \
   }
 
-ORB_GEMV_ENTRIES(s, float)
-ORB_GEMV_ENTRIES(d, double)
-ORB_GEMV_ENTRIES(c, ORB_Complex8)
-ORB_GEMV_ENTRIES(z, ORB_Complex16)
+ORB_FOR_EACH_PRECISION(ORB_GEMV_ENTRIES)

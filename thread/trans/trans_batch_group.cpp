@@ -6,7 +6,7 @@
 // (width code 1: int32_t; 0 or 2: int64_t).  The matrix pointer arrays hold
 // one entry per matrix and run on across groups: with group sizes {2, 3},
 // group 0 takes entries 0 and 1, group 1 entries 2, 3 and 4.
-#include "trans/trans_kernels.hpp"
+#include "trans/trans_precision.hpp"
 
 #include <orb/orb_trans.h>
 
@@ -61,7 +61,7 @@ void omatcopy_batch(char ordering, const char *trans, const void *rows, const vo
                     const ORB_INT *group_size, int width) {
   if (group_count <= 0 || !arrays_present(trans, rows, cols, alpha, A, lda, B, ldb, group_size, width)) return;
   walk_groups(rows, cols, lda, ldb, group_count, group_size, width, [&](ORB_INT m, ORB_INT g, const GroupSizes &s) {
-    TransKernels<T>::omatcopy(ordering, trans[g], s.rows, s.cols, alpha[g], A[m], s.lda, B[m], s.ldb);
+    trans_precision<T>::omatcopy(ordering, trans[g], s.rows, s.cols, alpha[g], A[m], s.lda, B[m], s.ldb);
   });
 }
 
@@ -71,7 +71,7 @@ void imatcopy_batch(char ordering, const char *trans, const void *rows, const vo
                     int width) {
   if (group_count <= 0 || !arrays_present(trans, rows, cols, alpha, AB, lda, AB, ldb, group_size, width)) return;
   walk_groups(rows, cols, lda, ldb, group_count, group_size, width, [&](ORB_INT m, ORB_INT g, const GroupSizes &s) {
-    TransKernels<T>::imatcopy(ordering, trans[g], s.rows, s.cols, alpha[g], AB[m], s.lda, s.ldb);
+    trans_precision<T>::imatcopy(ordering, trans[g], s.rows, s.cols, alpha[g], AB[m], s.lda, s.ldb);
   });
 }
 
@@ -94,4 +94,4 @@ void imatcopy_batch(char ordering, const char *trans, const void *rows, const vo
     orb::thr::imatcopy_batch<T>(ordering, trans_array, rows_array, cols_array, alpha_array, AB_array, lda_array, \
                                 ldb_array, group_count, group_size_array, width);                                \
   }
-ORB_TRANS_FOR_EACH_TYPE(ORB_TRANS_BATCH_GROUP_PAR)
+ORB_FOR_EACH_PRECISION(ORB_TRANS_BATCH_GROUP_PAR)

@@ -2,7 +2,7 @@
 // first.  The matrices are independent, but each is a copy bound by memory
 // traffic, so this layer runs them one after another, in order, through the
 // core's single-matrix routine, which checks and reports each on its own.
-#include "trans/trans_kernels.hpp"
+#include "trans/trans_precision.hpp"
 
 #include <orb/orb_trans.h>
 
@@ -21,14 +21,14 @@ template <class T>
 void omatcopy_batch_strided(char ordering, char trans, ORB_INT rows, ORB_INT cols, T alpha, const T *A,
                             ORB_INT lda, ORB_INT stridea, T *B, ORB_INT ldb, ORB_INT strideb, ORB_INT batch_size) {
   for (ORB_INT i = 0; i < batch_size; ++i)
-    TransKernels<T>::omatcopy(ordering, trans, rows, cols, alpha, nth(A, i, stridea), lda, nth(B, i, strideb), ldb);
+    trans_precision<T>::omatcopy(ordering, trans, rows, cols, alpha, nth(A, i, stridea), lda, nth(B, i, strideb), ldb);
 }
 
 template <class T>
 void imatcopy_batch_strided(char ordering, char trans, ORB_INT rows, ORB_INT cols, T alpha, T *AB, ORB_INT lda,
                             ORB_INT ldb, ORB_INT stride, ORB_INT batch_size) {
   for (ORB_INT i = 0; i < batch_size; ++i)
-    TransKernels<T>::imatcopy(ordering, trans, rows, cols, alpha, nth(AB, i, stride), lda, ldb);
+    trans_precision<T>::imatcopy(ordering, trans, rows, cols, alpha, nth(AB, i, stride), lda, ldb);
 }
 
 template <class T>
@@ -36,7 +36,7 @@ void omatadd_batch_strided(char ordering, char transa, char transb, ORB_INT rows
                            ORB_INT lda, ORB_INT stridea, const T *B, ORB_INT ldb, ORB_INT strideb, T *C, ORB_INT ldc,
                            ORB_INT stridec, ORB_INT batch_size, T alpha, T beta) {
   for (ORB_INT i = 0; i < batch_size; ++i)
-    TransKernels<T>::omatadd(ordering, transa, transb, rows, cols, alpha, nth(A, i, stridea), lda, beta,
+    trans_precision<T>::omatadd(ordering, transa, transb, rows, cols, alpha, nth(A, i, stridea), lda, beta,
                              nth(B, i, strideb), ldb, nth(C, i, stridec), ldc);
 }
 
@@ -63,4 +63,4 @@ void omatadd_batch_strided(char ordering, char transa, char transb, ORB_INT rows
     orb::thr::omatadd_batch_strided<T>(ordering, transa, transb, rows, cols, A, lda, stridea, B, ldb, strideb, C,  \
                                        ldc, stridec, batch_size, alpha, beta);                                     \
   }
-ORB_TRANS_FOR_EACH_TYPE(ORB_TRANS_BATCH_STRIDED_PAR)
+ORB_FOR_EACH_PRECISION(ORB_TRANS_BATCH_STRIDED_PAR)

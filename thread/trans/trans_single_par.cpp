@@ -1,7 +1,7 @@
 // Threaded entries for one matrix.  Copies and additions are bound by memory
 // traffic and this layer runs them sequentially: each entry hands its
 // arguments to the core's routine and returns its result.
-#include "trans/trans_kernels.hpp"
+#include "trans/trans_precision.hpp"
 
 #include <orb/orb_trans.h>
 
@@ -12,13 +12,13 @@ namespace {
 template <class T>
 int omatcopy2_par(char ordering, char trans, ORB_INT rows, ORB_INT cols, T alpha, const T *A, ORB_INT lda,
                   ORB_INT stridea, T *B, ORB_INT ldb, ORB_INT strideb) {
-  return TransKernels<T>::omatcopy2(ordering, trans, rows, cols, alpha, A, lda, stridea, B, ldb, strideb);
+  return trans_precision<T>::omatcopy2(ordering, trans, rows, cols, alpha, A, lda, stridea, B, ldb, strideb);
 }
 
 template <class T>
 int omatadd_par(char ordering, char transa, char transb, ORB_INT rows, ORB_INT cols, T alpha, const T *A,
                 ORB_INT lda, T beta, const T *B, ORB_INT ldb, T *C, ORB_INT ldc) {
-  return TransKernels<T>::omatadd_seq(ordering, transa, transb, rows, cols, alpha, A, lda, beta, B, ldb, C, ldc);
+  return trans_precision<T>::omatadd_seq(ordering, transa, transb, rows, cols, alpha, A, lda, beta, B, ldb, C, ldc);
 }
 
 }  // namespace
@@ -42,4 +42,4 @@ int omatadd_par(char ordering, char transa, char transb, ORB_INT rows, ORB_INT c
                                                 const T *B, ORB_INT ldb, T *C, ORB_INT ldc) {                    \
     return orb::thr::omatadd_par<T>(ordering, transa, transb, rows, cols, alpha, A, lda, beta, B, ldb, C, ldc);  \
   }
-ORB_TRANS_FOR_EACH_TYPE(ORB_TRANS_SINGLE_PAR)
+ORB_FOR_EACH_PRECISION(ORB_TRANS_SINGLE_PAR)

@@ -48,9 +48,9 @@ void with_conj(bool conj, F &&f) {
 //! b(i, j) = alpha * f(a(i, j)) over an m x n result, f conjugating when conj;
 //! a is not read when alpha is zero.
 template <class S>
-void scale_copy(ORB_INT m, ORB_INT n, typename S::type alpha, bool conj, const typename S::type *a, View av,
-                typename S::type *b, View bv) {
-  using T = typename S::type;
+void scale_copy(ORB_INT m, ORB_INT n, typename S::value_type alpha, bool conj, const typename S::value_type *a, View av,
+                typename S::value_type *b, View bv) {
+  using T = typename S::value_type;
   const bool rows_inner = bv.rs <= bv.cs;
   if (S::is_zero(alpha)) {
     for_each_tiled(m, n, rows_inner, [&](ORB_INT i, ORB_INT j) { b[i * bv.rs + j * bv.cs] = S::zero(); });
@@ -70,7 +70,7 @@ void scale_copy(ORB_INT m, ORB_INT n, typename S::type alpha, bool conj, const t
 
 //! b(i, j) = a(i, j) over an m x n result, bit for bit.
 template <class S>
-void plain_copy(ORB_INT m, ORB_INT n, const typename S::type *a, View av, typename S::type *b, View bv) {
+void plain_copy(ORB_INT m, ORB_INT n, const typename S::value_type *a, View av, typename S::value_type *b, View bv) {
   for_each_tiled(m, n, bv.rs <= bv.cs, [&](ORB_INT i, ORB_INT j) { b[i * bv.rs + j * bv.cs] = a[i * av.rs + j * av.cs]; });
 }
 
@@ -78,10 +78,10 @@ void plain_copy(ORB_INT m, ORB_INT n, const typename S::type *a, View av, typena
 //! is zero is not read.  Both operands of an element are read before it is
 //! written, so c may be an operand that shares its view.
 template <class S>
-void scale_add(ORB_INT m, ORB_INT n, typename S::type alpha, bool conja, const typename S::type *a, View av,
-               typename S::type beta, bool conjb, const typename S::type *b, View bv, typename S::type *c,
+void scale_add(ORB_INT m, ORB_INT n, typename S::value_type alpha, bool conja, const typename S::value_type *a, View av,
+               typename S::value_type beta, bool conjb, const typename S::value_type *b, View bv, typename S::value_type *c,
                View cv) {
-  using T = typename S::type;
+  using T = typename S::value_type;
   if (S::is_zero(beta)) return scale_copy<S>(m, n, alpha, conja, a, av, c, cv);
   if (S::is_zero(alpha)) return scale_copy<S>(m, n, beta, conjb, b, bv, c, cv);
   const bool rows_inner = cv.rs <= cv.cs;

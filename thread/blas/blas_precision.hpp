@@ -1,0 +1,41 @@
+// One precision of the threaded BLAS drivers: its element type, the core
+// kernels and drivers it calls, and the constants that differ between real and
+// complex.  The drivers are templates over these types; nothing else is
+// written per precision.
+#pragma once
+
+#include "blas/gemm_grid.hpp"
+
+#include <orb/orb_blas.h>
+
+#include "precision.hpp"
+
+namespace orb::thr {
+
+//! The complex rule: the real constants (see gemm_grid.cpp for why).
+constexpr grid_rule kComplexGridRule = {64, 32, 144, 96, 192, 4};
+
+template <class T>
+struct blas_precision;
+
+//! The grid rule of each precision, and the core kernels and threaded GEMV the drivers call.
+#define ORB_BLAS_PRECISION(p, T)                                                                  \
+  template <>                                                                                     \
+  struct blas_precision<T> : ::orb::precision<T> {                                                \
+    static constexpr auto gemm_name = routine("GEMM");                                            \
+    static constexpr grid_rule grid = ::orb::precision<T>::is_complex ? kComplexGridRule : kRealGridRule; \
+    static constexpr auto gemm_kernel = &orb_blas_x##p##gemm;                                     \
+    static constexpr auto gemv_kernel = &orb_blas_x##p##gemv;                                     \
+    static constexpr auto gemv = &orb_blas_##p##gemv;                                             \
+  };
+ORB_FOR_EACH_PRECISION(ORB_BLAS_PRECISION)
+#undef ORB_BLAS_PRECISION
+
+//! Reals per element: 1, or 2 for the complex types.
+template <class P>
+constexpr ORB_INT reals_per_element = P::reals;
+
+//! 'N' or 'n': the operand is used as stored; every other character means transposed.
+inline bool not_transposed(const char *op) { return (*op | 0x20) == 'n'; }
+
+}  // namespace orb::thr
