@@ -1,35 +1,15 @@
-// Argument helpers shared by the routine families: the case-insensitive
-// character test of the standard, the search for a missing by-reference
-// argument, and the CBLAS enumerators.
+// Argument helpers shared by the interface's routine families: the CBLAS
+// enumerators and the position exchange of row-major calls.  The argument
+// rules themselves are in blas_rules.hpp.
 #pragma once
 
 #include <orb/orb_cblas.h>
 
 #include <cstdint>
-#include <initializer_list>
 
 #include "report.hpp"
 
 namespace orb::iface {
-
-//! The standard's character test: equal ignoring case.
-inline bool same_letter(char c, char upper) { return (c & ~0x20) == upper; }
-
-inline int64_t at_least_one(int64_t v) { return v > 1 ? v : 1; }
-
-struct ArgumentAt {
-  const void *pointer;
-  int position;
-};
-
-//! The position of the first null argument of `args`, or 0.  Fortran passes
-//! every scalar by reference; a program that passes none for one gets a
-//! report instead of a crash.
-inline int first_missing(std::initializer_list<ArgumentAt> args) {
-  for (const ArgumentAt &arg : args)
-    if (!arg.pointer) return arg.position;
-  return 0;
-}
 
 //! 'N', 'T' or 'C' for a CBLAS transposition; 0 for any other value.
 inline char transpose_letter(int trans) {

@@ -13,6 +13,7 @@
 #include <cstdint>
 
 #include "arguments.hpp"
+#include "blas_rules.hpp"
 #include "precision.hpp"
 #include "report.hpp"
 
@@ -55,22 +56,11 @@ bool leaves_c_unchanged(const GemmCall<T> &g) {
   return g.m == 0 || g.n == 0 || ((is_zero(*g.alpha) || g.k == 0) && is_one(*g.beta));
 }
 
-// The position of the first illegal argument in the standard's order, or 0.
-// After the standard's own tests, a call that would change C must also
-// provide C, and A and B when it reads them (alpha != 0, k > 0).
+// After the standard's own tests (blas_rules.hpp), a call that would change C
+// must also provide C, and A and B when it reads them (alpha != 0, k > 0): the
+// position of the first missing one, or 0.
 template <class T>
-int check(const GemmCall<T> &g) {
-  const bool nota = same_letter(g.transa, 'N'), notb = same_letter(g.transb, 'N');
-  const int64_t rows_a = nota ? g.m : g.k;
-  const int64_t rows_b = notb ? g.k : g.n;
-  if (!nota && !same_letter(g.transa, 'C') && !same_letter(g.transa, 'T')) return 1;
-  if (!notb && !same_letter(g.transb, 'C') && !same_letter(g.transb, 'T')) return 2;
-  if (g.m < 0) return 3;
-  if (g.n < 0) return 4;
-  if (g.k < 0) return 5;
-  if (g.lda < at_least_one(rows_a)) return 8;
-  if (g.ldb < at_least_one(rows_b)) return 10;
-  if (g.ldc < at_least_one(g.m)) return 13;
+int check_operands(const GemmCall<T> &g) {
   if (leaves_c_unchanged(g)) return 0;
   if (!is_zero(*g.alpha) && g.k > 0) {
     if (!g.a) return 7;
@@ -99,12 +89,11 @@ void fortran_gemm(int iface, const char *transa, const char *transb, const I *m,
   run_reported(
       iface,
       [&] {
-        int info = first_missing(
-            {{transa, 1}, {transb, 2}, {m, 3}, {n, 4}, {k, 5}, {alpha, 6}, {lda, 8}, {ldb, 10}, {beta, 11}, {ldc, 13}});
+        int info = rules::check_gemm(transa, transb, m, n, k, alpha, lda, ldb, beta, ldc);
         GemmCall<T> g = {};
         if (!info) {
           g = {*transa, *transb, *m, *n, *k, alpha, a, *lda, b, *ldb, beta, c, *ldc};
-          info = check(g);
+          info = check_operands(g);
         }
         if (info) {
           report_fortran(routine_name(precision<T>::upper, "GEMM", int64).report, info);
@@ -138,12 +127,16 @@ void cblas_gemm(int layout, int transa, int transb, int m, int n, int k, const T
       [&] {
         const char ta = transpose_letter(transa), tb = transpose_letter(transb);
         const bool row = layout == CblasRowMajor;
-        int info = !known_layout(layout) ? 1 : !ta ? 2 : !tb ? 3 : !alpha ? 7 : !beta ? 12 : 0;
+        int info = !known_layout(layout) ? 1 : !ta ? 2 : !tb ? 3 : 0;
         GemmCall<T> g = {};
         if (!info) {
           g = row ? GemmCall<T>{tb, ta, n, m, k, alpha, b, ldb, a, lda, beta, c, ldc}
                   : GemmCall<T>{ta, tb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc};
-          if (const int standard = check(g)) info = row ? swap_positions(standard + 1, 8, 10) : standard + 1;
+          if (const int standard = rules::check_gemm(&g.transa, &g.transb, &g.m, &g.n, &g.k, alpha, &g.lda, &g.ldb,
+                                                     beta, &g.ldc))
+            info = standard + 1;
+          else if (const int missing = check_operands(g))
+            info = row ? swap_positions(missing + 1, 8, 10) : missing + 1;
         }
         if (info) {
           report_cblas(routine_name(precision<T>::upper, "GEMM", false).cblas, info, row, kGemmRowMajorExchanges);

@@ -17,6 +17,7 @@
 
 #include "arguments.hpp"
 #include "precision.hpp"
+#include "blas_rules.hpp"
 #include "report.hpp"
 
 namespace orb::iface {
@@ -56,16 +57,11 @@ bool leaves_y_unchanged(const GemvCall<T> &g) {
   return g.m == 0 || g.n == 0 || (is_zero(*g.alpha) && is_one(*g.beta));
 }
 
-// The position of the first illegal argument in the standard's order, or 0;
-// then, for a call that changes y, the arrays it needs.
+// After the standard's own tests (blas_rules.hpp), a call that changes y
+// must provide y, and A and x when it reads them (alpha != 0): the position of
+// the first missing one, or 0.
 template <class T>
-int check(const GemvCall<T> &g) {
-  if (!same_letter(g.trans, 'N') && !same_letter(g.trans, 'T') && !same_letter(g.trans, 'C')) return 1;
-  if (g.m < 0) return 2;
-  if (g.n < 0) return 3;
-  if (g.lda < at_least_one(g.m)) return 6;
-  if (g.incx == 0) return 8;
-  if (g.incy == 0) return 11;
+int check_operands(const GemvCall<T> &g) {
   if (leaves_y_unchanged(g)) return 0;
   if (!is_zero(*g.alpha)) {
     if (!g.a) return 5;
@@ -132,11 +128,11 @@ void fortran_gemv(int iface, const char *trans, const I *m, const I *n, const T 
   run_reported(
       iface,
       [&] {
-        int info = first_missing({{trans, 1}, {m, 2}, {n, 3}, {alpha, 4}, {lda, 6}, {incx, 8}, {beta, 9}, {incy, 11}});
+        int info = rules::check_gemv(trans, m, n, alpha, lda, incx, beta, incy);
         GemvCall<T> g = {};
         if (!info) {
           g = {*trans, *m, *n, alpha, a, *lda, x, *incx, beta, y, *incy};
-          info = check(g);
+          info = check_operands(g);
         }
         if (info) {
           report_fortran(routine_name(precision<T>::upper, "GEMV", int64).report, info);
@@ -170,12 +166,15 @@ void cblas_gemv(int layout, int trans, int m, int n, const T *alpha, const T *a,
         // the conjugated product above.
         const bool conjugated = row && letter == 'C' && precision<T>::is_complex;
         const char ta = !row ? letter : letter == 'N' ? 'T' : 'N';
-        int info = !known_layout(layout) ? 1 : !letter ? 2 : !alpha ? 5 : !beta ? 10 : 0;
+        int info = !known_layout(layout) ? 1 : !letter ? 2 : 0;
         GemvCall<T> g = {};
         if (!info) {
           g = row ? GemvCall<T>{ta, n, m, alpha, a, lda, x, incx, beta, y, incy}
                   : GemvCall<T>{ta, m, n, alpha, a, lda, x, incx, beta, y, incy};
-          if (const int standard = check(g)) info = standard + 1;
+          if (const int standard = rules::check_gemv(&g.trans, &g.m, &g.n, alpha, &g.lda, &g.incx, beta, &g.incy))
+            info = standard + 1;
+          else if (const int missing = check_operands(g))
+            info = missing + 1;
         }
         if (info) {
           report_cblas(routine_name(precision<T>::upper, "GEMV", false).cblas, info, row, kGemvRowMajorExchanges);
