@@ -105,6 +105,6 @@ struct precision<ORB_Complex16> : precision_of<ORB_Complex16, double, 'z'> {};
 
 }  // namespace orb
 
-//! Expands X(letter, element type) once per precision, in the order s, d, c,
-//! z: every routine's exported entries are generated from it.
-#define ORB_FOR_EACH_PRECISION(X) X(s, float) X(d, double) X(c, ORB_Complex8) X(z, ORB_Complex16)
+//! Expands X(letter, upper-case letter, element type) once per precision, in
+//! the order s, d, c, z: every routine's exported entries are generated from it.
+#define ORB_FOR_EACH_PRECISION(X) X(s, S, float) X(d, D, double) X(c, C, ORB_Complex8) X(z, Z, ORB_Complex16)

@@ -22,7 +22,7 @@ namespace orb::iface {
 namespace {
 
 // The threaded drivers, chosen by element type and integer width.
-#define ORB_THREADED_GEMM(p, T)                                                                                     \
+#define ORB_THREADED_GEMM(p, P, T)                                                                                     \
   void threaded_gemm(const char *ta, const char *tb, const ORB_INT *m, const ORB_INT *n, const ORB_INT *k,          \
                      const T *alpha, const T *a, const ORB_INT *lda, const T *b, const ORB_INT *ldb, const T *beta, \
                      T *c, const ORB_INT *ldc) {                                                                    \
@@ -173,14 +173,11 @@ using orb::iface::kLp64;
                                   const I *ldc) {                                                                     \
     fortran_gemm<T, I>(iface, ta, tb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);                                  \
   }
-ORB_FORTRAN_GEMM(sgemm_, kLp64, float, int)
-ORB_FORTRAN_GEMM(dgemm_, kLp64, double, int)
-ORB_FORTRAN_GEMM(cgemm_, kLp64, ORB_Complex8, int)
-ORB_FORTRAN_GEMM(zgemm_, kLp64, ORB_Complex16, int)
-ORB_FORTRAN_GEMM(sgemm_64_, kIlp64, float, ORB_INT)
-ORB_FORTRAN_GEMM(dgemm_64_, kIlp64, double, ORB_INT)
-ORB_FORTRAN_GEMM(cgemm_64_, kIlp64, ORB_Complex8, ORB_INT)
-ORB_FORTRAN_GEMM(zgemm_64_, kIlp64, ORB_Complex16, ORB_INT)
+#define ORB_FORTRAN_GEMM_FORMS(p, P, T)                  \
+  ORB_FORTRAN_GEMM(p##gemm_, kLp64, T, int)          \
+  ORB_FORTRAN_GEMM(p##gemm_64_, kIlp64, T, ORB_INT)  \
+  ORB_FORTRAN_NAME_FORMS(p##gemm, P##GEMM)
+ORB_FOR_EACH_PRECISION(ORB_FORTRAN_GEMM_FORMS)
 
 // Real scalars come by value, complex ones through void pointers.
 #define ORB_CBLAS_REAL_GEMM(p, T)                                                                                   \

@@ -24,7 +24,7 @@ namespace orb::iface {
 
 namespace {
 
-#define ORB_THREADED_GEMV(p, T)                                                                                       \
+#define ORB_THREADED_GEMV(p, P, T)                                                                                       \
   void threaded_gemv(const char *trans, const ORB_INT *m, const ORB_INT *n, const T *alpha, const T *a,               \
                      const ORB_INT *lda, const T *x, const ORB_INT *incx, const T *beta, T *y, const ORB_INT *incy) { \
     orb_blas_##p##gemv(trans, m, n, alpha, a, lda, x, incx, beta, y, incy);                                           \
@@ -210,14 +210,11 @@ using orb::iface::kLp64;
                                   const T *x, const I *incx, const T *beta, T *y, const I *incy) {                     \
     fortran_gemv<T, I>(iface, trans, m, n, alpha, a, lda, x, incx, beta, y, incy);                                     \
   }
-ORB_FORTRAN_GEMV(sgemv_, kLp64, float, int)
-ORB_FORTRAN_GEMV(dgemv_, kLp64, double, int)
-ORB_FORTRAN_GEMV(cgemv_, kLp64, ORB_Complex8, int)
-ORB_FORTRAN_GEMV(zgemv_, kLp64, ORB_Complex16, int)
-ORB_FORTRAN_GEMV(sgemv_64_, kIlp64, float, ORB_INT)
-ORB_FORTRAN_GEMV(dgemv_64_, kIlp64, double, ORB_INT)
-ORB_FORTRAN_GEMV(cgemv_64_, kIlp64, ORB_Complex8, ORB_INT)
-ORB_FORTRAN_GEMV(zgemv_64_, kIlp64, ORB_Complex16, ORB_INT)
+#define ORB_FORTRAN_GEMV_FORMS(p, P, T)                  \
+  ORB_FORTRAN_GEMV(p##gemv_, kLp64, T, int)          \
+  ORB_FORTRAN_GEMV(p##gemv_64_, kIlp64, T, ORB_INT)  \
+  ORB_FORTRAN_NAME_FORMS(p##gemv, P##GEMV)
+ORB_FOR_EACH_PRECISION(ORB_FORTRAN_GEMV_FORMS)
 
 #define ORB_CBLAS_REAL_GEMV(p, T)                                                                                \
   extern "C" void cblas_##p##gemv(CBLAS_LAYOUT layout, CBLAS_TRANSPOSE trans, int m, int n, T alpha, const T *a, \

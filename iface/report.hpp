@@ -17,6 +17,12 @@
 
 extern "C" void xerbla_(const char *name, const int *info, size_t len);
 
+//! The other spellings Fortran compilers give a routine's name, as aliases of
+//! the entry `lower_`: without the trailing underscore, and in upper case.
+#define ORB_FORTRAN_NAME_FORMS(lower, upper)                                          \
+  extern "C" ORB_EXPORT decltype(lower##_) lower __attribute__((alias(#lower "_"))); \
+  extern "C" ORB_EXPORT decltype(lower##_) upper __attribute__((alias(#lower "_")));
+
 namespace orb::iface {
 
 enum IfaceCode : int { kCblas = -1, kLp64 = 1, kIlp64 = 2 };

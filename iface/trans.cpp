@@ -16,7 +16,7 @@ namespace {
 template <class T>
 struct Trans;
 
-#define ORB_TRANS_ROUTINES(p, T)                                                            \
+#define ORB_TRANS_ROUTINES(p, P, T)                                                            \
   template <>                                                                               \
   struct Trans<T> : ::orb::precision<T> {                                                   \
     static constexpr auto omatcopy = &orb_trans_orb_##p##omatcopy;                          \
@@ -153,7 +153,7 @@ void imatcopy_batch(char ordering, const char *trans, const ORB_INT *rows, const
 
 }  // namespace
 
-#define ORB_TRANS_USER_ENTRIES(p, T)                                                                              \
+#define ORB_TRANS_USER_ENTRIES(p, P, T)                                                                              \
   extern "C" void orb_##p##omatcopy(char ordering, char trans, ORB_INT rows, ORB_INT cols, T alpha, const T *A,  \
                                     ORB_INT lda, T *B, ORB_INT ldb) {                                             \
     Trans<T>::omatcopy(ordering, trans, rows, cols, alpha, A, lda, B, ldb);                                       \

@@ -44,7 +44,7 @@ void xgemm(const char *transa, const char *transb, const ORB_INT *m, const ORB_I
 
 }  // namespace orb::core
 
-#define ORB_XGEMM(p, T)                                                                                 \
+#define ORB_XGEMM(p, P, T)                                                                                 \
   extern "C" void orb_blas_x##p##gemm(const char *transa, const char *transb, const ORB_INT *m,         \
                                       const ORB_INT *n, const ORB_INT *k, const T *alpha, const T *a,   \
                                       const ORB_INT *lda, const T *b, const ORB_INT *ldb, const T *beta, \

@@ -35,7 +35,7 @@ void xgemv(const char *trans, const ORB_INT *m, const ORB_INT *n, const T *alpha
 
 }  // namespace orb::core
 
-#define ORB_XGEMV(p, T)                                                                                   \
+#define ORB_XGEMV(p, P, T)                                                                                   \
   extern "C" void orb_blas_x##p##gemv(const char *trans, const ORB_INT *m, const ORB_INT *n, const T *alpha, \
                                       const T *a, const ORB_INT *lda, const T *x, const ORB_INT *incx,      \
                                       const T *beta, T *y, const ORB_INT *incy) {                          \

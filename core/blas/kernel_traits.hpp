@@ -10,7 +10,7 @@ namespace orb::core {
 template <class T>
 struct kernel_traits;
 
-#define ORB_KERNEL_TRAITS(p, T)                                                 \
+#define ORB_KERNEL_TRAITS(p, P, T)                                                 \
   template <>                                                                   \
   struct kernel_traits<T> : ::orb::precision<T> {                               \
     static constexpr auto gemm_name = routine("GEMM");                          \

@@ -99,7 +99,7 @@ int imatcopy(char ordering, char trans, ORB_INT rows, ORB_INT cols, typename S::
 
 }  // namespace orb::core::trans
 
-#define ORB_IMATCOPY_ENTRY(p, T)                                                                               \
+#define ORB_IMATCOPY_ENTRY(p, P, T)                                                                               \
   extern "C" int orb_trans_orb_##p##imatcopy(char ordering, char trans, ORB_INT rows, ORB_INT cols,            \
                                              T alpha, T *AB, ORB_INT lda, ORB_INT ldb) {            \
     return ::orb::core::trans::imatcopy<::orb::precision<T>>(ordering, trans, rows, cols, alpha, AB, lda, ldb);                   \

@@ -54,7 +54,7 @@ int omatadd(char ordering, char transa, char transb, ORB_INT rows, ORB_INT cols,
     return ::orb::core::trans::omatadd<::orb::precision<T>>(ordering, transa, transb, rows, cols, alpha, A, lda, beta, B, ldb, C, \
                                           ldc);                                                                 \
   }
-#define ORB_OMATADD_ENTRIES(p, T)                  \
+#define ORB_OMATADD_ENTRIES(p, P, T)                  \
   ORB_OMATADD_ENTRY(orb_trans_orb_##p##omatadd, T) \
   ORB_OMATADD_ENTRY(orb_trans_orb_##p##omatadd_seq, T)
 ORB_FOR_EACH_PRECISION(ORB_OMATADD_ENTRIES)

@@ -58,7 +58,7 @@ int omatcopy(char ordering, char trans, ORB_INT rows, ORB_INT cols, typename S::
 
 }  // namespace orb::core::trans
 
-#define ORB_OMATCOPY_ENTRIES(p, T)                                                                              \
+#define ORB_OMATCOPY_ENTRIES(p, P, T)                                                                              \
   extern "C" int orb_trans_orb_##p##omatcopy(char ordering, char trans, ORB_INT rows, ORB_INT cols,             \
                                              T alpha, const T *A, ORB_INT lda, T *B,           \
                                              ORB_INT ldb) {                                                      \

@@ -93,5 +93,36 @@ TEST(RowMajorConjugateGemv, SameResultWhenScratchIsRefused) {
   }
 }
 
+// Fortran compilers spell a routine dgemm_, dgemm or DGEMM: each spelling is
+// the same product.
+using DgemmFn = decltype(&dgemm_);
+extern "C" void dgemm(const char *, const char *, const int *, const int *, const int *, const double *,
+                      const double *, const int *, const double *, const int *, const double *, double *, const int *);
+extern "C" void DGEMM(const char *, const char *, const int *, const int *, const int *, const double *,
+                      const double *, const int *, const double *, const int *, const double *, double *, const int *);
+extern "C" void zgemv(const char *, const int *, const int *, const ORB_Complex16 *, const ORB_Complex16 *,
+                      const int *, const ORB_Complex16 *, const int *, const ORB_Complex16 *, ORB_Complex16 *,
+                      const int *);
+extern "C" void ZGEMV(const char *, const int *, const int *, const ORB_Complex16 *, const ORB_Complex16 *,
+                      const int *, const ORB_Complex16 *, const int *, const ORB_Complex16 *, ORB_Complex16 *,
+                      const int *);
+
+TEST(FortranSpellings, EveryNameFormComputesTheProduct) {
+  for (DgemmFn f : {&dgemm_, &dgemm, &DGEMM})
+    check_gemm<double>(false, 'N', 'T', 5, 4, 3, 1.5, 0.5, {1, 0, 2}, [&](double al, const double *a, ORB_INT lda,
+                                                                       const double *b, ORB_INT ldb, double be, double *c,
+                                                                       ORB_INT ldc) {
+      const int m = 5, n = 4, k = 3, la = lda, lb = ldb, lc = ldc;
+      f("N", "T", &m, &n, &k, &al, a, &la, b, &lb, &be, c, &lc);
+    });
+  for (auto f : {&zgemv_, &zgemv, &ZGEMV})
+    check_gemv<ORB_Complex16>(false, 'C', 6, 3, 1, -1, 1.0, 0.0, [&](ORB_Complex16 al, const ORB_Complex16 *a,
+                                                                   ORB_INT lda, const ORB_Complex16 *x,
+                                                                   ORB_Complex16 be, ORB_Complex16 *y) {
+      const int m = 6, n = 3, la = lda, incx = 1, incy = -1;
+      f("C", &m, &n, &al, a, &la, x, &incx, &be, y, &incy);
+    });
+}
+
 }  // namespace
 }  // namespace orb::test

@@ -19,7 +19,7 @@ template <class T>
 struct blas_precision;
 
 //! The grid rule of each precision, and the core kernels and threaded GEMV the drivers call.
-#define ORB_BLAS_PRECISION(p, T)                                                                  \
+#define ORB_BLAS_PRECISION(p, P, T)                                                                  \
   template <>                                                                                     \
   struct blas_precision<T> : ::orb::precision<T> {                                                \
     static constexpr auto gemm_name = routine("GEMM");                                            \

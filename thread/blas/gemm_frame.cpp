@@ -25,6 +25,7 @@
 #include "blas/blas_args.hpp"
 #include "blas/gemm_grid.hpp"
 #include "blas/gemm_split_k.hpp"
+#include "blas/lp64.hpp"
 #include "blas/blas_precision.hpp"
 
 #include <orb/orb_blas.h>
@@ -98,32 +99,17 @@ void gemm(const char *transa, const char *transb, const ORB_INT *m, const ORB_IN
   orb_blas_invoke_thin_thread(workers, internal_thread<P>, &args, nullptr);
 }
 
-//! The lp64 entry: sizes sign-extended into 64-bit locals, everything else unchanged.
-template <class P>
-void gemm_lp64(const char *transa, const char *transb, const int *m, const int *n, const int *k,
-               const typename P::value_type *alpha, const typename P::value_type *a, const int *lda,
-               const typename P::value_type *b, const int *ldb, const typename P::value_type *beta,
-               typename P::value_type *c, const int *ldc) {
-  const auto wide = [](const int *v) -> ORB_INT { return v ? *v : 0; };
-  const ORB_INT m64 = wide(m), n64 = wide(n), k64 = wide(k), lda64 = wide(lda), ldb64 = wide(ldb),
-                ldc64 = wide(ldc);
-  // A null size stays null, so that it is reported as illegal at its own position.
-  gemm<P>(transa, transb, m ? &m64 : nullptr, n ? &n64 : nullptr, k ? &k64 : nullptr, alpha, a,
-          lda ? &lda64 : nullptr, b, ldb ? &ldb64 : nullptr, beta, c, ldc ? &ldc64 : nullptr);
-}
-
 }  // namespace
 
 }  // namespace orb::thr
 
-#define ORB_GEMM_ENTRIES(p, T)                                                                        \
+#define ORB_GEMM_ENTRIES(p, P, T)                                                                        \
   extern "C" ORB_GEMM_DECL(p, T, ORB_INT) {                                                           \
     orb::thr::gemm<orb::thr::blas_precision<T>>(transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, \
                                                 ldc);                                                 \
   }                                                                                                   \
   extern "C" ORB_GEMM_LP64_DECL(p, T) {                                                               \
-    orb::thr::gemm_lp64<orb::thr::blas_precision<T>>(transa, transb, m, n, k, alpha, a, lda, b, ldb,  \
-                                                      beta, c, ldc);                                  \
+    orb::thr::call_lp64(orb_blas_##p##gemm, transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc); \
   }
 
 ORB_FOR_EACH_PRECISION(ORB_GEMM_ENTRIES)

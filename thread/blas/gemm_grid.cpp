@@ -110,7 +110,7 @@ int64_t internal_thread(int64_t ithr, int64_t nthr, blas_args_t *args) {
   return 0;
 }
 
-#define ORB_INSTANTIATE(p, T) template int64_t internal_thread<blas_precision<T>>(int64_t, int64_t, blas_args_t *);
+#define ORB_INSTANTIATE(p, P, T) template int64_t internal_thread<blas_precision<T>>(int64_t, int64_t, blas_args_t *);
 ORB_FOR_EACH_PRECISION(ORB_INSTANTIATE)
 #undef ORB_INSTANTIATE
 

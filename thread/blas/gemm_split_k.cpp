@@ -157,7 +157,7 @@ int64_t tsq_gemm_sum_c(int64_t ithr, int64_t nthr, blas_args_t *args) {
   return 0;
 }
 
-#define ORB_INSTANTIATE(p, T)                                                                          \
+#define ORB_INSTANTIATE(p, P, T)                                                                          \
   template bool gemm_split_k_applies<blas_precision<T>>(const blas_args_t &, ORB_INT, bool);       \
   template bool gemm_split_k<blas_precision<T>>(blas_args_t &, ORB_INT);                           \
   template int64_t tsq_gemm_block_by_k<blas_precision<T>>(int64_t, int64_t, blas_args_t *);        \

@@ -34,6 +34,7 @@
 // ldb, and y in c with its increment in ldc.
 #include "blas/blas_args.hpp"
 #include "blas/blas_precision.hpp"
+#include "blas/lp64.hpp"
 
 #include <orb/orb_blas.h>
 #include <orb/orb_service.h>
@@ -120,26 +121,16 @@ void gemv(const char *trans, const ORB_INT *m, const ORB_INT *n, const typename 
   orb_blas_invoke_thin_thread(workers, gemv_worker<P>, &args, nullptr);
 }
 
-template <class P>
-void gemv_lp64(const char *trans, const int *m, const int *n, const typename P::value_type *alpha,
-               const typename P::value_type *a, const int *lda, const typename P::value_type *x, const int *incx,
-               const typename P::value_type *beta, typename P::value_type *y, const int *incy) {
-  const auto wide = [](const int *v) -> ORB_INT { return v ? *v : 0; };
-  const ORB_INT m64 = wide(m), n64 = wide(n), lda64 = wide(lda), incx64 = wide(incx), incy64 = wide(incy);
-  gemv<P>(trans, m ? &m64 : nullptr, n ? &n64 : nullptr, alpha, a, lda ? &lda64 : nullptr, x,
-          incx ? &incx64 : nullptr, beta, y, incy ? &incy64 : nullptr);
-}
-
 }  // namespace
 
 }  // namespace orb::thr
 
-#define ORB_GEMV_ENTRIES(p, T)                                                                           \
+#define ORB_GEMV_ENTRIES(p, P, T)                                                                           \
   extern "C" ORB_GEMV_DECL(orb_blas_##p##gemv, T, ORB_INT) {                                             \
     orb::thr::gemv<orb::thr::blas_precision<T>>(trans, m, n, alpha, a, lda, x, incx, beta, y, incy);     \
   }                                                                                                      \
   extern "C" ORB_GEMV_DECL(orb_blas_lp64_##p##gemv, T, int) {                                            \
-    orb::thr::gemv_lp64<orb::thr::blas_precision<T>>(trans, m, n, alpha, a, lda, x, incx, beta, y, incy); \
+    orb::thr::call_lp64(orb_blas_##p##gemv, trans, m, n, alpha, a, lda, x, incx, beta, y, incy);          \
   }
 
 ORB_FOR_EACH_PRECISION(ORB_GEMV_ENTRIES)

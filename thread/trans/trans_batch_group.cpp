@@ -79,7 +79,7 @@ void imatcopy_batch(char ordering, const char *trans, const void *rows, const vo
 
 }  // namespace orb::thr
 
-#define ORB_TRANS_BATCH_GROUP_PAR(p, T)                                                                          \
+#define ORB_TRANS_BATCH_GROUP_PAR(p, P, T)                                                                          \
   extern "C" void orb_trans_orb_##p##omatcopy_batch_par(                                                        \
       char ordering, const char *trans_array, const void *rows_array, const void *cols_array,                    \
       const T *alpha_array, const T *const *A_array, const void *lda_array, T *const *B_array,                   \

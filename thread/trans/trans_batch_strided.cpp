@@ -44,7 +44,7 @@ void omatadd_batch_strided(char ordering, char transa, char transb, ORB_INT rows
 
 }  // namespace orb::thr
 
-#define ORB_TRANS_BATCH_STRIDED_PAR(p, T)                                                                          \
+#define ORB_TRANS_BATCH_STRIDED_PAR(p, P, T)                                                                          \
   extern "C" void orb_trans_orb_##p##omatcopy_batch_strided_par(                                                  \
       char ordering, char trans, ORB_INT rows, ORB_INT cols, T alpha, const T *A, ORB_INT lda, ORB_INT stridea,    \
       T *B, ORB_INT ldb, ORB_INT strideb, ORB_INT batch_size) {                                                    \

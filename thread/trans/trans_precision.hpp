@@ -11,7 +11,7 @@ namespace orb::thr {
 template <class T>
 struct trans_precision;
 
-#define ORB_TRANS_KERNELS(p, T)                                    \
+#define ORB_TRANS_KERNELS(p, P, T)                                    \
   template <>                                                      \
   struct trans_precision<T> : ::orb::precision<T> {                \
     static constexpr auto omatcopy = &orb_trans_orb_##p##omatcopy; \

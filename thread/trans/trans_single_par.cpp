@@ -27,7 +27,7 @@ int omatadd_par(char ordering, char transa, char transb, ORB_INT rows, ORB_INT c
 
 // The square in-place transposition has no parallel form here: 0 tells the
 // caller to run the sequential in-place routine, and the matrix is untouched.
-#define ORB_TRANS_SINGLE_PAR(p, T)                                                                               \
+#define ORB_TRANS_SINGLE_PAR(p, P, T)                                                                               \
   extern "C" int orb_trans_orb_##p##imatcopy_square_t_par(char, char, ORB_INT, ORB_INT, T, T *, ORB_INT,        \
                                                           ORB_INT) {                                             \
     return 0;                                                                                                    \
