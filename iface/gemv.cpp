@@ -18,6 +18,7 @@
 #include "arguments.hpp"
 #include "precision.hpp"
 #include "blas_rules.hpp"
+#include "scratch.hpp"
 #include "report.hpp"
 
 namespace orb::iface {
@@ -85,9 +86,9 @@ void conjugate_in_place(T *v, int64_t count, int64_t inc) {
 // g.m rows, g.n columns, g.m and g.n both positive).
 template <class T>
 void conjugated_product(const GemvCall<T> &g) {
-  T *heap = static_cast<T *>(orb_serv_malloc(g.n * static_cast<int64_t>(sizeof(T)), 64));
+  const Scratch<T> heap(g.n, 64, Allocator::plain);
   T stack[kStackElements];
-  T *xc = heap ? heap : stack;
+  T *xc = heap ? heap.get() : stack;
   const int64_t block = heap ? g.n : kStackElements;
 
   const T alpha = conjugate(*g.alpha);
@@ -107,7 +108,6 @@ void conjugated_product(const GemvCall<T> &g) {
     beta = precision<T>::one();
   }
   conjugate_in_place(g.y, g.m, g.incy);
-  orb_serv_free(heap);
 }
 
 //! The operands every form of the call lists after its transposition word;

@@ -13,6 +13,7 @@
 #include "blas/gemm_stream_b.hpp"
 
 #include <orb/orb_service.h>
+#include "scratch.hpp"
 
 namespace orb::core {
 
@@ -45,10 +46,9 @@ bool stream_b_dgemm(const char *transa, const char *transb, ORB_INT m, ORB_INT n
   static const Version version = pick_instruction_set();
   if (!version.run || !of_its_shape(version, m, n, k) || !untransposed(transa) || !untransposed(transb)) return false;
   if (orb_serv_cbwr_get(-1) & ORB_CBWR_STRICT) return false;
-  auto *pack = static_cast<double *>(orb_serv_allocate(stream_b_scratch(m) * ORB_INT{sizeof(double)}, 64));
+  const Scratch<double> pack(stream_b_scratch(m), 64);
   if (!pack) return false;
-  version.run(StreamBProduct{m, n, k, alpha, beta, a, lda, b, ldb, c, ldc, pack});
-  orb_serv_deallocate(pack);
+  version.run(StreamBProduct{m, n, k, alpha, beta, a, lda, b, ldb, c, ldc, pack.get()});
   return true;
 }
 

@@ -11,6 +11,7 @@
 #include "trans/element_loops.hpp"
 #include "trans/trans_layout.hpp"
 #include "precision.hpp"
+#include "scratch.hpp"
 
 #include <orb/orb_service.h>
 #include <orb/orb_trans.h>
@@ -51,12 +52,10 @@ void transpose_square(ORB_INT n, typename S::value_type alpha, bool conj, typena
   });
 }
 
-//! Number of bytes of a rows x cols scratch of T, or 0 when it overflows.
-template <class T>
-int64_t scratch_bytes(ORB_INT rows, ORB_INT cols) {
-  const ORB_INT max_elements = INT64_MAX / static_cast<ORB_INT>(sizeof(T));
-  if (rows > max_elements / cols) return 0;
-  return rows * cols * static_cast<int64_t>(sizeof(T));
+//! Elements of a rows x cols scratch, or 0 when the count overflows.
+inline int64_t scratch_count(ORB_INT rows, ORB_INT cols) {
+  int64_t count = 0;
+  return __builtin_mul_overflow(rows, cols, &count) ? 0 : count;
 }
 
 //! Positions: 1 ordering, 2 trans, 3 rows, 4 cols, 5 alpha, 6 AB, 7 lda,
@@ -85,13 +84,11 @@ int imatcopy(char ordering, char trans, ORB_INT rows, ORB_INT cols, typename S::
     return 0;
   }
 
-  const int64_t bytes = scratch_bytes<T>(rows, cols);
-  T *scratch = bytes > 0 ? static_cast<T *>(orb_serv_malloc(bytes, kScratchAlignment)) : nullptr;
+  const Scratch<T> scratch(scratch_count(rows, cols), kScratchAlignment, Allocator::plain);
   if (!scratch) return report<S>("IMATCOPY", orb::kInfoNoMemory);
   const View packed = stored(h.row_major, min_ld(h.row_major, h.brows, h.bcols));
-  scale_copy<S>(h.brows, h.bcols, alpha, conj, AB, through(source, h.op), scratch, packed);
-  plain_copy<S>(h.brows, h.bcols, scratch, packed, AB, stored(h.row_major, ldb));
-  orb_serv_free(scratch);
+  scale_copy<S>(h.brows, h.bcols, alpha, conj, AB, through(source, h.op), scratch.get(), packed);
+  plain_copy<S>(h.brows, h.bcols, scratch.get(), packed, AB, stored(h.row_major, ldb));
   return 0;
 }
 

@@ -44,6 +44,7 @@
 
 #include "blas/blas_precision.hpp"
 #include "runtime/loop.hpp"
+#include "scratch.hpp"
 
 #include <orb/orb_service.h>
 
@@ -84,13 +85,12 @@ bool gemm_split_k(blas_args_t &args, ORB_INT budget) {
   if (pieces < 2) return false;
   args.part_ld = args.m;
   args.part_size = args.m * args.n;
-  void *scratch = orb_serv_allocate((pieces - 1) * args.part_size * static_cast<ORB_INT>(sizeof(T)), 2048);
-  if (orb_serv_check_ptr_and_warn(scratch, P::gemm_name.c_str()) != 0) return false;
-  args.scratch = scratch;
+  const Scratch<T> scratch((pieces - 1) * args.part_size, 2048);
+  if (orb_serv_check_ptr_and_warn(scratch.get(), P::gemm_name.c_str()) != 0) return false;
+  args.scratch = scratch.get();
   const rt::Affinity affinity;  // without a record both phases run without affinity
   orb_blas_invoke_thin_thread(pieces, tsq_gemm_block_by_k<P>, &args, affinity.get());
   orb_blas_invoke_thin_thread(pieces, tsq_gemm_sum_c<P>, &args, affinity.get());
-  orb_serv_deallocate(scratch);
   args.scratch = nullptr;
   return true;
 }
