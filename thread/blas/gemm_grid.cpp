@@ -34,12 +34,9 @@
 // blocks that would be empty, column blocks of ceil(n / nt).  For 1000 x 4096
 // on 4 x 2, worker 5 (row 5 div 2 = 2, column 5 mod 2 = 1) owns rows
 // [500, 750) and columns [2048, 4096).
-// The complex drivers use the same constants (kComplexGridRule).  A complex
-// element carries four times the arithmetic of a real one per load, so the
-// tiles are at least as worth cutting; timed with budget 2, zgemm reached
-// 1.9-2.1x the sequential kernel at 1000 x 1000 x 1000 (grid 2x1), 1.7x at
-// 400 x 400 x 400 (2x1) and 1.8-1.9x at 1000 x 300 x 300 (1x2).  Larger grids
-// are untimed: the machine had two cores.
+// The complex drivers use the same constants (kComplexGridRule): a complex
+// element carries four times the arithmetic of a real one per load, so its
+// tiles are at least as worth cutting.
 #include "blas/gemm_grid.hpp"
 #include "blas/precision.hpp"
 

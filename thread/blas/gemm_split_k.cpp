@@ -31,15 +31,9 @@
 // The split is never taken in strict reproducibility mode: the summation order
 // depends on the budget.
 //
-// The complex drivers add one condition, lda == ldb (split_k_extra below).
-// Timing did not decide it.  With budget 2 on an otherwise idle two-core
-// machine, zgemm ran the split and the two-dimensional cut alike (ms, split /
-// cut): 100 x 100 x 10000 NT 18.7 / 18.7, TN 16.3 / 16.6, CN 15.9 / 15.8, NC
-// 17.2 / 17.7; 64 x 256 x 20000 TN 51.8 / 51.4; 128 x 64 x 20000 CN 23.2 / 24.0
-// (sequential kernel 30-33, 91 and 44).  The condition keeps the complex split
-// to the products it is most often for: long-k Gram and correlation products
-// of two tall operands stored alike, such as A^H A.  Re-time it on a machine
-// with more cores, where the split has more pieces than the cut has tiles.
+// The complex drivers add one condition, lda == ldb (split_k_extra below): it
+// keeps the complex split to the products it is most often for, long-k Gram
+// and correlation products of two tall operands stored alike, such as A^H A.
 #include "blas/gemm_split_k.hpp"
 
 #include "blas/precision.hpp"

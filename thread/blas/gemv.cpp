@@ -13,14 +13,12 @@
 //
 //   W = min(T, len div 64, (m * n) div 32768)        W <= 1: one kernel call
 //
-// 32768 elements is where two workers start to beat one kernel call: timed on
-// a two-core machine with square double matrices, two workers lose at 128 x 128
-// (0.85x as stored, 1.05x transposed), gain at 181 x 181 (1.1x, 1.4x) and reach
-// 1.4x / 1.8x at 512 x 512.  64 entries of y per worker keep every block several
-// cache lines long.  Blocks are
-// ceil(len / W) rounded up to a multiple of 16 entries, so the row blocks of
-// op(A) = A start on cache-line boundaries for every element type when A is;
-// trailing workers may then get nothing and return.
+// 32768 elements of A is where two workers start to beat one kernel call on
+// square matrices.  64 entries of y per worker keep every block several cache
+// lines long.  Blocks are ceil(len / W) rounded up to a multiple of 16
+// entries, so the row blocks of op(A) = A start on cache-line boundaries for
+// every element type when A is; trailing workers may then get nothing and
+// return.
 //
 //     m     n    T  op   W                          blocks of y
 //   4096   512   2  N    min(2, 64, 64) = 2         [0, 2048) [2048, 4096)
