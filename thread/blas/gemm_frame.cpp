@@ -19,7 +19,7 @@
 //      scratch can be had.
 //   6. Otherwise the two-dimensional cut (gemm_grid.cpp) with
 //      W = min(ceil(n / 32) * ceil(m / 64), T) workers: no worker gets less than
-//      one 64 x 32 tile of C.
+//      one 64 x 32 tile of C, the tile of every precision's grid rule.
 // In the launcher and in every worker, 'N' and 'n' mean "as stored" and every
 // other character "transposed"; after step 0 only T, t, C and c remain.
 #include "blas/blas_args.hpp"
@@ -30,19 +30,9 @@
 #include <orb/orb_blas.h>
 #include <orb/orb_service.h>
 
-#include <algorithm>
-
 namespace orb::thr {
 
 namespace {
-
-ORB_INT ceil_div(ORB_INT x, ORB_INT y) { return (x + y - 1) / y; }
-
-//! min(a * b, cap) for non-negative a, b without overflow.
-ORB_INT capped_product(ORB_INT a, ORB_INT b, ORB_INT cap) {
-  if (a == 0 || b == 0) return 0;
-  return a > cap / b ? cap : std::min(a * b, cap);
-}
 
 //! Step 2: y = alpha * op(A) * x + beta * y with x a row or column of B.
 //! False when the shortcut does not apply to this call.
@@ -94,7 +84,7 @@ void gemm(const char *transa, const char *transb, const ORB_INT *m, const ORB_IN
     return;
   }
   if (gemm_split_k_applies<P>(args, budget, strict) && gemm_split_k<P>(args, budget)) return;
-  const ORB_INT workers = capped_product(ceil_div(args.n, 32), ceil_div(args.m, 64), budget);
+  const ORB_INT workers = gemm_grid_workers(args.m, args.n, budget, P::grid);
   orb_blas_invoke_thin_thread(workers, internal_thread<P>, &args, nullptr);
 }
 
