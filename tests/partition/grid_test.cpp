@@ -44,7 +44,9 @@ TEST_P(GridChoice, Grid) {
 
 INSTANTIATE_TEST_SUITE_P(Table, GridChoice,
                          ::testing::Values(GridRow{1000, 4096, 8, 4, 2}, GridRow{1000, 1200, 8, 1, 8},
-                                           GridRow{1000, 512, 8, 2, 4}, GridRow{2000, 6000, 6, 2, 3},
+                                           GridRow{1000, 512, 8, 2, 4}, GridRow{1000, 768, 8, 2, 4},
+                                           GridRow{288, 8192, 16, 4, 4}, GridRow{287, 8192, 16, 2, 8},
+                                           GridRow{2000, 6000, 6, 2, 3},
                                            GridRow{1000, 386, 2, 2, 1}, GridRow{1000, 384, 2, 1, 2},
                                            GridRow{512, 64, 16, 8, 2}, GridRow{640, 96, 16, 5, 3}));
 
