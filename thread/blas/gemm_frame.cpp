@@ -19,31 +19,24 @@
 //      scratch can be had.
 //   6. Otherwise the two-dimensional cut (gemm_grid.cpp) with
 //      W = min(ceil(n / 32) * ceil(m / 64), T) workers: no worker gets less than
-//      one 64 x 32 tile of C.
+//      one 64 x 32 tile of C, the tile of every precision's grid rule.
+// Steps 3, 4 and 6 are the level-3 frame (level3_frame.hpp); step 5 is GEMM's
+// own cut, which the frame tries before the grid.
 // In the launcher and in every worker, 'N' and 'n' mean "as stored" and every
 // other character "transposed"; after step 0 only T, t, C and c remain.
 #include "blas/blas_args.hpp"
 #include "blas/gemm_grid.hpp"
 #include "blas/gemm_split_k.hpp"
-#include "blas/lp64.hpp"
 #include "blas/blas_precision.hpp"
+#include "blas/level3_frame.hpp"
+#include "blas/lp64.hpp"
 
 #include <orb/orb_blas.h>
 #include <orb/orb_service.h>
 
-#include <algorithm>
-
 namespace orb::thr {
 
 namespace {
-
-ORB_INT ceil_div(ORB_INT x, ORB_INT y) { return (x + y - 1) / y; }
-
-//! min(a * b, cap) for non-negative a, b without overflow.
-ORB_INT capped_product(ORB_INT a, ORB_INT b, ORB_INT cap) {
-  if (a == 0 || b == 0) return 0;
-  return a > cap / b ? cap : std::min(a * b, cap);
-}
 
 //! Step 2: y = alpha * op(A) * x + beta * y with x a row or column of B.
 //! False when the shortcut does not apply to this call.
@@ -74,29 +67,13 @@ void gemm(const char *transa, const char *transb, const ORB_INT *m, const ORB_IN
   if (*k != 0 && *n == 1 && !strict && gemv_shortcut<P>(transa, transb, m, k, alpha, a, lda, b, ldb, beta, c))
     return;
 
-  blas_args_t args{};
-  args.transa = transa;
-  args.transb = transb;
-  args.m = *m;
-  args.n = *n;
-  args.k = *k;
-  args.alpha = alpha;
-  args.beta = beta;
-  args.a = a;
-  args.b = b;
-  args.c = c;
-  args.lda = *lda;
-  args.ldb = *ldb;
-  args.ldc = *ldc;
-
-  const ORB_INT budget = orb_serv_get_max_threads();
-  if (budget <= 1) {
-    P::gemm_kernel(transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
-    return;
-  }
-  if (gemm_split_k_applies<P>(args, budget, strict) && gemm_split_k<P>(args, budget)) return;
-  const ORB_INT workers = capped_product(ceil_div(args.n, 32), ceil_div(args.m, 64), budget);
-  orb_blas_invoke_thin_thread(workers, internal_thread<P>, &args, nullptr);
+  blas_args_t args = level3_args(transa, transb, *m, *n, *k, alpha, a, *lda, b, *ldb, beta, c, *ldc);
+  level3_run(
+      args, P::grid, internal_thread<P>,
+      [&] { P::gemm_kernel(transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc); },
+      [strict](blas_args_t &record, ORB_INT budget) {
+        return gemm_split_k_applies<P>(record, budget, strict) && gemm_split_k<P>(record, budget);
+      });
 }
 
 }  // namespace

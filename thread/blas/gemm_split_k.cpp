@@ -2,47 +2,30 @@
 //
 // A small C with a long k (64 <= m <= 128, 64 <= n <= 256, k >= budget * m and
 // k >= budget * n) gives too few tiles of C to keep every worker busy, so the
-// workers cut k instead: P = min(budget, k div 336) slices, so that every slice
-// keeps at least 336 steps of k for the kernel to stream.  Worker 0 multiplies
-// its slice straight into C with the caller's beta; every other worker writes
-// alpha * op(A)[:, slice] * op(B)[slice, :] into its own m x n partial buffer
-// (beta = 0, so nothing of the buffer's earlier contents survives).  A second
-// phase splits the columns of C among the same worker indices and adds the
-// buffers into C, in increasing buffer order.  Both phases run with one
-// affinity partitioner, so that a worker index tends to sum, in phase 2, on the
-// thread whose cache holds the partial sums it wrote in phase 1.
+// workers cut k instead, into the slices of partition/split_k.cpp.  Worker 0
+// multiplies its slice straight into C with the caller's beta; every other
+// worker writes alpha * op(A)[:, slice] * op(B)[slice, :] into its own m x n
+// partial buffer (beta = 0, so nothing of the buffer's earlier contents
+// survives).  A second phase gives the same worker indices balanced ranges of
+// the columns of C, and each adds the buffers into its columns, in increasing
+// buffer order.  Both phases run with one affinity partitioner, so that a
+// worker index tends to sum, in phase 2, on the thread whose cache holds the
+// partial sums it wrote in phase 1.
 //
-// Slices, kb = ceil(k / P), worker i takes [min(kb*i, k), min(kb*(i+1), k)):
-//
-//   k = 10000, P = 8:   kb = 1250, eight slices of 1250
-//   k = 1000,  P = 2:   kb = 500,  [0, 500) [500, 1000)
-//   k = 113569, P = 338: kb = 337; worker 337 starts at 337*337 = 113569 = k:
-//                        an empty slice, its buffer is cleared instead.
-//
-// No slice is empty while P < 337 (k >= 336 P > P (P - 1)); with larger budgets
-// an empty slice's worker zeroes its buffer, since phase 2 adds every buffer.
-//
-// Columns of phase 2, base = max(n div P, 1), rest = max(n - base P, 0); the
-// first rest workers take base + 1 columns:
-//
-//   n = 100, P = 8:   base 12, rest 4: 13 13 13 13 12 12 12 12
-//   n = 5,   P = 8:   base 1,  rest 0: 1 1 1 1 1, workers 5..7 idle
+// Phase 2 adds every buffer, so the worker of an empty slice (budgets of 338
+// and more) clears its buffer instead of leaving it as the allocator gave it.
 //
 // The split is never taken in strict reproducibility mode: the summation order
 // depends on the budget.
 //
-// The complex drivers add one condition, lda == ldb (split_k_extra below).
-// Timing did not decide it.  With budget 2 on an otherwise idle two-core
-// machine, zgemm ran the split and the two-dimensional cut alike (ms, split /
-// cut): 100 x 100 x 10000 NT 18.7 / 18.7, TN 16.3 / 16.6, CN 15.9 / 15.8, NC
-// 17.2 / 17.7; 64 x 256 x 20000 TN 51.8 / 51.4; 128 x 64 x 20000 CN 23.2 / 24.0
-// (sequential kernel 30-33, 91 and 44).  The condition keeps the complex split
-// to the products it is most often for: long-k Gram and correlation products
-// of two tall operands stored alike, such as A^H A.  Re-time it on a machine
-// with more cores, where the split has more pieces than the cut has tiles.
+// The complex drivers add one condition, lda == ldb (split_k_extra below): it
+// keeps the complex split to the products it is most often for, long-k Gram
+// and correlation products of two tall operands stored alike, such as A^H A.
 #include "blas/gemm_split_k.hpp"
 
 #include "blas/blas_precision.hpp"
+#include "partition/balanced.hpp"
+#include "partition/split_k.hpp"
 #include "runtime/loop.hpp"
 #include "scratch.hpp"
 
@@ -54,10 +37,6 @@
 namespace orb::thr {
 
 namespace {
-
-constexpr ORB_INT kMinSliceK = 336;
-
-ORB_INT ceil_div(ORB_INT x, ORB_INT y) { return (x + y - 1) / y; }
 
 //! The further condition of the complex drivers.
 template <class P>
@@ -80,7 +59,7 @@ bool gemm_split_k_applies(const blas_args_t &args, ORB_INT budget, bool strict) 
 template <class P>
 bool gemm_split_k(blas_args_t &args, ORB_INT budget) {
   using T = typename P::value_type;
-  const ORB_INT pieces = std::min(budget, args.k / kMinSliceK);
+  const ORB_INT pieces = split_k_slices(args.k, budget);
   // One piece would need no buffer and gain nothing: the caller cuts C instead.
   if (pieces < 2) return false;
   args.part_ld = args.m;
@@ -98,14 +77,13 @@ bool gemm_split_k(blas_args_t &args, ORB_INT budget) {
 template <class P>
 int64_t tsq_gemm_block_by_k(int64_t ithr, int64_t nthr, blas_args_t *args) {
   using T = typename P::value_type;
-  const ORB_INT k = args->k, kb = ceil_div(k, nthr);
-  const ORB_INT k0 = std::min(kb * ithr, k), k1 = std::min(kb * (ithr + 1), k);
+  const range ks = split_k_slice(args->k, nthr, ithr);
   T *part = ithr == 0 ? nullptr : static_cast<T *>(args->scratch) + (ithr - 1) * args->part_size;
-  if (k0 >= k1) {
+  if (ks.empty()) {
     if (part) std::memset(static_cast<void *>(part), 0, static_cast<size_t>(args->part_size) * sizeof(T));
     return 0;
   }
-  const ORB_INT slice = k1 - k0;
+  const ORB_INT slice = ks.size(), k0 = ks.begin;
   const T *a = static_cast<const T *>(args->a) + (not_transposed(args->transa) ? k0 * args->lda : k0);
   const T *b = static_cast<const T *>(args->b) + (not_transposed(args->transb) ? k0 : k0 * args->ldb);
   const T *alpha = static_cast<const T *>(args->alpha);
@@ -124,12 +102,9 @@ template <class P>
 int64_t tsq_gemm_sum_c(int64_t ithr, int64_t nthr, blas_args_t *args) {
   using R = typename P::real_type;
   const ORB_INT m = args->m, n = args->n;
-  if (m < 1) return 0;
-  const ORB_INT base = std::max<ORB_INT>(n / nthr, 1);
-  const ORB_INT rest = std::max<ORB_INT>(n - base * nthr, 0);
-  const ORB_INT j0 = ithr < rest ? ithr * (base + 1) : ithr * base + rest;
-  const ORB_INT j1 = std::min(j0 + (ithr < rest ? base + 1 : base), n);
-  if (j0 >= n) return 0;
+  const range cols = balanced_range(n, nthr, ithr);
+  if (m < 1 || cols.empty()) return 0;
+  const ORB_INT j0 = cols.begin, j1 = cols.end;
 
   // A complex column is a real column twice as long: sum in reals.
   constexpr ORB_INT r = reals_per_element<P>;

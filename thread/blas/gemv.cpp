@@ -13,11 +13,9 @@
 //
 //   W = min(T, len div 64, (m * n) div 32768)        W <= 1: one kernel call
 //
-// 32768 elements is where two workers start to beat one kernel call: timed on
-// a two-core machine with square double matrices, two workers lose at 128 x 128
-// (0.85x as stored, 1.05x transposed), gain at 181 x 181 (1.1x, 1.4x) and reach
-// 1.4x / 1.8x at 512 x 512.  64 entries of y per worker keep every block several
-// cache lines long.  Blocks are
+// 32768 elements of A is where two workers start to beat one kernel call on
+// square matrices.  64 entries of y per worker keep every block several cache
+// lines long.  The blocks of y are quantised blocks (partition/blocks.cpp):
 // ceil(len / W) rounded up to a multiple of 16 entries, so the row blocks of
 // op(A) = A start on cache-line boundaries for every element type when A is;
 // trailing workers may then get nothing and return.
@@ -35,6 +33,7 @@
 #include "blas/blas_args.hpp"
 #include "blas/blas_precision.hpp"
 #include "blas/lp64.hpp"
+#include "partition/blocks.hpp"
 
 #include <orb/orb_blas.h>
 #include <orb/orb_service.h>
@@ -50,21 +49,12 @@ constexpr ORB_INT kGemvElementsPerWorker = 32768;
 constexpr ORB_INT kGemvMinLengthPerWorker = 64;
 constexpr ORB_INT kGemvQuantum = 16;
 
-ORB_INT ceil_div(ORB_INT x, ORB_INT y) { return (x + y - 1) / y; }
-
 //! Workers for a GEMV whose y has len entries and whose A is m x n.
 ORB_INT gemv_workers(ORB_INT len, ORB_INT m, ORB_INT n, ORB_INT budget) {
   ORB_INT w = std::min(budget, len / kGemvMinLengthPerWorker);
   // m * n may overflow only when both are huge, and then every bound above is the smaller.
   if (n > 0 && m < (INT64_MAX / n)) w = std::min(w, m * n / kGemvElementsPerWorker);
   return w;
-}
-
-//! Worker ithr's entries [i0, i1) of y.
-void gemv_block(ORB_INT len, int64_t ithr, int64_t nthr, ORB_INT &i0, ORB_INT &i1) {
-  const ORB_INT block = ceil_div(ceil_div(len, nthr), kGemvQuantum) * kGemvQuantum;
-  i0 = std::min(block * ithr, len);
-  i1 = std::min(block * (ithr + 1), len);
 }
 
 //! The start of entries [i0, i1) of a vector of len entries with increment inc.
@@ -78,10 +68,9 @@ int64_t gemv_worker(int64_t ithr, int64_t nthr, blas_args_t *args) {
   using T = typename P::value_type;
   const bool as_stored = not_transposed(args->transa);
   const ORB_INT len = as_stored ? args->m : args->n;
-  ORB_INT i0, i1;
-  gemv_block(len, ithr, nthr, i0, i1);
-  if (i0 >= i1) return 0;
-  const ORB_INT count = i1 - i0;
+  const range block = block_range(len, nthr, kGemvQuantum, ithr);
+  if (block.empty()) return 0;
+  const ORB_INT i0 = block.begin, i1 = block.end, count = block.size();
   const T *a = static_cast<const T *>(args->a) + (as_stored ? i0 : i0 * args->lda);
   T *y = vector_block(static_cast<T *>(args->c), len, args->ldc, i0, i1);
   P::gemv_kernel(args->transa, as_stored ? &count : &args->m, as_stored ? &args->n : &count,

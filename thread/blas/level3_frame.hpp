@@ -1,0 +1,60 @@
+// The steps a threaded level-3 driver shares with every other, once it knows
+// its call is legal and has taken none of its own shortcuts: fill the argument
+// record, read the budget, make one kernel call when the budget is 1, let the
+// driver cut its own way when it wants to, and otherwise run its
+// two-dimensional worker over the grid of C.
+//
+// The driver brings what is its own: the whole-call kernel, its grid rule and
+// worker, and the cut it may prefer to the grid (GEMM's split along k).  A
+// budget-1 call reaches the kernel with the caller's own arguments, pointers
+// included, exactly as a sequential library would make it.
+#pragma once
+
+#include "blas/blas_args.hpp"
+#include "partition/grid.hpp"
+
+#include <orb/orb_blas.h>
+#include <orb/orb_service.h>
+
+namespace orb::thr {
+
+//! The record of a level-3 call: the caller's characters and pointers as they
+//! came, the sizes and leading dimensions read once.  The split's fields stay
+//! empty until the split sets them.
+inline blas_args_t level3_args(const char *transa, const char *transb, ORB_INT m, ORB_INT n, ORB_INT k,
+                               const void *alpha, const void *a, ORB_INT lda, const void *b, ORB_INT ldb,
+                               const void *beta, void *c, ORB_INT ldc) {
+  blas_args_t args{};
+  args.transa = transa;
+  args.transb = transb;
+  args.m = m;
+  args.n = n;
+  args.k = k;
+  args.alpha = alpha;
+  args.beta = beta;
+  args.a = a;
+  args.b = b;
+  args.c = c;
+  args.lda = lda;
+  args.ldb = ldb;
+  args.ldc = ldc;
+  return args;
+}
+
+//! Runs a legal level-3 call described by args: whole() with a budget of 1;
+//! otherwise own_cut(args, budget), which returns false when it does not take
+//! the call; otherwise grid_worker on one worker per tile of rule, at most the
+//! budget.
+template <class Whole, class OwnCut>
+void level3_run(blas_args_t &args, const grid_rule &rule, orb_blas_worker_fn grid_worker, Whole &&whole,
+                OwnCut &&own_cut) {
+  const ORB_INT budget = orb_serv_get_max_threads();
+  if (budget <= 1) {
+    whole();
+    return;
+  }
+  if (own_cut(args, budget)) return;
+  orb_blas_invoke_thin_thread(gemm_grid_workers(args.m, args.n, budget, rule), grid_worker, &args, nullptr);
+}
+
+}  // namespace orb::thr
