@@ -12,32 +12,10 @@
 // from the shared cache.  Before each tile the kernel asks for the next tile of
 // C, which it reads only at the end of the tile's kStreamBDepth steps.
 //
-// Measured on one core of an AVX-512 machine (Zen 4) with `orb-bench gemm
-// --threads 1 --only orb,serial`: the median ratio of the provider's time (on
-// the kernel set it picks itself) to the kernel's, calls of the two paired;
-// above 1 the kernel is faster.
-//
-//   m \ n x k     128x500  128x2000  128x8000  1000x256  1000x1000
-//    32            1.33      1.37      2.00      1.34      2.03
-//    64            1.18      1.26      1.50      1.19      1.60
-//   128            1.12      1.27      1.27      1.19      1.37
-//   256            1.05      1.09      1.10      1.14      1.20
-//
-//   more rows (m = 600 .. 4000, k = 256 .. 2000): n = 12 .. 48: 0.83-1.00,
-//   n = 96 .. 192: 0.98-1.03, n = 256 .. 4000: 0.98-1.06 (squares of 1000
-//   and 2000: 1.06, 1.05).  On their own such products gain little; cut
-//   into row blocks for two workers they gain the copy of B each would make
-//   (squares of 1000 and 2000 on two workers: from 0.94-0.97 of the best
-//   threaded peer to 1.01-1.02).
-//
-//   m n k of a million or less: 0.64-0.82 (the provider has kernels of its own
-//   for such small products).
-//
-// hence the rule of stream_b_dgemm(): k >= 256, n >= 12 and m n k above a
-// million; m <= 256, or with AVX-512 any m when n >= 256.  The AVX2 version,
-// timed against the provider's AVX2 kernel set on the same machine, came out
-// 0.90-1.09 with m <= 256 (about even) and 0.91 with more rows, which it
-// leaves to the provider.
+// It takes k >= 256, n >= 12 and m n k above a million; m <= 256, or with
+// AVX-512 any m when n >= 256.  Below those bounds the provider's own
+// small-matrix and packing kernels are as fast or faster; the measurements
+// behind each bound are in docs/performance.md.
 #pragma once
 
 #include <orb/orb_types.h>
