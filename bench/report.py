@@ -40,6 +40,22 @@ TARGETS = [
 
 
 
+# The hand-written part of the report, from this heading to the end, survives
+# every regeneration: the measurements behind the library's thresholds.
+NOTES_HEADING = "## Notes behind the thresholds"
+
+
+def kept_notes(path):
+    """The hand-written notes of the existing report at path, or ""."""
+    try:
+        with open(path, encoding="utf-8") as f:
+            text = f.read()
+    except FileNotFoundError:
+        return ""
+    at = text.find(NOTES_HEADING)
+    return "\n" + text[at:] if at >= 0 else ""
+
+
 def evaluate_targets(results):
     """One entry per target: its text, least value, and per shape (name, ratio, verdict).
 
@@ -327,8 +343,10 @@ def main(argv=None):
         run = json.load(f)
 
     verdicts = evaluate_targets(run["results"])
-    with open(os.path.join(args.out, "performance.md"), "w", encoding="utf-8") as f:
-        f.write(render_markdown(run, verdicts, host, args.note))
+    report_path = os.path.join(args.out, "performance.md")
+    notes = kept_notes(report_path)
+    with open(report_path, "w", encoding="utf-8") as f:
+        f.write(render_markdown(run, verdicts, host, args.note) + notes)
     try:
         plot(run, os.path.join(args.out, "gemm_gflops.png"), host)
     except ImportError:
