@@ -64,6 +64,16 @@ void read_environment() {
   if (fetch("VX_MPI_THREAD_LEVEL", buf)) (void)all_digit_value(buf, 1);
 }
 
+// The topology count: first reading of /proc/cpuinfo, the APIC probe, second
+// reading, decision.  A probe that cannot run leaves one package of one core.
+Topology count_topology() {
+  static constexpr const char *kCpuinfo = "/proc/cpuinfo";
+  const int processors = count_processor_lines(kCpuinfo);
+  ProbeCounts probe;
+  if (!probe_apic_ids(processors, probe)) return Topology{};
+  return decide_topology(read_cpuinfo_counts(kCpuinfo), probe);
+}
+
 }  // namespace
 
 void ORB_Read_ThreadENV_Count_Cores() {

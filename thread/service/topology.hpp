@@ -1,11 +1,13 @@
 // Processor topology: how many packages, physical cores and logical
 // processors this process can use.
 //
-// Two sources are combined.  The probe pins the calling thread to each
-// processor of the affinity mask in turn and decodes its APIC ID; the second
-// reading of /proc/cpuinfo gives the kernel's own counts.  The decision between
-// them is the three-way rule of decide_topology().  The readers take the file
-// path as a parameter so the decision is tested on canned texts.
+// Two sources are combined.  The APIC probe (apic_probe.cpp) pins the calling
+// thread to each processor of the affinity mask in turn and decodes its APIC
+// ID; the second reading of /proc/cpuinfo (cpuinfo.cpp) gives the kernel's own
+// counts.  The decision between them is the three-way rule of
+// decide_topology() (topology.cpp); the environment reader runs the steps in
+// their fixed order.  The readers take the file path as a parameter so the
+// decision is tested on canned texts.
 #pragma once
 
 #include <cstdint>
@@ -59,8 +61,11 @@ unsigned core_id_of(unsigned apic, int threads_per_core, int cores_per_package);
 //! Package ID: the APIC ID with its low width(logical per package) bits cleared.
 unsigned package_id_of(unsigned apic, int logical_per_package);
 
-//! The full count: first reading, affinity probe, CPUID walk, second reading,
-//! decision.  Re-pins the calling thread while it runs; the caller serialises.
-Topology count_topology();
+//! The affinity probe: walks the process's affinity mask, pinning the calling
+//! thread to each of the first `processors` processors in turn to read its
+//! APIC ID, then restores the mask.  Attempted once per process: false, for
+//! the single-core fallback, when it was attempted before, when an affinity
+//! call fails or when its scratch cannot be allocated.  The caller serialises.
+bool probe_apic_ids(int processors, ProbeCounts &probe);
 
 }  // namespace orb::thr
