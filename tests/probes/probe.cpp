@@ -6,6 +6,8 @@
 //                               what OPENBLAS_NUM_THREADS holds afterwards
 //   probe env                   prints what the environment reader recorded
 //   probe cleanup N             registers N clean-ups that print their index at unload
+//   probe cleanup-reenter       fills the clean-up list; the last clean-up registers another as it runs
+//   probe cleanup-explicit      runs the clean-up list itself, around a thread's local setting
 //   probe header IFACE          prints the verbose header twice (only the first may appear)
 //   probe lines IFACE THREADS   THREADS threads report one call each, all at once
 //   probe calls fortran32|fortran64|cblas
@@ -60,7 +62,49 @@ int provider() {
   return 0;
 }
 
-void print_index(void *arg) { std::printf("cleanup=%d\n", static_cast<int>(reinterpret_cast<intptr_t>(arg))); }
+void *as_arg(int i) { return reinterpret_cast<void *>(static_cast<intptr_t>(i)); }
+int from_arg(void *arg) { return static_cast<int>(reinterpret_cast<intptr_t>(arg)); }
+
+void print_index(void *arg) { std::printf("cleanup=%d\n", from_arg(arg)); }
+
+void register_printing(int i) {
+  orb_serv_thr_register_cleanup(print_index, as_arg(i));
+  std::printf("registered=%d\n", i);
+  std::fflush(stdout);
+}
+
+// The clean-up at index 7 registers index 8 while the list runs.
+void print_and_register(void *arg) {
+  print_index(arg);
+  register_printing(8);
+}
+
+int cleanup_reenter() {
+  for (int i = 0; i < 7; ++i) register_printing(i);
+  orb_serv_thr_register_cleanup(print_and_register, as_arg(7));
+  std::printf("registered=7\n");
+  return 0;
+}
+
+// The calling thread's budget, as "cores" when it is the physical core count.
+void print_budget() {
+  const int budget = orb_serv_get_max_threads(), cores = orb_serv_get_ncpus() * orb_serv_get_ncorespercpu();
+  std::printf("budget=%s\n", budget == cores ? "cores" : std::to_string(budget).c_str());
+}
+
+// 997 and 998: local settings no machine's core count matches.
+int cleanup_explicit() {
+  orb_serv_thr_register_cleanup(print_index, as_arg(0));
+  std::printf("previous=%d\n", orb_serv_set_num_threads_local(997));
+  orb_serv_thr_register_cleanup(print_index, as_arg(1));
+  print_budget();
+  orb_serv_thr_cleanup();
+  std::printf("cleaned\n");
+  print_budget();
+  std::printf("previous=%d\n", orb_serv_set_num_threads_local(998));
+  print_budget();
+  return 0;
+}
 
 int verbose_lines(int iface, int threads) {
   std::atomic<int> waiting{threads};
@@ -114,13 +158,11 @@ int main(int argc, char **argv) {
     return 0;
   }
   if (mode == "cleanup" && argc == 3) {
-    for (int i = 0; i < std::atoi(argv[2]); ++i) {
-      orb_serv_thr_register_cleanup(print_index, reinterpret_cast<void *>(static_cast<intptr_t>(i)));
-      std::printf("registered=%d\n", i);
-      std::fflush(stdout);
-    }
+    for (int i = 0; i < std::atoi(argv[2]); ++i) register_printing(i);
     return 0;
   }
+  if (mode == "cleanup-reenter") return cleanup_reenter();
+  if (mode == "cleanup-explicit") return cleanup_explicit();
   if (mode == "header" && argc == 3) {
     orb_serv_print_verbose_header(std::atoi(argv[2]));
     orb_serv_print_verbose_header(std::atoi(argv[2]));

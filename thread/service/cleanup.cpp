@@ -1,9 +1,11 @@
 // The clean-up list: at most 8 (function, argument) pairs run in reverse order
-// of registration when the library is unloaded.
+// of registration when the library is unloaded, or when a program asks.
 //
 // Registration and execution take two different locks on purpose: a clean-up
-// function may itself need to register (or a registration may race with an
-// explicit clean-up) without deadlocking on one lock.
+// function may itself register without deadlocking on one lock.  Such an entry
+// becomes the last of the list and runs next, in the same pass, before the
+// entries registered earlier; it cannot hit the limit of 8 on the entry that
+// registers it, which is removed before its function is called.
 #include <orb/orb_service.h>
 
 namespace {

@@ -1,0 +1,55 @@
+// The clean-up list, each case in a fresh probe process (the list and the
+// local-setting key belong to the process): order at unload, the limit of
+// eight, a clean-up that registers another while the list runs, and an
+// explicit run and the local setting after it.
+#include <gtest/gtest.h>
+
+#include "process.hpp"
+
+namespace orb::test {
+namespace {
+
+struct CleanupCase {
+  const char *what;
+  std::vector<std::string> args;
+  int exit_code;
+  std::string out;  // everything the probe prints
+};
+void PrintTo(const CleanupCase &c, std::ostream *os) { *os << c.what; }
+class CleanupList : public ::testing::TestWithParam<CleanupCase> {};
+
+TEST_P(CleanupList, RunsEachEntryOnceLastFirst) {
+  const CleanupCase &c = GetParam();
+  const ProbeResult r = run_probe(c.args);
+  EXPECT_EQ(r.exit_code, c.exit_code) << r.err;
+  EXPECT_EQ(r.out, c.out);
+}
+
+std::string lines(const char *key, std::initializer_list<int> values) {
+  std::string s;
+  for (int v : values) s += std::string(key) + "=" + std::to_string(v) + "\n";
+  return s;
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Cases, CleanupList,
+    ::testing::Values(
+        CleanupCase{"reverse order at unload", {"cleanup", "3"}, 0,
+                    lines("registered", {0, 1, 2}) + lines("cleanup", {2, 1, 0})},
+        // A ninth registration ends the process with code 3; the eight still run.
+        CleanupCase{"ninth registration", {"cleanup", "9"}, 3,
+                    lines("registered", {0, 1, 2, 3, 4, 5, 6, 7}) + lines("cleanup", {7, 6, 5, 4, 3, 2, 1, 0})},
+        // The full list's last clean-up registers another as it runs: its own
+        // entry is already gone, so the list has room, and the new entry runs
+        // next, before the older ones.
+        CleanupCase{"registered while the list runs", {"cleanup-reenter"}, 0,
+                    lines("registered", {0, 1, 2, 3, 4, 5, 6, 7}) + "cleanup=7\nregistered=8\n" +
+                        lines("cleanup", {8, 6, 5, 4, 3, 2, 1, 0})},
+        // An explicit run empties the list (nothing runs again at unload) and
+        // deletes the local-setting key: the thread's setting of 997 is gone,
+        // and a new one is kept under a new key.
+        CleanupCase{"explicit run and the local setting", {"cleanup-explicit"}, 0,
+                    "previous=0\nbudget=997\ncleanup=1\ncleanup=0\ncleaned\nbudget=cores\nprevious=0\nbudget=998\n"}));
+
+}  // namespace
+}  // namespace orb::test
