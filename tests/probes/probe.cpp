@@ -8,6 +8,8 @@
 //   probe cleanup N             registers N clean-ups that print their index at unload
 //   probe cleanup-reenter       fills the clean-up list; the last clean-up registers another as it runs
 //   probe cleanup-explicit      runs the clean-up list itself, around a thread's local setting
+//   probe cleanup-race ROUNDS   registers ROUNDS clean-ups while another thread keeps running the list,
+//                               and reports how many ran other than once
 //   probe header IFACE          prints the verbose header twice (only the first may appear)
 //   probe lines IFACE THREADS   THREADS threads report one call each, all at once
 //   probe calls fortran32|fortran64|cblas
@@ -19,6 +21,7 @@
 #include <dirent.h>
 
 #include <atomic>
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -106,6 +109,43 @@ int cleanup_explicit() {
   return 0;
 }
 
+std::vector<std::atomic<int>> *race_runs;
+std::atomic<int> race_total{0};
+
+void count_run(void *arg) {
+  (*race_runs)[static_cast<size_t>(from_arg(arg))].fetch_add(1);
+  race_total.fetch_add(1);
+}
+
+int cleanup_race(int rounds) {
+  std::vector<std::atomic<int>> runs(static_cast<size_t>(rounds));
+  race_runs = &runs;
+  std::atomic<bool> registering{true};
+  std::thread cleaner([&] {
+    while (registering.load()) orb_serv_thr_cleanup();
+  });
+  int registered = 0;
+  for (; registered < rounds; ++registered) {
+    // Keep the list below its 8 entries.  An entry that is lost never runs:
+    // stop registering when the others stay this far behind for a second.
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(1);
+    while (registered - race_total.load() >= 6 && std::chrono::steady_clock::now() < deadline)
+      std::this_thread::yield();
+    if (registered - race_total.load() >= 6) break;
+    orb_serv_thr_register_cleanup(count_run, as_arg(registered));
+  }
+  registering = false;
+  cleaner.join();
+  orb_serv_thr_cleanup();
+  int lost = rounds - registered, repeated = 0;
+  for (const auto &r : runs) {
+    lost += r.load() == 0;
+    repeated += r.load() > 1;
+  }
+  std::printf("lost=%d\nrepeated=%d\n", lost, repeated);
+  return 0;
+}
+
 int verbose_lines(int iface, int threads) {
   std::atomic<int> waiting{threads};
   std::vector<std::thread> pool;
@@ -163,6 +203,7 @@ int main(int argc, char **argv) {
   }
   if (mode == "cleanup-reenter") return cleanup_reenter();
   if (mode == "cleanup-explicit") return cleanup_explicit();
+  if (mode == "cleanup-race" && argc == 3) return cleanup_race(std::atoi(argv[2]));
   if (mode == "header" && argc == 3) {
     orb_serv_print_verbose_header(std::atoi(argv[2]));
     orb_serv_print_verbose_header(std::atoi(argv[2]));

@@ -1,7 +1,7 @@
 // The clean-up list, each case in a fresh probe process (the list and the
 // local-setting key belong to the process): order at unload, the limit of
-// eight, a clean-up that registers another while the list runs, and an
-// explicit run and the local setting after it.
+// eight, a clean-up that registers another while the list runs, an explicit
+// run and the local setting after it, and registrations racing a run.
 #include <gtest/gtest.h>
 
 #include "process.hpp"
@@ -49,7 +49,11 @@ INSTANTIATE_TEST_SUITE_P(
         // deletes the local-setting key: the thread's setting of 997 is gone,
         // and a new one is kept under a new key.
         CleanupCase{"explicit run and the local setting", {"cleanup-explicit"}, 0,
-                    "previous=0\nbudget=997\ncleanup=1\ncleanup=0\ncleaned\nbudget=cores\nprevious=0\nbudget=998\n"}));
+                    "previous=0\nbudget=997\ncleanup=1\ncleanup=0\ncleaned\nbudget=cores\nprevious=0\nbudget=998\n"},
+        // Registration and an explicit run take different locks; entries
+        // registered while another thread runs the list are neither lost nor
+        // run twice.
+        CleanupCase{"registrations racing a run", {"cleanup-race", "20000"}, 0, "lost=0\nrepeated=0\n"}));
 
 }  // namespace
 }  // namespace orb::test
