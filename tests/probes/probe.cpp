@@ -10,7 +10,8 @@
 //   probe cleanup-explicit      runs the clean-up list itself, around a thread's local setting
 //   probe cleanup-race ROUNDS   registers ROUNDS clean-ups while another thread keeps running the list,
 //                               and reports how many ran other than once
-//   probe header IFACE          prints the verbose header twice (only the first may appear)
+//   probe header IFACE [UPDATE] prints the verbose header twice (only the first may appear), with
+//                               UPDATE (0 when absent) as the version's update number
 //   probe lines IFACE THREADS   THREADS threads report one call each, all at once
 //   probe calls fortran32|fortran64|cblas
 //                               calls the standard names once each, for their verbose lines
@@ -38,6 +39,18 @@ void dgemm_64_(const char *, const char *, const int64_t *, const int64_t *, con
 void zgemv_(const char *, const int *, const int *, const ORB_Complex16 *, const ORB_Complex16 *, const int *,
             const ORB_Complex16 *, const int *, const ORB_Complex16 *, ORB_Complex16 *, const int *);
 }
+
+// The version record and processor frequency that the verbose header shows,
+// fixed here in place of the core's, so that the tests compare whole lines.
+namespace {
+int version_update = 0;
+}  // namespace
+
+extern "C" void orb_serv_get_version(OrbVersion *v) {
+  *v = OrbVersion{2, 0, version_update, "Product", "20240131", "x86-64", "Linux"};
+}
+
+extern "C" double orb_serv_get_max_cpu_frequency(void) { return 3.456; }
 
 namespace {
 
@@ -204,7 +217,8 @@ int main(int argc, char **argv) {
   if (mode == "cleanup-reenter") return cleanup_reenter();
   if (mode == "cleanup-explicit") return cleanup_explicit();
   if (mode == "cleanup-race" && argc == 3) return cleanup_race(std::atoi(argv[2]));
-  if (mode == "header" && argc == 3) {
+  if (mode == "header" && (argc == 3 || argc == 4)) {
+    if (argc == 4) version_update = std::atoi(argv[3]);
     orb_serv_print_verbose_header(std::atoi(argv[2]));
     orb_serv_print_verbose_header(std::atoi(argv[2]));
     return 0;
