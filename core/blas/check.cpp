@@ -2,6 +2,7 @@
 // they ask the same question before they cut a problem into pieces, so that an
 // illegal call is reported once, for the caller's own arguments, and never
 // reaches a piece.  The rules themselves live in blas_rules.hpp.
+#include <orb/internal/orb_kernels.h>
 #include <orb/orb_blas.h>
 
 #include "blas_rules.hpp"

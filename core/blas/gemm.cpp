@@ -12,6 +12,7 @@
 #include "blas/scale.hpp"
 #include "service/report.hpp"
 
+#include <orb/internal/orb_kernels.h>
 #include <orb/orb_blas.h>
 
 #include <type_traits>

@@ -8,6 +8,7 @@
 #include "blas/scale.hpp"
 #include "service/report.hpp"
 
+#include <orb/internal/orb_kernels.h>
 #include <orb/orb_blas.h>
 #include <orb/orb_service.h>
 

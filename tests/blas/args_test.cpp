@@ -1,5 +1,6 @@
 // Illegal arguments: reported once, with the standard parameter number, and
 // nothing written, whether the call meets the kernel or a threaded driver.
+#include <orb/internal/orb_kernels.h>
 #include "hooks.hpp"
 #include "interpose.hpp"
 

@@ -1,3 +1,4 @@
+#include <orb/internal/orb_kernels.h>
 #include "interpose.hpp"
 
 #include "hooks.hpp"

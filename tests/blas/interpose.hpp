@@ -4,6 +4,7 @@
 // over the core's, record each call and forward it.
 #pragma once
 
+#include <orb/internal/orb_kernels.h>
 #include <orb/orb_blas.h>
 #include <orb/orb_service.h>
 

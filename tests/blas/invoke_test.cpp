@@ -1,4 +1,5 @@
 // The worker launcher, with and without an affinity partitioner reused across arenas.
+#include <orb/internal/orb_kernels.h>
 #include <orb/orb_blas.h>
 
 #include <gtest/gtest.h>

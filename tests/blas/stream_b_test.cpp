@@ -2,6 +2,7 @@
 // product on every edge of their tiles, their agreement bit for bit, and when
 // orb_blas_xdgemm hands a product to the kernel (seen through the allocation
 // of its packed block, the one call it makes to the allocator).
+#include <orb/internal/orb_kernels.h>
 #include "blas/gemm_stream_b.hpp"
 #include "dense.hpp"
 #include "interpose.hpp"

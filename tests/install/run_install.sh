@@ -37,6 +37,8 @@ case $mode in
 esac
 lib=$root/$libdir
 [ -e "$lib/liborb.so.2" ] || fail "no liborb.so.2 in $lib"
+[ -e "$root/include/orb/orb_cblas.h" ] || fail "no headers in $root/include/orb"
+[ ! -e "$root/include/orb/internal" ] || fail "the libraries' internal headers were installed"
 
 # Runs PROGRAM: it must succeed, and the loader must take liborb_core.so.2
 # (and liborb.so.2, where the program needs it) from the installed library

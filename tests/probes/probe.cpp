@@ -15,6 +15,7 @@
 //   probe lines IFACE THREADS   THREADS threads report one call each, all at once
 //   probe calls fortran32|fortran64|cblas
 //                               calls the standard names once each, for their verbose lines
+#include <orb/internal/orb_kernels.h>
 #include <orb/orb_blas.h>
 #include <orb/orb_cblas.h>
 #include <orb/orb_service.h>

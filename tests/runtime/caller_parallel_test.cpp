@@ -10,6 +10,7 @@
 #include "blas_api.hpp"
 #include "dense.hpp"
 
+#include <orb/internal/orb_kernels.h>
 #include <orb/orb_blas.h>
 #include <orb/orb_service.h>
 #include <orb/orb_threader.h>

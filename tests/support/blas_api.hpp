@@ -3,6 +3,7 @@
 // a test runs the same case through every form.
 #pragma once
 
+#include <orb/internal/orb_kernels.h>
 #include <orb/orb_blas.h>
 #include <orb/orb_cblas.h>
 #include <orb/orb_types.h>

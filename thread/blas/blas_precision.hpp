@@ -6,6 +6,7 @@
 
 #include "blas/gemm_grid.hpp"
 
+#include <orb/internal/orb_kernels.h>
 #include <orb/orb_blas.h>
 
 #include "precision.hpp"

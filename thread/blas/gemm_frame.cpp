@@ -24,13 +24,14 @@
 // own cut, which the frame tries before the grid.
 // In the launcher and in every worker, 'N' and 'n' mean "as stored" and every
 // other character "transposed"; after step 0 only T, t, C and c remain.
-#include "blas/blas_args.hpp"
+#include <orb/internal/blas_args.h>
 #include "blas/gemm_grid.hpp"
 #include "blas/gemm_split_k.hpp"
 #include "blas/blas_precision.hpp"
 #include "blas/level3_frame.hpp"
 #include "blas/lp64.hpp"
 
+#include <orb/internal/orb_kernels.h>
 #include <orb/orb_blas.h>
 #include <orb/orb_service.h>
 

@@ -2,7 +2,7 @@
 // the constants of its grid rule.
 #pragma once
 
-#include "blas/blas_args.hpp"
+#include <orb/internal/blas_args.h>
 #include "partition/grid.hpp"
 
 #include <cstdint>

@@ -21,6 +21,7 @@
 // The complex drivers add one condition, lda == ldb (split_k_extra below): it
 // keeps the complex split to the products it is most often for, long-k Gram
 // and correlation products of two tall operands stored alike, such as A^H A.
+#include <orb/internal/orb_kernels.h>
 #include "blas/gemm_split_k.hpp"
 
 #include "blas/blas_precision.hpp"

@@ -1,7 +1,7 @@
 // The split of a GEMM along its inner dimension.
 #pragma once
 
-#include "blas/blas_args.hpp"
+#include <orb/internal/blas_args.h>
 
 #include <cstdint>
 

@@ -30,11 +30,12 @@
 //
 // The argument record carries trans in transa, x in b with its increment in
 // ldb, and y in c with its increment in ldc.
-#include "blas/blas_args.hpp"
+#include <orb/internal/blas_args.h>
 #include "blas/blas_precision.hpp"
 #include "blas/lp64.hpp"
 #include "partition/blocks.hpp"
 
+#include <orb/internal/orb_kernels.h>
 #include <orb/orb_blas.h>
 #include <orb/orb_service.h>
 

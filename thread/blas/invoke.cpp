@@ -16,9 +16,10 @@
 // it sizes the array to the arena's maximum concurrency x 16 slots and, when
 // the size changes, allocates a new array filled with 0xFF bytes (no affinity
 // recorded yet); deleting it releases the array.
-#include "blas/blas_args.hpp"
+#include <orb/internal/blas_args.h>
 #include "runtime/loop.hpp"
 
+#include <orb/internal/orb_kernels.h>
 #include <orb/orb_blas.h>
 
 extern "C" int64_t orb_blas_invoke_thin_thread(int64_t nthreads, orb_blas_worker_fn worker, blas_args_t *args,

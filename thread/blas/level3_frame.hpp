@@ -10,9 +10,10 @@
 // included, exactly as a sequential library would make it.
 #pragma once
 
-#include "blas/blas_args.hpp"
+#include <orb/internal/blas_args.h>
 #include "partition/grid.hpp"
 
+#include <orb/internal/orb_kernels.h>
 #include <orb/orb_blas.h>
 #include <orb/orb_service.h>
 

@@ -1,0 +1,48 @@
+/* orb: the contract between the three libraries for the dense routines (not
+ * installed).  The threading layer's worker launcher and affinity objects,
+ * the core's sequential kernels that every piece of work ends in, and the
+ * argument checks the drivers ask before they cut a call.  Programs call the
+ * names of orb_blas.h and orb_cblas.h instead. */
+#ifndef ORB_INTERNAL_KERNELS_H
+#define ORB_INTERNAL_KERNELS_H
+
+#include <orb/orb_blas.h>
+
+ORB_BEGIN_DECLS
+
+/* ---- Worker launcher (liborb_tsq_thread.so.2) -------------------------- */
+
+/* The worker launcher: runs worker(i, nthreads, args) for i in [0, nthreads)
+ * on the task runtime and returns when all have finished.  partitioner is an
+ * affinity partitioner object or NULL (every index its own task). */
+struct blas_args_t;
+typedef int64_t (*orb_blas_worker_fn)(int64_t ithr, int64_t nthr, struct blas_args_t *args);
+int64_t orb_blas_invoke_thin_thread(int64_t nthreads, orb_blas_worker_fn worker, struct blas_args_t *args,
+                                    void *partitioner);
+void *orb_blas_new_affinity_partitioner(void);
+void orb_blas_delete_affinity_partitioner(void *partitioner);
+
+/* ---- Sequential kernels (liborb_core.so.2) ----------------------------- */
+
+ORB_GEMM_DECL(xs, float, ORB_INT);
+ORB_GEMM_DECL(xd, double, ORB_INT);
+ORB_GEMM_DECL(xc, ORB_Complex8, ORB_INT);
+ORB_GEMM_DECL(xz, ORB_Complex16, ORB_INT);
+ORB_GEMV_DECL(orb_blas_xsgemv, float, ORB_INT);
+ORB_GEMV_DECL(orb_blas_xdgemv, double, ORB_INT);
+ORB_GEMV_DECL(orb_blas_xcgemv, ORB_Complex8, ORB_INT);
+ORB_GEMV_DECL(orb_blas_xzgemv, ORB_Complex16, ORB_INT);
+
+/* Argument checks of the kernels above, in the standard BLAS order: the
+ * number of the first illegal argument, or 0 when the call is legal.  The
+ * scalars alpha and beta are only tested for being present.  The threaded
+ * drivers ask these before cutting a call into pieces. */
+int orb_blas_check_gemm(const char *transa, const char *transb, const ORB_INT *m, const ORB_INT *n,
+                        const ORB_INT *k, const void *alpha, const ORB_INT *lda, const ORB_INT *ldb,
+                        const void *beta, const ORB_INT *ldc);
+int orb_blas_check_gemv(const char *trans, const ORB_INT *m, const ORB_INT *n, const void *alpha,
+                        const ORB_INT *lda, const ORB_INT *incx, const void *beta, const ORB_INT *incy);
+
+ORB_END_DECLS
+
+#endif
