@@ -2,6 +2,7 @@
 #include "interpose.hpp"
 
 #include "hooks.hpp"
+#include "precision.hpp"
 
 #include <cstring>
 #include <mutex>
@@ -11,6 +12,12 @@ namespace {
 std::mutex lock;
 Observed record;
 bool failing = false, strict_mode = false;
+
+template <class Call>
+void remember(std::vector<Call> Observed::*calls, const Call &call) {
+  std::lock_guard<std::mutex> g(lock);
+  (record.*calls).push_back(call);
+}
 }  // namespace
 
 void observe(bool fail_alloc, bool strict) {
@@ -30,24 +37,21 @@ Observed observed() {
 
 using namespace orb::test;
 
-// Calls with a null argument (illegal ones) are forwarded unrecorded.
-extern "C" ORB_GEMM_DECL(xd, double, ORB_INT) {
-  if (m && n && k && ldc && beta) {
-    std::lock_guard<std::mutex> g(lock);
-    record.gemm.push_back({m, *m, *n, *k, *ldc, a, b, c, *beta});
+// The kernels of both families in every precision.  Calls with a null
+// argument (illegal ones) are forwarded unrecorded.
+#define ORB_TEST_KERNELS(p, P, T)                                                                             \
+  extern "C" ORB_GEMM_DECL(x##p, T, ORB_INT) {                                                                \
+    if (m && n && k && ldc && beta)                                                                           \
+      remember(&Observed::gemm, GemmCall{m, *m, *n, *k, *ldc, a, b, c, orb::real_part(*beta)});               \
+    static const auto real = ORB_TEST_NEXT(orb_blas_x##p##gemm);                                              \
+    real(transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);                                       \
+  }                                                                                                           \
+  extern "C" ORB_GEMV_DECL(orb_blas_x##p##gemv, T, ORB_INT) {                                                 \
+    if (trans && m && n && incx && incy) remember(&Observed::gemv, GemvCall{*trans, *m, *n, *incx, *incy}); \
+    static const auto real = ORB_TEST_NEXT(orb_blas_x##p##gemv);                                              \
+    real(trans, m, n, alpha, a, lda, x, incx, beta, y, incy);                                                 \
   }
-  static const auto real = ORB_TEST_NEXT(orb_blas_xdgemm);
-  real(transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
-}
-
-extern "C" ORB_GEMV_DECL(orb_blas_xdgemv, double, ORB_INT) {
-  if (trans && m && n && incx && incy) {
-    std::lock_guard<std::mutex> g(lock);
-    record.gemv.push_back({*trans, *m, *n, *incx, *incy});
-  }
-  static const auto real = ORB_TEST_NEXT(orb_blas_xdgemv);
-  real(trans, m, n, alpha, a, lda, x, incx, beta, y, incy);
-}
+ORB_FOR_EACH_PRECISION(ORB_TEST_KERNELS)
 
 // Scratch comes back filled with NaN, so a partial buffer that is summed
 // without having been written shows in the result.

@@ -1,7 +1,8 @@
 // What the threaded BLAS drivers ask of the core, observed from the test
-// executable: its definitions of orb_blas_xdgemm, orb_blas_xdgemv,
-// orb_serv_allocate, orb_serv_deallocate and orb_serv_cbwr_get take precedence
-// over the core's, record each call and forward it.
+// executable: its definitions of the kernels orb_blas_x?gemm and
+// orb_blas_x?gemv (every precision), orb_serv_allocate, orb_serv_deallocate
+// and orb_serv_cbwr_get take precedence over the core's, record each call and
+// forward it.
 #pragma once
 
 #include <orb/internal/orb_kernels.h>
@@ -12,11 +13,12 @@
 
 namespace orb::test {
 
+//! A kernel call; the operands as the element type's addresses, beta's real part.
 struct GemmCall {
   const ORB_INT *m_ptr;
   ORB_INT m, n, k, ldc;
-  const double *a, *b;
-  double *c;
+  const void *a, *b;
+  void *c;
   double beta;
 };
 
