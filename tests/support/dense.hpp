@@ -12,6 +12,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <limits>
+#include <string>
 #include <type_traits>
 
 namespace orb::test {
@@ -46,6 +47,17 @@ template <class F>
 void for_each_precision(F &&f) {
   f(float{}), f(double{}), f(ORB_Complex8{}), f(ORB_Complex16{});
 }
+
+//! The results fixture of every layer, typed over the four element types:
+//! TYPED_TEST(Results, Family) runs once per precision, named by its letter.
+template <class T>
+class Results : public ::testing::Test {};
+struct PrecisionLetter {
+  template <class T>
+  static std::string GetName(int) { return {letter_v<T>}; }
+};
+using Precisions = ::testing::Types<float, double, ORB_Complex8, ORB_Complex16>;
+TYPED_TEST_SUITE(Results, Precisions, PrecisionLetter);
 
 template <class T>
 constexpr long double unit_roundoff() {
