@@ -133,8 +133,7 @@ TEST_P(IllegalArguments, AreReportedByTheirNumberAndWriteNothing) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Forms, IllegalArguments,
-                         ::testing::Values(Form::Fortran32, Form::Fortran64, Form::CblasColumn, Form::CblasRow),
+INSTANTIATE_TEST_SUITE_P(Forms, IllegalArguments, ::testing::ValuesIn(orb::test::kForms),
                          [](const auto &info) { return std::string(orb::test::form_name(info.param)); });
 
 // Each precision reports under its own name; a missing scalar, which Fortran

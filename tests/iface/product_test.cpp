@@ -42,43 +42,35 @@ void gemv_case(Form form, char t, int m, int n, int incx, int incy, Scalars s) {
                 });
 }
 
-class Products : public ::testing::TestWithParam<Form> {};
-
-TEST_P(Products, GemmMatchesNaiveProduct) {
+TYPED_TEST(Results, GemmThroughEveryNameForm) {
+  using T = TypeParam;
   // n = 1 is a matrix-vector product inside; 65 x 33 spans several tiles.
   const int shapes[][3] = {{5, 4, 3}, {1, 1, 1}, {7, 1, 6}, {0, 3, 2}, {4, 3, 0}, {65, 33, 70}};
-  for_each_precision([&](auto type) {
+  for (Form form : kForms)
     for (const char *t : {"NN", "NT", "TN", "TT", "CN", "NC", "CT", "nt"})
       for (const auto &sh : shapes)
         for (const Scalars &s : kScalars) {
-          SCOPED_TRACE(::testing::Message() << letter_v<decltype(type)> << ' ' << t << " m=" << sh[0] << " n=" << sh[1]
+          SCOPED_TRACE(::testing::Message() << form_name(form) << ' ' << t << " m=" << sh[0] << " n=" << sh[1]
                                             << " k=" << sh[2] << " alpha=" << s.alpha);
-          using T = decltype(type);
-          check_gemm<T>(GetParam() == Form::CblasRow, t[0], t[1], sh[0], sh[1], sh[2], s.alpha, s.beta, {2, 1, 3},
+          check_gemm<T>(form == Form::CblasRow, t[0], t[1], sh[0], sh[1], sh[2], s.alpha, s.beta, {2, 1, 3},
                         [&](T alpha, const T *a, ORB_INT lda, const T *b, ORB_INT ldb, T beta, T *c, ORB_INT ldc) {
-                          call_gemm<T>(GetParam(), t[0], t[1], sh[0], sh[1], sh[2], alpha, a, lda, b, ldb, beta, c, ldc);
+                          call_gemm<T>(form, t[0], t[1], sh[0], sh[1], sh[2], alpha, a, lda, b, ldb, beta, c, ldc);
                         });
         }
-  });
 }
 
-TEST_P(Products, GemvMatchesNaiveProduct) {
+TYPED_TEST(Results, GemvThroughEveryNameForm) {
   const int shapes[][2] = {{5, 4}, {1, 1}, {0, 3}, {3, 0}, {67, 45}}, incs[][2] = {{1, 1}, {2, -3}, {-1, 2}};
-  for_each_precision([&](auto type) {
+  for (Form form : kForms)
     for (char t : {'N', 'T', 'C', 't'})
       for (const auto &sh : shapes)
         for (const auto &inc : incs)
           for (const Scalars &s : kScalars) {
-            SCOPED_TRACE(::testing::Message() << letter_v<decltype(type)> << ' ' << t << " m=" << sh[0] << " n="
-                                              << sh[1] << " incx=" << inc[0] << " incy=" << inc[1] << " alpha=" << s.alpha);
-            gemv_case<decltype(type)>(GetParam(), t, sh[0], sh[1], inc[0], inc[1], s);
+            SCOPED_TRACE(::testing::Message() << form_name(form) << ' ' << t << " m=" << sh[0] << " n=" << sh[1]
+                                              << " incx=" << inc[0] << " incy=" << inc[1] << " alpha=" << s.alpha);
+            gemv_case<TypeParam>(form, t, sh[0], sh[1], inc[0], inc[1], s);
           }
-  });
 }
-
-INSTANTIATE_TEST_SUITE_P(Forms, Products,
-                         ::testing::Values(Form::Fortran32, Form::Fortran64, Form::CblasColumn, Form::CblasRow),
-                         [](const auto &info) { return std::string(form_name(info.param)); });
 
 // The conjugate transpose of a row-major complex matrix needs conj(x) in
 // scratch; refused, it runs in blocks from a small buffer on the stack, which

@@ -33,6 +33,7 @@ ORB_TEST_NAMES(z, ORB_Complex16)
 namespace orb::test {
 
 enum class Form { Fortran32, Fortran64, CblasColumn, CblasRow };
+constexpr Form kForms[] = {Form::Fortran32, Form::Fortran64, Form::CblasColumn, Form::CblasRow};
 
 inline const char *form_name(Form f) {
   static const char *names[] = {"Fortran32", "Fortran64", "CblasColumn", "CblasRow"};

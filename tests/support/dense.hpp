@@ -42,12 +42,6 @@ constexpr char letter_v = std::is_same_v<T, float>    ? 's'
                           : sizeof(T) == 8            ? 'c'
                                                       : 'z';
 
-//! Calls f with a value of each element type in turn.
-template <class F>
-void for_each_precision(F &&f) {
-  f(float{}), f(double{}), f(ORB_Complex8{}), f(ORB_Complex16{});
-}
-
 //! The results fixture of every layer, typed over the four element types:
 //! TYPED_TEST(Results, Family) runs once per precision, named by its letter.
 template <class T>

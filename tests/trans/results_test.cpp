@@ -142,14 +142,12 @@ std::vector<std::string> codes(int letters) {
   return all;
 }
 
-class TransCodes : public ::testing::TestWithParam<std::string> {};
-
-TEST_P(TransCodes, MatchNaiveReference) {
-  const std::string c = GetParam();
-  for_each_precision([&](auto t) { every_case<decltype(t)>(c[0], c[1]); });
+TYPED_TEST(Results, CopiesMatchNaiveReference) {
+  for (const std::string &c : codes(2)) {
+    SCOPED_TRACE(c);
+    every_case<TypeParam>(c[0], c[1]);
+  }
 }
-
-INSTANTIATE_TEST_SUITE_P(All, TransCodes, ::testing::ValuesIn(codes(2)));
 
 // ---- Additions: C := alpha op(A) + beta op(B) ----
 
@@ -195,14 +193,12 @@ void every_case(char ord, char ta, char tb) {
   if (!transposes(ta)) add_case<T>(ord, ta, tb, 6, 4, alpha, beta, true);
 }
 
-class AddCodes : public ::testing::TestWithParam<std::string> {};
-
-TEST_P(AddCodes, MatchNaiveReference) {
-  const std::string c = GetParam();
-  for_each_precision([&](auto t) { every_case<decltype(t)>(c[0], c[1], c[2]); });
+TYPED_TEST(Results, AdditionsMatchNaiveReference) {
+  for (const std::string &c : codes(3)) {
+    SCOPED_TRACE(c);
+    every_case<TypeParam>(c[0], c[1], c[2]);
+  }
 }
-
-INSTANTIATE_TEST_SUITE_P(All, AddCodes, ::testing::ValuesIn(codes(3)));
 
 }  // namespace
 }  // namespace orb::test
