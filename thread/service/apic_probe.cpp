@@ -11,6 +11,8 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include "scratch.hpp"
+
 namespace orb::thr {
 
 namespace {
@@ -94,15 +96,10 @@ bool probe_apic_ids(int processors, ProbeCounts &probe) {
   const CpuidLayout layout = cpuid_layout();
   const int n = processors < kMaxProcessors ? processors : kMaxProcessors;
   if (n <= 0) return false;
-  auto *core_ids = static_cast<unsigned char *>(orb_serv_malloc(n, 64));
-  auto *package_ids = static_cast<unsigned char *>(orb_serv_malloc(n, 64));
-  auto *distinct = static_cast<unsigned char *>(orb_serv_malloc(n, 64));
-  if (!core_ids || !package_ids || !distinct) {
-    orb_serv_free(core_ids);
-    orb_serv_free(package_ids);
-    orb_serv_free(distinct);
-    return false;
-  }
+  const orb::Scratch<unsigned char> core_buf(n, 64, orb::Allocator::plain), package_buf(n, 64, orb::Allocator::plain),
+      distinct_buf(n, 64, orb::Allocator::plain);
+  if (!core_buf || !package_buf || !distinct_buf) return false;
+  unsigned char *core_ids = core_buf.get(), *package_ids = package_buf.get(), *distinct = distinct_buf.get();
 
   int probed = 0, packages = 0;
   for (int bit = 0; bit < kMaxProcessors && probed < n; ++bit) {
@@ -133,10 +130,6 @@ bool probe_apic_ids(int processors, ProbeCounts &probe) {
       ++physical;
     }
   }
-  orb_serv_free(core_ids);
-  orb_serv_free(package_ids);
-  orb_serv_free(distinct);
-
   probe.physical_cores = physical;
   probe.distinct_packages = packages;
   probe.probed = probed;
