@@ -200,7 +200,8 @@ const char *gemm_usage() {
          "  --time S       timed seconds per library and shape (default 1; 0.15 with --quick)\n"
          "  --rounds R     least interleaved batches per library, also the least number of timed calls\n"
          "                 (default 10; 6 with --quick)\n"
-         "  --shape SHAPE  measure this shape instead of the list: [s|d|z:]N or [s|d|z:]MxNxK\n"
+         "  --shape SHAPE  measure this shape instead of the list: [s|d|z:][OPS:]N or [s|d|z:][OPS:]MxNxK,\n"
+         "                 OPS the ops of A and B, each N, T or C (d:TN:2000: A transposed)\n"
          "  --only KEYS    measure only these of orb,serial,openblas,blis\n";
 }
 

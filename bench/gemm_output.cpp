@@ -114,14 +114,14 @@ bool write_csv(const std::string &path, const GemmRun &run, std::string &error) 
     error = "cannot write " + path;
     return false;
   }
-  out << "prec,m,n,k,group,library,threads,gflops,gflops_median,best_s,median_s,calls,max_rel_diff,check,"
+  out << "prec,m,n,k,ops,group,library,threads,gflops,gflops_median,best_s,median_s,calls,max_rel_diff,check,"
          "ratio_serial,ratio_best_peer\n";
   for (const ShapeResult &r : run.shapes) {
     const std::string rs = json_number(ratio_to_serial(run, r)), rp = json_number(ratio_to_best_peer(run, r));
     for (size_t i = 0; i < run.libraries.size(); ++i) {
       const LibraryResult &l = r.libs[i];
       out << precision_letter(r.shape.prec) << ',' << r.shape.m << ',' << r.shape.n << ',' << r.shape.k << ','
-          << r.shape.group << ',' << run.libraries[i].key << ',' << run.libraries[i].threads << ',';
+          << r.shape.transa << r.shape.transb << ',' << r.shape.group << ',' << run.libraries[i].key << ',' << run.libraries[i].threads << ',';
       if (l.measured)
         out << json_number(gflops(r, i)) << ',' << json_number(gflops(r, i, true)) << ','
             << json_number(l.timing.best_s) << ',' << json_number(l.timing.median_s) << ',' << l.timing.reps << ','
@@ -160,7 +160,7 @@ bool write_json(const std::string &path, const GemmRun &run, std::string &error)
     const int peer = best_peer(run, r);
     j << (s ? "," : "") << "\n    {\"name\": " << json_string(shape_name(r.shape)) << ", \"prec\": \""
       << precision_letter(r.shape.prec) << "\", \"m\": " << r.shape.m << ", \"n\": " << r.shape.n
-      << ", \"k\": " << r.shape.k << ", \"group\": " << json_string(r.shape.group)
+      << ", \"k\": " << r.shape.k << ", \"ops\": \"" << r.shape.transa << r.shape.transb << "\", \"group\": " << json_string(r.shape.group)
       << ", \"flops\": " << json_number(gemm_flops(r.shape)) << ", \"rounds\": " << r.rounds << ", \"tolerance\": " << json_number(r.tolerance)
       << ", \"others_cpu_share\": " << (r.others_share >= 0 ? json_number(r.others_share) : "null")
       << ",\n     \"ratio_serial\": " << json_number(ratio_to_serial(run, r))

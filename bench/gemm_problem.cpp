@@ -110,24 +110,25 @@ void GemmProblem::call(const GemmLibrary &lib) {
   void *fn = lib.entries.get(shape_.prec);
   const void *alpha = shape_.prec == Precision::s ? static_cast<const void *>(alpha_s_) : alpha_;
   const void *beta = shape_.prec == Precision::s ? static_cast<const void *>(beta_s_) : beta_;
-  const char no = 'N';
+  const char *ta = &shape_.transa, *tb = &shape_.transb;
+  // A is stored m x k, or k x m when transposed; B k x n, or n x k.
+  const int64_t lda = shape_.transa == 'N' ? shape_.m : shape_.k, ldb = shape_.transb == 'N' ? shape_.k : shape_.n;
   switch (lib.abi) {
     case CallAbi::orb: {
-      const ORB_INT m = shape_.m, n = shape_.n, k = shape_.k;
-      reinterpret_cast<OrbGemm>(fn)(&no, &no, &m, &n, &k, alpha, a_.data(), &m, b_.data(), &k, beta, c_.data(),
-                                    &m);
+      const ORB_INT m = shape_.m, n = shape_.n, k = shape_.k, la = lda, lb = ldb;
+      reinterpret_cast<OrbGemm>(fn)(ta, tb, &m, &n, &k, alpha, a_.data(), &la, b_.data(), &lb, beta, c_.data(), &m);
       break;
     }
     case CallAbi::fortran_ilp64: {
       const int64_t m = shape_.m, n = shape_.n, k = shape_.k;
-      reinterpret_cast<FortranGemm<int64_t>>(fn)(&no, &no, &m, &n, &k, alpha, a_.data(), &m, b_.data(), &k, beta,
+      reinterpret_cast<FortranGemm<int64_t>>(fn)(ta, tb, &m, &n, &k, alpha, a_.data(), &lda, b_.data(), &ldb, beta,
                                                  c_.data(), &m, 1, 1);
       break;
     }
     case CallAbi::fortran_lp64: {
       const auto m = static_cast<int32_t>(shape_.m), n = static_cast<int32_t>(shape_.n),
-                 k = static_cast<int32_t>(shape_.k);
-      reinterpret_cast<FortranGemm<int32_t>>(fn)(&no, &no, &m, &n, &k, alpha, a_.data(), &m, b_.data(), &k, beta,
+                 k = static_cast<int32_t>(shape_.k), la = static_cast<int32_t>(lda), lb = static_cast<int32_t>(ldb);
+      reinterpret_cast<FortranGemm<int32_t>>(fn)(ta, tb, &m, &n, &k, alpha, a_.data(), &la, b_.data(), &lb, beta,
                                                  c_.data(), &m, 1, 1);
       break;
     }

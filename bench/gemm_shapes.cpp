@@ -10,6 +10,9 @@ namespace {
 
 GemmShape square(int64_t n, Precision p = Precision::d) { return {p, n, n, n, "square"}; }
 GemmShape shape(int64_t m, int64_t n, int64_t k, const char *group) { return {Precision::d, m, n, k, group}; }
+GemmShape transposed(const char *ops, int64_t n) { return {Precision::d, n, n, n, "transposed", ops[0], ops[1]}; }
+
+bool is_op(char c) { return c == 'N' || c == 'T' || c == 'C'; }
 
 // Reads a positive decimal integer at `s`, advancing past it.
 bool read_size(const char *&s, int64_t &value) {
@@ -39,6 +42,8 @@ std::vector<GemmShape> full_shapes() {
       shape(64, 256, 20000, "long-k"),
       square(2000, Precision::s),
       square(2000, Precision::z),
+      transposed("TN", 2000),
+      transposed("NT", 2000),
   };
 }
 
@@ -58,6 +63,11 @@ bool parse_shape(const std::string &text, GemmShape &out) {
     }
     p += 2;
   }
+  if (is_op(p[0]) && is_op(p[1]) && p[2] == ':') {
+    s.transa = p[0];
+    s.transb = p[1];
+    p += 3;
+  }
   if (!read_size(p, s.m)) return false;
   if (*p == '\0') {
     s.n = s.k = s.m;
@@ -67,6 +77,7 @@ bool parse_shape(const std::string &text, GemmShape &out) {
     if (*p++ != 'x' || !read_size(p, s.k) || *p != '\0') return false;
     s.group = (s.m == s.n && s.n == s.k) ? "square" : "custom";
   }
+  if (s.transa != 'N' || s.transb != 'N') s.group = s.group == "square" ? "transposed" : "custom";
   out = s;
   return true;
 }
@@ -74,8 +85,9 @@ bool parse_shape(const std::string &text, GemmShape &out) {
 char precision_letter(Precision p) { return p == Precision::s ? 's' : p == Precision::d ? 'd' : 'z'; }
 
 std::string shape_name(const GemmShape &s) {
-  return std::string(1, precision_letter(s.prec)) + "gemm " + std::to_string(s.m) + "x" + std::to_string(s.n) +
-         "x" + std::to_string(s.k);
+  const std::string ops = s.transa == 'N' && s.transb == 'N' ? "" : std::string{s.transa, s.transb, ' '};
+  return std::string(1, precision_letter(s.prec)) + "gemm " + ops + std::to_string(s.m) + "x" +
+         std::to_string(s.n) + "x" + std::to_string(s.k);
 }
 
 double gemm_flops(const GemmShape &s) {

@@ -29,7 +29,8 @@ TEST_P(ParseShape, ReadsPrecisionAndSizesOrLeavesTheShapeAlone) {
   s.m = -7;
   ASSERT_EQ(parse_shape(c.text, s), c.ok);
   const GemmShape w = c.ok ? c.expected : GemmShape{Precision::d, -7, 0, 0, ""};
-  EXPECT_EQ(std::make_tuple(s.prec, s.m, s.n, s.k, s.group), std::make_tuple(w.prec, w.m, w.n, w.k, w.group));
+  EXPECT_EQ(std::make_tuple(s.prec, s.m, s.n, s.k, s.group, s.transa, s.transb),
+            std::make_tuple(w.prec, w.m, w.n, w.k, w.group, w.transa, w.transb));
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -40,7 +41,16 @@ INSTANTIATE_TEST_SUITE_P(
                       ShapeCase{"d:7x7x7", true, {Precision::d, 7, 7, 7, "square"}}, ShapeCase{"", false},
                       ShapeCase{"c:100", false}, ShapeCase{"100x100", false}, ShapeCase{"100x100x", false},
                       ShapeCase{"100x100x100x1", false}, ShapeCase{"0", false}, ShapeCase{"-5", false},
-                      ShapeCase{"10y10y10", false}, ShapeCase{"3000000000", false}, ShapeCase{"d:", false}));
+                      ShapeCase{"10y10y10", false}, ShapeCase{"3000000000", false}, ShapeCase{"d:", false},
+                      ShapeCase{"d:TN:2000", true, {Precision::d, 2000, 2000, 2000, "transposed", 'T', 'N'}},
+                      ShapeCase{"NC:5x6x7", true, {Precision::d, 5, 6, 7, "custom", 'N', 'C'}},
+                      ShapeCase{"z:NN:9", true, {Precision::z, 9, 9, 9, "square"}}, ShapeCase{"TX:9", false},
+                      ShapeCase{"TN9", false}, ShapeCase{"TN:", false}, ShapeCase{"tn:9", false}));
+
+TEST(ShapeName, NamesTheOpsOnlyWhenAnOperandIsTransposed) {
+  EXPECT_EQ(shape_name({Precision::d, 4, 5, 6, "custom"}), "dgemm 4x5x6");
+  EXPECT_EQ(shape_name({Precision::z, 4, 5, 6, "custom", 'N', 'T'}), "zgemm NT 4x5x6");
+}
 
 TEST(GemmFlops, ComplexCountsFourRealProductsPerTerm) {
   EXPECT_DOUBLE_EQ(gemm_flops({Precision::d, 10, 20, 30, "custom"}), 12000.0);
@@ -92,6 +102,50 @@ TEST_P(ResultCheck, PassesEveryConventionAndCatchesWrongProducts) {
 
 INSTANTIATE_TEST_SUITE_P(Precisions, ResultCheck, ::testing::Values(Precision::s, Precision::d, Precision::z),
                          [](const auto &info) { return ::testing::PrintToString(info.param); });
+
+// What a library was handed: the two ops and the three leading dimensions.
+struct Handed {
+  char ta, tb;
+  int64_t lda, ldb, ldc;
+};
+Handed handed;
+
+template <class I, class... Lengths>
+void record(const char *ta, const char *tb, const I *, const I *, const I *, const void *, const void *, const I *lda,
+            const void *, const I *ldb, const void *, void *, const I *ldc, Lengths...) {
+  handed = {*ta, *tb, *lda, *ldb, *ldc};
+}
+
+struct OpsCase {
+  char ta, tb;
+  int64_t lda, ldb;  // of a 3 x 4 product with k = 5
+};
+class TransposedCall : public ::testing::TestWithParam<std::tuple<CallAbi, OpsCase>> {};
+
+// A leading dimension that does not follow the op reads outside the operand or the wrong elements.
+TEST_P(TransposedCall, PassesTheOpsWithTheStoredOperandsLeadingDimensions) {
+  const auto [abi, c] = GetParam();
+  GemmLibrary lib;
+  lib.abi = abi;
+  void *fn = abi == CallAbi::orb            ? reinterpret_cast<void *>(record<int64_t>)
+             : abi == CallAbi::fortran_lp64 ? reinterpret_cast<void *>(record<int32_t, size_t, size_t>)
+                                            : reinterpret_cast<void *>(record<int64_t, size_t, size_t>);
+  lib.entries = {fn, fn, fn};
+  GemmProblem p({Precision::d, 3, 4, 5, "custom", c.ta, c.tb});
+  handed = {};
+  p.call(lib);
+  EXPECT_EQ(handed.ta, c.ta);
+  EXPECT_EQ(handed.tb, c.tb);
+  EXPECT_EQ(handed.lda, c.lda);
+  EXPECT_EQ(handed.ldb, c.ldb);
+  EXPECT_EQ(handed.ldc, 3);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Ops, TransposedCall,
+    ::testing::Combine(::testing::Values(CallAbi::orb, CallAbi::fortran_ilp64, CallAbi::fortran_lp64),
+                       ::testing::Values(OpsCase{'N', 'N', 3, 5}, OpsCase{'T', 'N', 5, 5}, OpsCase{'N', 'T', 3, 4},
+                                         OpsCase{'C', 'T', 5, 4})));
 
 TEST(ResultCheck, NaNIsNeverClose) {
   const double ref[] = {1.0, 2.0}, nan[] = {std::numeric_limits<double>::quiet_NaN(), 2.0};
