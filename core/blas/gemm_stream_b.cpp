@@ -11,6 +11,7 @@
 // at most 2 MiB) comes from orb_serv_allocate; without it the provider
 // computes the product.
 #include "blas/gemm_stream_b.hpp"
+#include "service/processor.hpp"
 
 #include <orb/orb_service.h>
 #include "scratch.hpp"
@@ -25,9 +26,9 @@ struct Version {
 };
 
 Version pick_instruction_set() {
-  __builtin_cpu_init();
-  if (__builtin_cpu_supports("avx512f")) return {stream_b_dgemm_avx512, true};
-  if (__builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma")) return {stream_b_dgemm_avx2, false};
+  const processor_features &f = this_processor();
+  if (f.avx512f) return {stream_b_dgemm_avx512, true};
+  if (f.avx2 && f.fma) return {stream_b_dgemm_avx2, false};
   return {nullptr, false};
 }
 
