@@ -24,6 +24,17 @@
 // is put back): the provider then runs every call on the calling thread and
 // starts no thread of its own.  Threads belong to this library's task runtime.
 //
+// Which kernels it runs:
+//   ORB_PROVIDER_CORETYPE   the provider's name of a kernel set; empty or unset
+//                           means the core's choice
+//   the core's choice       the best set this processor can run
+//                           (blas/provider_kernels.hpp)
+// The provider reads its kernel set from OPENBLAS_CORETYPE when it is loaded,
+// so that variable holds the set for the length of dlopen, like the thread
+// count, and the caller's value, meant for a copy of its own, is put back.
+// A name the provider does not know is its own to handle (it says so on the
+// error stream and picks a set itself).
+//
 // A provider that cannot be opened, or that lacks one of the routines below,
 // leaves nothing sensible to do: the process prints message 771 or 772 on the
 // error stream and ends with status kProviderExitCode (69, "service
@@ -31,6 +42,9 @@
 // first kernel call may come from a worker of the task runtime while other
 // threads wait for the binding; running the exit handlers then could deadlock.
 #include "blas/provider.hpp"
+#include "blas/provider_kernels.hpp"
+#include "service/processor.hpp"
+#include "service/scoped_env.hpp"
 
 #include <orb/orb_service.h>
 
@@ -56,7 +70,14 @@ constexpr int kOpenFlags = RTLD_NOW | RTLD_LOCAL;
 constexpr int kOpenFlags = RTLD_NOW | RTLD_LOCAL | RTLD_DEEPBIND;
 #endif
 
+//! What the provider says about itself, where it says it.
+struct provider_notes {
+  const char *(*kernels)() = nullptr;  // openblas_get_corename
+  const char *(*config)() = nullptr;   // openblas_get_config
+};
+
 provider_table table;
+provider_notes notes;
 std::string bound_path;
 std::atomic<bool> bound{false};
 std::once_flag bind_once;
@@ -82,21 +103,27 @@ void bind(void *handle, const std::string &path, F &slot, const char *symbol) {
   slot = reinterpret_cast<F>(p);
 }
 
+// The kernel set to ask for, or empty to leave the choice to the provider
+// (a processor without SSE3, which none of the sets runs on).
+std::string chosen_kernels() {
+  char buf[64];
+  if (orb_serv_getenv("ORB_PROVIDER_CORETYPE", buf, sizeof buf) > 0) return buf;
+  const char *best = provider_kernels_for(this_processor());
+  return best ? best : "";
+}
+
+// Opens the provider held to one thread and running the chosen kernel set.
+// The environment changes once per process, at the first kernel call.
+void *open_for_orb(const std::string &path) {
+  const std::string kernels = chosen_kernels();
+  ScopedEnv one_thread("OPENBLAS_NUM_THREADS", "1");
+  ScopedEnv kernel_set("OPENBLAS_CORETYPE", kernels.empty() ? nullptr : kernels.c_str());
+  return dlopen(path.c_str(), kOpenFlags);
+}
+
 void open_provider() {
   const std::string path = chosen_path();
-  void *handle = nullptr;
-  {
-    // Changing the environment races with other threads reading it at this
-    // instant; it happens once per process, at the first kernel call.
-    const char *previous = std::getenv("OPENBLAS_NUM_THREADS");
-    const std::string saved = previous ? previous : "";
-    setenv("OPENBLAS_NUM_THREADS", "1", 1);
-    handle = dlopen(path.c_str(), kOpenFlags);
-    if (previous)
-      setenv("OPENBLAS_NUM_THREADS", saved.c_str(), 1);
-    else
-      unsetenv("OPENBLAS_NUM_THREADS");
-  }
+  void *handle = open_for_orb(path);
   if (!handle) {
     orb_serv_print(1, orb::kMsgProviderNotLoaded, 1, path.c_str());
     give_up();
@@ -109,6 +136,9 @@ void open_provider() {
   bind(handle, path, table.dgemv, "dgemv_");
   bind(handle, path, table.cgemv, "cgemv_");
   bind(handle, path, table.zgemv, "zgemv_");
+  // Optional: what the provider says about itself, for reports.
+  notes.kernels = reinterpret_cast<const char *(*)()>(dlsym(handle, "openblas_get_corename"));
+  notes.config = reinterpret_cast<const char *(*)()>(dlsym(handle, "openblas_get_config"));
   // The handle stays open for the life of the process: the table points into it.
   bound_path = path;
   bound.store(true, std::memory_order_release);
@@ -125,4 +155,14 @@ const provider_table &provider() {
 
 extern "C" const char *orb_serv_provider_path(void) {
   return orb::core::bound.load(std::memory_order_acquire) ? orb::core::bound_path.c_str() : nullptr;
+}
+
+extern "C" const char *orb_serv_provider_kernels(void) {
+  orb::core::provider();
+  return orb::core::notes.kernels ? orb::core::notes.kernels() : nullptr;
+}
+
+extern "C" const char *orb_serv_provider_config(void) {
+  orb::core::provider();
+  return orb::core::notes.config ? orb::core::notes.config() : nullptr;
 }

@@ -113,6 +113,13 @@ OrbMpiWrappers *orb_serv_get_mpi_wrappers(void);
 /* Path of the kernel provider the core bound, or NULL when none is loaded yet. */
 const char *orb_serv_provider_path(void);
 
+/* What the kernel provider says about itself: the name of the kernel set it
+ * runs, and its build configuration; NULL where it does not say.  Each binds
+ * the provider first when no kernel call has (a provider that cannot be bound
+ * ends the process, as a kernel call would). */
+const char *orb_serv_provider_kernels(void);
+const char *orb_serv_provider_config(void);
+
 /* ---- Threading layer (liborb_tsq_thread.so.2) ------------------------ */
 
 /* Thread budget and settings. */

@@ -2,8 +2,9 @@
 //
 //   probe provider              binds the kernel provider through a first kernel call (no threaded driver,
 //                               so the task runtime starts no thread) and reports the provider's path and the
-//                               process's thread count before and after, whether the product was right, and
-//                               what OPENBLAS_NUM_THREADS holds afterwards
+//                               process's thread count before and after, whether the product was right,
+//                               what OPENBLAS_NUM_THREADS and OPENBLAS_CORETYPE hold afterwards, and the
+//                               kernel set the provider reports
 //   probe env                   prints what the environment reader recorded
 //   probe cleanup N             registers N clean-ups that print their index at unload
 //   probe cleanup-reenter       fills the clean-up list; the last clean-up registers another as it runs
@@ -74,8 +75,10 @@ int provider() {
   // A transposed: a product the core never computes without the provider.
   orb_blas_xdgemm("T", "N", &n, &n, &n, &alpha, a.data(), &n, b.data(), &n, &beta, c.data(), &n);
   const char *after = orb_serv_provider_path(), *env = std::getenv("OPENBLAS_NUM_THREADS");
+  const char *coretype = std::getenv("OPENBLAS_CORETYPE"), *kernels = orb_serv_provider_kernels();
   std::printf("path_after=%s\nthreads_after=%d\nproduct_ok=%d\nopenblas_threads_env=%s\n", after ? after : "none",
               thread_count(), c[0] == 2.0 * n && c[n * n - 1] == 2.0 * n, env ? env : "unset");
+  std::printf("openblas_coretype_env=%s\nkernel_set=%s\n", coretype ? coretype : "unset", kernels ? kernels : "");
   return 0;
 }
 

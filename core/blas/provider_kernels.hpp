@@ -1,0 +1,36 @@
+// The kernel set the core asks of its provider on a given processor.
+//
+// The distribution's provider is built for many processors at once and picks
+// its kernel set when it is loaded: by processor model, or by the name in
+// OPENBLAS_CORETYPE when that is set.  Neither suits a private copy.  Its
+// model table ends with the processors of its release, and on a later one it
+// falls back to its oldest 64-bit set (SSE3) whatever the processor can do;
+// and the variable is meant for a program's own copy of the same library,
+// not for orb's.  So the core names the set itself, by what the processor
+// can do: the first of its table whose instructions the processor has.
+#pragma once
+
+#include "service/processor.hpp"
+
+#include <cstddef>
+
+namespace orb::core {
+
+//! A kernel set of the provider and what it needs.
+struct provider_kernel_set {
+  const char *name;  //!< as OPENBLAS_CORETYPE takes it and openblas_get_corename reports it
+  isa_tier needs;
+  bool amd_only;     //!< chosen only on AMD parts, where the provider itself picks it
+};
+
+//! Every set the core chooses from, best first.
+extern const provider_kernel_set kProviderKernelSets[];
+extern const std::size_t kProviderKernelSetCount;
+
+//! The best set `f` can run, or null when it runs none of them (no SSE3).
+const char *provider_kernels_for(const processor_features &f);
+
+//! The tier of the set called `name` (any case), or false when the table has no such set.
+bool provider_kernel_tier(const char *name, isa_tier &tier);
+
+}  // namespace orb::core
