@@ -1,4 +1,6 @@
 // orb-info: what orb sees on this machine, for a person deciding how to run it.
+// It binds the kernel provider to report which file it is and which kernel set
+// it runs; a provider that cannot be bound ends it, as it would a kernel call.
 //
 //   orb-info          human-readable report
 //   orb-info --json   the same as one JSON object
@@ -6,6 +8,7 @@
 
 #include <cstdio>
 #include <cstring>
+#include <string>
 
 namespace {
 
@@ -13,6 +16,18 @@ struct EnvLine {
   const char *variable;
   int recorded;
 };
+
+// A JSON string, or null for a missing text.  Provider reports and paths hold
+// no quotes or control characters, but a backslash or quote is escaped anyway.
+std::string json_text(const char *text) {
+  if (!text) return "null";
+  std::string s = "\"";
+  for (const char *p = text; *p; ++p) {
+    if (*p == '"' || *p == '\\') s += '\\';
+    if (static_cast<unsigned char>(*p) >= 0x20) s += *p;
+  }
+  return s + "\"";
+}
 
 void print_value(bool json, const char *key, int value, bool last = false) {
   if (json)
@@ -47,6 +62,10 @@ int main(int argc, char **argv) {
   OrbEnvSettings env;
   orb_serv_get_env_settings(&env);
   const int cbwr = orb_serv_cbwr_get(-1);
+  const char *kernels = orb_serv_provider_kernels();  // binds the provider
+  const char *provider = orb_serv_provider_path(), *config = orb_serv_provider_config();
+  char asked[64];
+  const bool overridden = orb_serv_getenv("ORB_PROVIDER_CORETYPE", asked, sizeof asked) > 0;
 
   const EnvLine lines[] = {
       {"ORB_NUM_THREADS", env.num_threads},     {"ORB_NUM_STRIPES", env.num_stripes},
@@ -60,8 +79,11 @@ int main(int argc, char **argv) {
     std::printf("  \"max_threads\": %d,\n  \"packages\": %d,\n  \"cores_per_package\": %d,\n", budget, packages,
                 cores);
     std::printf("  \"logical_processors\": %d,\n  \"hyper_threading\": %d,\n  \"mpi_ppn\": %d,\n", logical, ht, ppn);
-    std::printf("  \"cbwr\": %d,\n  \"strict\": %d,\n  \"environment\": {\n", cbwr & ~ORB_CBWR_STRICT,
-                (cbwr & ORB_CBWR_STRICT) ? 1 : 0);
+    std::printf("  \"cbwr\": %d,\n  \"strict\": %d,\n", cbwr & ~ORB_CBWR_STRICT, (cbwr & ORB_CBWR_STRICT) ? 1 : 0);
+    std::printf("  \"provider\": %s,\n  \"provider_kernels\": %s,\n", json_text(provider).c_str(),
+                json_text(kernels).c_str());
+    std::printf("  \"provider_kernels_from\": \"%s\",\n  \"provider_config\": %s,\n  \"environment\": {\n",
+                overridden ? "ORB_PROVIDER_CORETYPE" : "processor", json_text(config).c_str());
     const size_t n = sizeof lines / sizeof lines[0];
     for (size_t i = 0; i < n; ++i) print_value(true, lines[i].variable, lines[i].recorded, i + 1 == n);
     std::printf("  }\n}\n");
@@ -80,6 +102,10 @@ int main(int argc, char **argv) {
     std::printf("  %-26s unknown\n", "MPI processes per node");
   std::printf("  %-26s %d%s\n", "reproducibility mode", cbwr & ~ORB_CBWR_STRICT,
               (cbwr & ORB_CBWR_STRICT) ? " (strict)" : "");
+  std::printf("  %-26s %s\n", "kernel provider", provider ? provider : "?");
+  std::printf("  %-26s %s (%s)\n", "provider kernel set", kernels ? kernels : "not named by the provider",
+              overridden ? "ORB_PROVIDER_CORETYPE" : "chosen for this processor");
+  if (config) std::printf("  %-26s %s\n", "provider build", config);
   std::printf("environment recognised (value recorded):\n");
   for (const auto &l : lines) print_value(false, l.variable, l.recorded);
   return 0;
