@@ -29,6 +29,13 @@ std::string check_text(const LibraryResult &l) {
   return l.check + " " + format("%.1e", l.difference);
 }
 
+// "Cooperlake", "Cooperlake, forced: OPENBLAS_CORETYPE=Cooperlake; picks Prescott by itself", or "?".
+std::string kernels_text(const KernelSet &k) {
+  std::string text = k.ran.empty() ? "?" : k.ran;
+  if (!k.forced.empty()) text += ", forced: " + k.forced + "; picks " + (k.own.empty() ? "?" : k.own) + " by itself";
+  return text;
+}
+
 }  // namespace
 
 void print_libraries(std::FILE *out, const GemmRun &run) {
@@ -36,8 +43,9 @@ void print_libraries(std::FILE *out, const GemmRun &run) {
                run.date.c_str(), run.threads, run.threads == 1 ? "" : "s", run.options.quick ? ", quick" : "");
   for (const GemmLibrary &lib : run.libraries) {
     if (lib.available())
-      std::fprintf(out, "  %-8s %s, %d thread%s%s%s\n", lib.key.c_str(), lib.about.empty() ? "?" : lib.about.c_str(),
-                   lib.threads, lib.threads == 1 ? "" : "s", lib.path.empty() ? "" : ", ", lib.path.c_str());
+      std::fprintf(out, "  %-8s %s, %d thread%s%s%s\n  %-8s kernel set %s\n", lib.key.c_str(),
+                   lib.about.empty() ? "?" : lib.about.c_str(), lib.threads, lib.threads == 1 ? "" : "s",
+                   lib.path.empty() ? "" : ", ", lib.path.c_str(), "", kernels_text(lib.kernels).c_str());
     else
       std::fprintf(out, "  %-8s n/a: %s\n", lib.key.c_str(), lib.missing.c_str());
   }
@@ -152,7 +160,9 @@ bool write_json(const std::string &path, const GemmRun &run, std::string &error)
     j << (i ? "," : "") << "\n    {\"key\": " << json_string(lib.key) << ", \"label\": " << json_string(lib.label)
       << ", \"available\": " << (lib.available() ? "true" : "false") << ", \"peer\": " << (lib.peer ? "true" : "false")
       << ", \"threads\": " << lib.threads << ", \"path\": " << json_string(lib.path)
-      << ", \"about\": " << json_string(lib.about) << ", \"missing\": " << json_string(lib.missing) << "}";
+      << ", \"about\": " << json_string(lib.about) << ", \"missing\": " << json_string(lib.missing)
+      << ",\n     \"kernels\": " << json_string(lib.kernels.ran) << ", \"own_kernels\": " << json_string(lib.kernels.own)
+      << ", \"forced\": " << json_string(lib.kernels.forced) << "}";
   }
   j << "\n  ],\n  \"results\": [";
   for (size_t s = 0; s < run.shapes.size(); ++s) {

@@ -6,12 +6,17 @@
 // dlsym, never from the global scope.
 #include "libraries.hpp"
 
+#include "kernel_sets.hpp"
+#include "service/processor.hpp"
+#include "service/scoped_env.hpp"
+
 #include <orb/orb_blas.h>
 #include <orb/orb_service.h>
 
 #include <dlfcn.h>
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
 // Weak, so that orb-bench also runs against a threading layer built without
@@ -20,6 +25,7 @@
 #pragma weak orb_blas_dgemm
 #pragma weak orb_blas_zgemm
 #pragma weak orb_serv_provider_path
+#pragma weak orb_serv_provider_kernels
 
 namespace orb::bench {
 
@@ -89,21 +95,21 @@ GemmLibrary serial_provider(const std::string &path) {
   lib.abi = CallAbi::fortran_ilp64;
   if (void *h = open_private(lib)) {
     // A threaded build of the provider is held to one thread, as orb's core
-    // holds it (opening the same file again hands back the core's copy).
+    // holds it (opening the same file again hands back the core's copy, and
+    // with it the kernel set the core chose).
     if (auto set_threads = lookup<void (*)(int)>(h, "openblas_set_num_threads")) set_threads(1);
     if (auto config = lookup<const char *(*)()>(h, "openblas_get_config")) lib.about = config();
+    if (auto corename = lookup<const char *(*)()>(h, "openblas_get_corename")) lib.kernels.ran = corename();
   }
   return lib;
 }
 
 namespace {
 
-// A threaded peer at `path` (32-bit integers), opened and set to `threads`
-// through its own thread-count setter `setter`, which takes an integer of
-// type Count; on success the library's own description goes in `about`.
-template <class Count>
+// A threaded peer at `path` (32-bit integers), opened but not yet called; on
+// failure `missing` says why and the handle is null.
 GemmLibrary threaded_peer(const char *key, const char *label, const std::string &path, int threads,
-                          double settle_s, const char *setter, void *&handle) {
+                          double settle_s, void *&handle) {
   GemmLibrary lib;
   lib.key = key;
   lib.label = label;
@@ -113,41 +119,66 @@ GemmLibrary threaded_peer(const char *key, const char *label, const std::string 
   lib.settle_s = settle_s;
   lib.abi = CallAbi::fortran_lp64;
   handle = open_private(lib);
-  if (!handle) return lib;
+  return lib;
+}
+
+// Tells the peer to use lib.threads through its own setter `setter`, which
+// takes an integer of type Count; false, with the reason in `missing`, when it has none.
+template <class Count>
+bool set_peer_threads(GemmLibrary &lib, void *handle, const char *setter) {
   auto set_threads = lookup<void (*)(Count)>(handle, setter);
   if (!set_threads) {
-    lib.missing = std::string("no ") + setter + " in " + path;
-    handle = nullptr;
-    return lib;
+    lib.missing = std::string("no ") + setter + " in " + lib.path;
+    return false;
   }
-  set_threads(threads);
-  return lib;
+  set_threads(lib.threads);
+  return true;
 }
 
 }  // namespace
 
-GemmLibrary openblas_pthread(const std::string &path, int threads) {
+GemmLibrary openblas_pthread(const std::string &path, int threads, const std::string &own_kernels) {
+  // It reads OPENBLAS_CORETYPE while it is loaded.
+  const std::string best = openblas_set_to_force(own_kernels, core::this_processor());
+  std::optional<core::ScopedEnv> forcing;
+  if (!best.empty()) forcing.emplace("OPENBLAS_CORETYPE", best.c_str());
   // Its idle workers keep spinning for about 2^28 cycles after a call
   // (roughly 0.1 s) before they sleep; the next library must not share the
   // cores with them.
   void *h = nullptr;
-  GemmLibrary lib = threaded_peer<int>("openblas", "OpenBLAS", path, threads, 0.15, "openblas_set_num_threads", h);
-  if (!h) return lib;
+  GemmLibrary lib = threaded_peer("openblas", "OpenBLAS", path, threads, 0.15, h);
+  forcing.reset();
+  if (!h || !set_peer_threads<int>(lib, h, "openblas_set_num_threads")) return lib;
   if (auto config = lookup<const char *(*)()>(h, "openblas_get_config")) lib.about = config();
+  if (auto corename = lookup<const char *(*)()>(h, "openblas_get_corename")) lib.kernels.ran = corename();
+  lib.kernels.own = own_kernels;
+  if (!best.empty()) lib.kernels.forced = "OPENBLAS_CORETYPE=" + best;
   return lib;
 }
 
-GemmLibrary blis_pthread(const std::string &path, int threads) {
+GemmLibrary blis_pthread(const std::string &path, int threads, const std::string &own_kernels) {
+  void *h = nullptr;
+  GemmLibrary lib = threaded_peer("blis", "BLIS", path, threads, 0.02, h);
+  if (!h) return lib;
+  // It reads BLIS_ARCH_TYPE, a number of its own for each configuration, at
+  // its first call, which initialises it.
+  const std::string best = blis_config_to_force(own_kernels, core::this_processor());
+  const int number = best.empty() ? -1 : blis_config_number(h, best);
+  std::optional<core::ScopedEnv> forcing;
+  if (number >= 0) forcing.emplace("BLIS_ARCH_TYPE", std::to_string(number).c_str());
   // Its thread count is a 64-bit dim_t; the setting holds for every later
   // call from any thread, including its BLAS-compatible names.
-  void *h = nullptr;
-  GemmLibrary lib = threaded_peer<int64_t>("blis", "BLIS", path, threads, 0.02, "bli_thread_set_num_threads", h);
-  if (!h) return lib;
+  if (!set_peer_threads<int64_t>(lib, h, "bli_thread_set_num_threads")) return lib;
   auto version = lookup<const char *(*)()>(h, "bli_info_get_version_str");
   auto arch_id = lookup<int (*)()>(h, "bli_arch_query_id");
   auto arch_name = lookup<const char *(*)(int)>(h, "bli_arch_string");
   if (version) lib.about = std::string("BLIS ") + version();
-  if (arch_id && arch_name) lib.about += std::string(" ") + arch_name(arch_id());
+  if (arch_id && arch_name) {
+    lib.kernels.ran = arch_name(arch_id());
+    lib.about += " " + lib.kernels.ran;
+  }
+  lib.kernels.own = own_kernels;
+  if (number >= 0) lib.kernels.forced = "BLIS_ARCH_TYPE=" + std::to_string(number) + " (" + best + ")";
   return lib;
 }
 
@@ -163,9 +194,23 @@ std::vector<GemmLibrary> gemm_libraries(int threads) {
     double c = 0;
     orb_blas_dgemm(&n, &n, &one, &one, &one, &alpha, &a, &one, &b, &one, &beta, &c, &one);
   }
+  if (libs[0].available() && orb_serv_provider_kernels) {
+    const char *kernels = orb_serv_provider_kernels();
+    libs[0].kernels.ran = kernels ? kernels : "";
+  }
   libs.push_back(serial_provider(orb_provider_path()));
-  libs.push_back(openblas_pthread(kOpenBlasPthreadPath, threads));
-  libs.push_back(blis_pthread(kBlisPthreadPath, threads));
+  // The serial provider is the core's copy, with the set the core chose or was told to run.
+  char asked[64];
+  if (orb_serv_getenv("ORB_PROVIDER_CORETYPE", asked, sizeof asked) > 0)
+    libs[0].kernels.forced = libs[1].kernels.forced = std::string("ORB_PROVIDER_CORETYPE=") + asked;
+  // Asked before any peer is loaded here: each fixes its pick once per process.
+  const std::map<std::string, std::string> own = own_kernel_sets();
+  auto own_of = [&own](const char *key) {
+    const auto it = own.find(key);
+    return it == own.end() ? std::string() : it->second;
+  };
+  libs.push_back(openblas_pthread(kOpenBlasPthreadPath, threads, own_of("openblas")));
+  libs.push_back(blis_pthread(kBlisPthreadPath, threads, own_of("blis")));
   return libs;
 }
 

@@ -31,6 +31,13 @@ struct GemmEntries {
   void *get(Precision p) const { return p == Precision::s ? s : p == Precision::d ? d : z; }
 };
 
+//! The kernel set a library ran and how it came to run it (kernel_sets.hpp).
+struct KernelSet {
+  std::string ran;     //!< what the library reports running; empty when it does not say
+  std::string own;     //!< a peer's own pick in this environment; empty when unknown, and for orb's provider
+  std::string forced;  //!< the setting that forced `ran` ("OPENBLAS_CORETYPE=Cooperlake"); empty when none
+};
+
 //! A library under measurement; `missing` is empty when it can be called.
 struct GemmLibrary {
   std::string key;       //!< short name in CSV and JSON: orb, serial, openblas, blis
@@ -43,6 +50,7 @@ struct GemmLibrary {
   double settle_s = 0;   //!< pause after a batch of its calls, while its idle workers go to sleep
   CallAbi abi = CallAbi::orb;
   GemmEntries entries;
+  KernelSet kernels;     //!< for orb, its provider's
 
   bool available() const { return missing.empty(); }
 };
@@ -66,9 +74,11 @@ GemmLibrary orb_library(int threads);
 //! The 64-bit-integer provider from `path`, held to one thread and called on the calling thread.
 GemmLibrary serial_provider(const std::string &path);
 
-//! A threaded library with 32-bit-integer BLAS names, told to use `threads`.
-GemmLibrary openblas_pthread(const std::string &path, int threads);
-GemmLibrary blis_pthread(const std::string &path, int threads);
+//! A threaded library with 32-bit-integer BLAS names, told to use `threads`;
+//! given its own kernel set (`own_kernels`, empty when unknown), it runs the
+//! best set of the processor instead where its own is less (kernel_sets.hpp).
+GemmLibrary openblas_pthread(const std::string &path, int threads, const std::string &own_kernels = "");
+GemmLibrary blis_pthread(const std::string &path, int threads, const std::string &own_kernels = "");
 
 //! The provider file orb's core bound, or the default location when it reports none.
 std::string orb_provider_path();

@@ -3,7 +3,9 @@
 // on one machine.
 //
 //   orb-bench gemm [options]    matrix products; `orb-bench gemm --help` lists the options
+//   orb-bench kernels           the kernel set each peer picks by itself here
 #include "gemm_bench.hpp"
+#include "kernel_sets.hpp"
 
 #include <cstdio>
 #include <cstring>
@@ -22,6 +24,7 @@ struct Subcommand {
 
 const Subcommand kSubcommands[] = {
     {"gemm", orb::bench::gemm_main, orb::bench::gemm_usage, "s/d/z gemm against the serial provider and peers"},
+    {"kernels", orb::bench::kernels_main, orb::bench::kernels_usage, "the kernel set each peer picks by itself"},
 };
 
 void print_usage(std::FILE *out) {

@@ -149,17 +149,46 @@ def git_commit(root):
     return commit + ("-dirty" if changed else "")
 
 
+def hypervisor():
+    """The hypervisor vendor lscpu names ("KVM"), or None on bare metal or when it cannot tell."""
+    try:
+        out = subprocess.run(["lscpu"], capture_output=True, text=True, check=False).stdout
+    except OSError:
+        return None
+    for line in out.splitlines():
+        if line.startswith("Hypervisor vendor:"):
+            return line.split(":", 1)[1].strip() or None
+    return None
+
+
 def machine():
     memory_kib = read_first("/proc/meminfo", "MemTotal")
     memory = f"{int(memory_kib.split()[0]) / 2**20:.1f} GiB" if memory_kib else "unknown"
-    return {
-        "cpu": read_first("/proc/cpuinfo", "model name") or platform.processor() or "unknown",
+    cpu = read_first("/proc/cpuinfo", "model name") or platform.processor() or "unknown"
+    family, model = read_first("/proc/cpuinfo", "cpu family"), read_first("/proc/cpuinfo", "model\t")
+    # A virtual machine may hide the model's name ("Intel(R) Xeon(R) Processor"); family and model still say.
+    if family and model:
+        cpu += f", family {family} model {model}"
+    host = {
+        "cpu": cpu,
+        "hypervisor": hypervisor(),
         "logical": os.cpu_count(),
         "cores": physical_cores(),
         "memory": memory,
         "kernel": f"{platform.system()} {platform.release()}",
         "commit": git_commit(os.path.dirname(os.path.abspath(__file__))),
     }
+    host["label"] = ", ".join(filter(None, [cpu, host["hypervisor"], f"{host['cores'] or host['logical']} cores"]))
+    return host
+
+
+def fmt_kernels(lib):
+    """The kernel set a library ran and how it came to it, as the library table states it."""
+    ran = lib.get("kernels") or "?"
+    forced, own = lib.get("forced"), lib.get("own_kernels") or "?"
+    if not lib["peer"]:
+        return f"{ran}, forced: {forced}" if forced else f"{ran}, the best for this processor (chosen by orb's core)"
+    return f"{ran}, forced: {forced}; picks {own} by itself" if forced else f"{ran}, its own pick"
 
 
 def peer_scaling(r):
@@ -216,13 +245,14 @@ def render_markdown(run, verdicts, host, note=None, plot_name="gemm_gflops.png")
     out += [
         f"orb's threaded gemm against the serial provider under its core (one core) and against the threaded "
         f"libraries a user could pick instead, measured by `orb-bench gemm{' --quick' if run['quick'] else ''}` "
-        f"on {run['date']}. Written by `bench/report.py`; run `bench/run.sh` to measure again.",
+        f"on {run['date']}, on {host['label']}. Written by `bench/report.py`; run `bench/run.sh` to "
+        "measure again.",
         "",
         "## Machine",
         "",
         "| | |",
         "|---|---|",
-        f"| processor | {host['cpu']} |",
+        f"| processor | {host['cpu']}{', under ' + host['hypervisor'] if host.get('hypervisor') else ''} |",
         f"| cores | {host['cores'] or '?'} physical, {host['logical']} logical |",
         f"| memory | {host['memory']} |",
         f"| system | {host['kernel']} |",
@@ -231,11 +261,14 @@ def render_markdown(run, verdicts, host, note=None, plot_name="gemm_gflops.png")
     ]
     if host.get("commit"):
         out.append(f"| orb source | {host['commit']} |")
-    out += ["", "| library | reports itself as | Debian package | threads | file |", "|---|---|---|---|---|"]
+    out += ["", "| library | reports itself as | kernel set | Debian package | threads | file |",
+            "|---|---|---|---|---|---|"]
     for lib in libs:
         pkg_text = package_of(lib["path"])
         about = lib["about"] if lib["available"] else f"n/a: {lib['missing']}"
-        out.append(f"| {lib['label']} | {about} | {pkg_text} | {lib['threads']} | {lib['path'] or '(linked)'} |")
+        kernels = fmt_kernels(lib) if lib["available"] else ""
+        out.append(f"| {lib['label']} | {about} | {kernels} | {pkg_text} | {lib['threads']} "
+                   f"| {lib['path'] or '(linked)'} |")
 
     out += [
         "",
@@ -266,7 +299,16 @@ def render_markdown(run, verdicts, host, note=None, plot_name="gemm_gflops.png")
         "column is the share of the CPUs that other processes used while the shape was measured; above a "
         "few percent the shape's figures are disturbed.",
         "",
-        "## Results (GFLOPS of the best call; ratios paired by round)",
+        "Each library runs the best kernel set it has for this processor. orb's core chooses its provider's "
+        "set from the processor's features (the serial provider is the same copy). Each peer is first asked, "
+        "in a fresh process (`orb-bench kernels`), which set it picks by itself here: the threaded OpenBLAS "
+        "when it is loaded (by processor model, or by OPENBLAS_CORETYPE), BLIS at its first call (by its own "
+        "detection, or by BLIS_ARCH_TYPE, which BLIS 0.9 takes as the number of one of its configurations). "
+        "Where that set is written for fewer instructions than the processor has, the peer is loaded with "
+        "its best set forced through that same setting, and its figures and every ratio are those of the "
+        "forced configuration; the library table names the set each library ran and what forced it.",
+        "",
+        f"## Results on {host['label']} (GFLOPS of the best call; ratios paired by round)",
         "",
         "| shape | " + " | ".join(label[k] for k in keys) +
         " | orb / serial | orb / best peer | peer / serial | check | rounds | others |",
@@ -282,7 +324,7 @@ def render_markdown(run, verdicts, host, note=None, plot_name="gemm_gflops.png")
                    f"| {fmt_ratio(peer_scaling(r))} | {check} | {r.get('rounds', run['rounds'])} "
                    f"| {fmt_share(r.get('others_cpu_share'))} |")
 
-    out += ["", "## Targets", "", "| target | shapes | verdict |", "|---|---|---|"]
+    out += ["", f"## Targets on {host['label']}", "", "| target | shapes | verdict |", "|---|---|---|"]
     for v in verdicts:
         shapes = "<br>".join(f"{name}: {fmt_verdict(ratio, verdict)}" for name, ratio, verdict in v["shapes"])
         out.append(f"| {v['target']} | {shapes or '-'} | **{v['verdict']}** |")
@@ -311,7 +353,7 @@ def plot(run, path, host):
     ax.set_xlabel("m = n = k")
     ax.set_ylabel("GFLOPS (best call)")
     ax.set_ylim(bottom=0)
-    ax.set_title(f"dgemm on {host['cpu']}, {run['date'][:10]}", fontsize=10)
+    ax.set_title(f"dgemm on {host['label']}, {run['date'][:10]}", fontsize=9)
     ax.grid(True, alpha=0.3)
     ax.legend(fontsize=8)
     fig.tight_layout()
