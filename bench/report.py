@@ -238,7 +238,8 @@ def render_markdown(run, verdicts, host, note=None, plot_name="gemm_gflops.png")
     label = {lib["key"]: lib["label"] for lib in libs}
     out = ["# Performance", ""]
     if note:
-        out += [f"> **Note.** {note}", ""]
+        # Each line of the note stays a line of the quote, so that it may hold a table.
+        out += ["> " + line if line else ">" for line in f"**Note.** {note}".splitlines()] + [""]
     busy = busy_note(run)
     if busy:
         out += [f"> {busy}", ""]
@@ -369,7 +370,8 @@ def main(argv=None):
     parser.add_argument("--quick", action="store_true", help="with --run: the quick form")
     parser.add_argument("--out", default=os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "docs"),
                         help="directory for performance.md and gemm_gflops.png (default: docs/)")
-    parser.add_argument("--note", help="a sentence printed at the top of the report (how the run is to be read)")
+    parser.add_argument("--note", help="text printed at the top of the report (how the run is to be read); "
+                                       "Markdown, and its lines stay lines, so it may hold a table")
     args = parser.parse_args(argv)
 
     os.makedirs(args.out, exist_ok=True)
