@@ -22,20 +22,28 @@ namespace {
 
 struct Version {
   void (*run)(const StreamBProduct &);
-  bool any_rows;  // takes more than kStreamBMaxRows rows when C is wide
+  bool any_rows;         // takes more than kStreamBMaxRows rows when C is wide
+  double shared_b_most;  // ... while B has at most this many bytes
 };
 
 Version pick_instruction_set() {
   const processor_features &f = this_processor();
-  if (f.avx512f) return {stream_b_dgemm_avx512, true};
-  if (f.avx2 && f.fma) return {stream_b_dgemm_avx2, false};
-  return {nullptr, false};
+  if (f.avx512f) return {stream_b_dgemm_avx512, true, f.amd ? kStreamBSharedBAmd : kStreamBSharedBOther};
+  if (f.avx2 && f.fma) return {stream_b_dgemm_avx2, false, 0};
+  return {nullptr, false, 0};
 }
+
+}  // namespace
+
+ORB_INT stream_b_block_rows() { return this_processor().amd ? kStreamBBlockRowsAmd : kStreamBBlockRowsOther; }
+
+namespace {
 
 bool of_its_shape(const Version &v, ORB_INT m, ORB_INT n, ORB_INT k) {
   if (n < kStreamBMinColumns || k < kStreamBMinDepth) return false;
   if (static_cast<double>(m) * static_cast<double>(n) * static_cast<double>(k) <= kStreamBMinWork) return false;
-  return m <= kStreamBMaxRows || (v.any_rows && n >= kStreamBWideColumns);
+  const double b_bytes = static_cast<double>(n) * static_cast<double>(k) * sizeof(double);
+  return m <= kStreamBMaxRows || (v.any_rows && n >= kStreamBWideColumns && b_bytes <= v.shared_b_most);
 }
 
 bool untransposed(const char *t) { return (*t | 0x20) == 'n'; }
@@ -47,9 +55,10 @@ bool stream_b_dgemm(const char *transa, const char *transb, ORB_INT m, ORB_INT n
   static const Version version = pick_instruction_set();
   if (!version.run || !of_its_shape(version, m, n, k) || !untransposed(transa) || !untransposed(transb)) return false;
   if (orb_serv_cbwr_get(-1) & ORB_CBWR_STRICT) return false;
-  const Scratch<double> pack(stream_b_scratch(m), 64);
+  const ORB_INT block_rows = stream_b_block_rows();
+  const Scratch<double> pack(stream_b_scratch(m, block_rows), 64);
   if (!pack) return false;
-  version.run(StreamBProduct{m, n, k, alpha, beta, a, lda, b, ldb, c, ldc, pack.get()});
+  version.run(StreamBProduct{m, n, k, alpha, beta, a, lda, b, ldb, c, ldc, pack.get(), block_rows});
   return true;
 }
 

@@ -3,7 +3,7 @@
 //
 // The provider packs both operands into its own layout before it multiplies.
 // This kernel packs only A, one block of kStreamBDepth steps of k by up to
-// kStreamBBlockRows rows at a time, into aligned panels, and streams B straight
+// stream_b_block_rows() rows at a time, into aligned panels, and streams B straight
 // from the caller's columns: every element of B is loaded once per panel of
 // rows and broadcast against a whole column of A.  Skipping the copy of B pays
 // most where B is the big operand (few rows of C); with many rows it pays when
@@ -29,10 +29,17 @@ namespace orb::core {
 //! cache.
 constexpr ORB_INT kStreamBDepth = 256;
 
-//! Rows of A packed into one block: up to 2 MiB of panels, streamed from the
-//! outer caches in the order the tiles read them, while B's columns are read
-//! once per block.
-constexpr ORB_INT kStreamBBlockRows = 1024;
+//! Rows of A packed into one block, whose panels the tiles read in order while
+//! B's columns are read once per block.  On AMD parts 1024 rows (2 MiB, more
+//! than the level-2 cache: their level-3 cache keeps the panels flowing, and
+//! fewer blocks mean fewer passes over B); elsewhere 512 rows (1 MiB, half of
+//! a 2 MiB level-2 cache), since streaming the panels from a slower level-3
+//! cache starves the tiles.  docs/performance.md has the measurements.
+constexpr ORB_INT kStreamBBlockRowsAmd = 1024;
+constexpr ORB_INT kStreamBBlockRowsOther = 512;
+
+//! The block height for this processor.
+ORB_INT stream_b_block_rows();
 
 //! Largest m the kernel takes for any n, and least k.
 constexpr ORB_INT kStreamBMaxRows = 256;
@@ -44,16 +51,26 @@ constexpr ORB_INT kStreamBMinColumns = 12;
 //! Least n from which the AVX-512 version takes any number of rows.
 constexpr ORB_INT kStreamBWideColumns = 256;
 
+//! Bytes of B up to which products of more than kStreamBMaxRows rows are taken:
+//! every block of rows reads all of B, which pays while the workers share it
+//! from the caches.  AMD parts gained up to 4000 x 4000 (128 MB); elsewhere
+//! 2000 x 2000 (32 MB) gained and 4000 x 4000 lost to the provider.
+constexpr double kStreamBSharedBAmd = 1e300;
+constexpr double kStreamBSharedBOther = 48.0 * 1024 * 1024;
+
 //! Products of m n k up to this are left to the provider.
 constexpr double kStreamBMinWork = 1e6;
 
-//! Doubles of scratch the kernel needs for m rows: A's block, its rows
-//! rounded up to a whole AVX-512 register.
-constexpr ORB_INT stream_b_scratch(ORB_INT m) { return (std::min(m, kStreamBBlockRows) + 7) / 8 * 8 * kStreamBDepth; }
+//! Doubles of scratch the kernel needs for m rows in blocks of block_rows: A's
+//! block, its rows rounded up to a whole AVX-512 register.
+constexpr ORB_INT stream_b_scratch(ORB_INT m, ORB_INT block_rows) {
+  return (std::min(m, block_rows) + 7) / 8 * 8 * kStreamBDepth;
+}
 
 //! One product for the kernel: C = beta C + alpha A B with A m x k, B k x n,
-//! all column-major, k > 0; pack holds stream_b_scratch(m) doubles, aligned to
-//! 64 bytes.  With beta = 0, C is not read.
+//! all column-major, k > 0, A packed block_rows rows at a time; pack holds
+//! stream_b_scratch(m, block_rows) doubles, aligned to 64 bytes.  With beta = 0,
+//! C is not read.
 struct StreamBProduct {
   ORB_INT m, n, k;
   double alpha, beta;
@@ -64,6 +81,7 @@ struct StreamBProduct {
   double *c;
   ORB_INT ldc;
   double *pack;
+  ORB_INT block_rows;
 };
 
 //! The instruction-set versions, each in a file compiled for its set.  They

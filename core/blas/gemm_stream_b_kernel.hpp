@@ -131,8 +131,8 @@ void run_stream_b(const StreamBProduct &p) {
   for (ORB_INT p0 = 0; p0 < p.k; p0 += kStreamBDepth) {
     const ORB_INT kc = smaller(kStreamBDepth, p.k - p0);
     const Update update{p.alpha, p.beta, p0 == 0 ? first : Into::add};
-    for (ORB_INT m0 = 0; m0 < p.m; m0 += kStreamBBlockRows) {
-      const ORB_INT mb = smaller(kStreamBBlockRows, p.m - m0);
+    for (ORB_INT m0 = 0; m0 < p.m; m0 += p.block_rows) {
+      const ORB_INT mb = smaller(p.block_rows, p.m - m0);
       pack_a<V>(mb, kc, p.a + m0 + p0 * p.lda, p.lda, p.pack);
       double *c = p.c + m0;
       for (ORB_INT j0 = 0; j0 < p.n; j0 += V::columns) {
