@@ -35,9 +35,9 @@
 // A name the provider does not know is its own to handle (it says so on the
 // error stream and picks a set itself).
 //
-// A provider that cannot be opened, or that lacks one of the routines below,
-// leaves nothing sensible to do: the process prints message 771 or 772 on the
-// error stream and ends with status kProviderExitCode (69, "service
+// A provider that cannot be opened, or that lacks one of the routines of
+// ORB_PROVIDER_ROUTINES, leaves nothing sensible to do: the process prints
+// message 771 or 772 on the error stream and ends with status kProviderExitCode (69, "service
 // unavailable").  It ends through _Exit after flushing the streams, because the
 // first kernel call may come from a worker of the task runtime while other
 // threads wait for the binding; running the exit handlers then could deadlock.
@@ -128,14 +128,9 @@ void open_provider() {
     orb_serv_print(1, orb::kMsgProviderNotLoaded, 1, path.c_str());
     give_up();
   }
-  bind(handle, path, table.sgemm, "sgemm_");
-  bind(handle, path, table.dgemm, "dgemm_");
-  bind(handle, path, table.cgemm, "cgemm_");
-  bind(handle, path, table.zgemm, "zgemm_");
-  bind(handle, path, table.sgemv, "sgemv_");
-  bind(handle, path, table.dgemv, "dgemv_");
-  bind(handle, path, table.cgemv, "cgemv_");
-  bind(handle, path, table.zgemv, "zgemv_");
+#define ORB_BIND_PROVIDER(name, type) bind(handle, path, table.name, #name "_");
+  ORB_PROVIDER_ROUTINES(ORB_BIND_PROVIDER)
+#undef ORB_BIND_PROVIDER
   // Optional: what the provider says about itself, for reports.
   notes.kernels = reinterpret_cast<const char *(*)()>(dlsym(handle, "openblas_get_corename"));
   notes.config = reinterpret_cast<const char *(*)()>(dlsym(handle, "openblas_get_config"));

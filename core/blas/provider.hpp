@@ -28,16 +28,24 @@ template <class T>
 using provider_gemv_fn = void (*)(const char *, const fint *, const fint *, const T *, const T *, const fint *,
                                   const T *, const fint *, const T *, T *, const fint *, std::size_t);
 
+//! Every routine the core takes from the provider, one line each: the field of
+//! provider_table (also the provider's Fortran name less its underscore) and
+//! its pointer type.  A new provider routine is one more line here.
+#define ORB_PROVIDER_ROUTINES(X)          \
+  X(sgemm, provider_gemm_fn<float>)         \
+  X(dgemm, provider_gemm_fn<double>)        \
+  X(cgemm, provider_gemm_fn<ORB_Complex8>)  \
+  X(zgemm, provider_gemm_fn<ORB_Complex16>) \
+  X(sgemv, provider_gemv_fn<float>)         \
+  X(dgemv, provider_gemv_fn<double>)        \
+  X(cgemv, provider_gemv_fn<ORB_Complex8>)  \
+  X(zgemv, provider_gemv_fn<ORB_Complex16>)
+
 //! The provider's routines, bound once.
 struct provider_table {
-  provider_gemm_fn<float> sgemm;
-  provider_gemm_fn<double> dgemm;
-  provider_gemm_fn<ORB_Complex8> cgemm;
-  provider_gemm_fn<ORB_Complex16> zgemm;
-  provider_gemv_fn<float> sgemv;
-  provider_gemv_fn<double> dgemv;
-  provider_gemv_fn<ORB_Complex8> cgemv;
-  provider_gemv_fn<ORB_Complex16> zgemv;
+#define ORB_PROVIDER_FIELD(name, type) type name;
+  ORB_PROVIDER_ROUTINES(ORB_PROVIDER_FIELD)
+#undef ORB_PROVIDER_FIELD
 };
 
 //! Exit status of a process whose provider cannot be loaded or lacks a routine.
