@@ -37,8 +37,8 @@
 //
 // A provider that cannot be opened, or that lacks one of the routines of
 // ORB_PROVIDER_ROUTINES, leaves nothing sensible to do: the process prints
-// message 771 or 772 on the error stream and ends with status kProviderExitCode (69, "service
-// unavailable").  It ends through _Exit after flushing the streams, because the
+// message 771 or 772 on the error stream and ends with status
+// kProviderExitCode (69, "service unavailable").  It ends through _Exit after flushing the streams, because the
 // first kernel call may come from a worker of the task runtime while other
 // threads wait for the binding; running the exit handlers then could deadlock.
 #include "blas/provider.hpp"
