@@ -21,20 +21,6 @@ namespace orb::iface {
 
 namespace {
 
-// The threaded drivers, chosen by element type and integer width.
-#define ORB_THREADED_GEMM(p, P, T)                                                                                     \
-  void threaded_gemm(const char *ta, const char *tb, const ORB_INT *m, const ORB_INT *n, const ORB_INT *k,          \
-                     const T *alpha, const T *a, const ORB_INT *lda, const T *b, const ORB_INT *ldb, const T *beta, \
-                     T *c, const ORB_INT *ldc) {                                                                    \
-    orb_blas_##p##gemm(ta, tb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);                                       \
-  }                                                                                                                 \
-  void threaded_gemm(const char *ta, const char *tb, const int *m, const int *n, const int *k, const T *alpha,      \
-                     const T *a, const int *lda, const T *b, const int *ldb, const T *beta, T *c, const int *ldc) { \
-    orb_blas_lp64_##p##gemm(ta, tb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);                                  \
-  }
-ORB_FOR_EACH_PRECISION(ORB_THREADED_GEMM)
-#undef ORB_THREADED_GEMM
-
 // One call in the column-major argument order of the standard routine.
 template <class T>
 struct GemmCall {
@@ -46,9 +32,20 @@ struct GemmCall {
   const T *b;
   int64_t ldb;
   const T *beta;
-  const T *c;
+  T *c;
   int64_t ldc;
 };
+
+// The threaded driver of each element type.  Every name hands it the checked
+// call with its integers already 64 bits wide, so a 32-bit name makes one
+// call across libraries, not two.
+#define ORB_THREADED_GEMM(p, P, T)                                                                      \
+  void threaded_gemm(const GemmCall<T> &g) {                                                           \
+    orb_blas_##p##gemm(&g.transa, &g.transb, &g.m, &g.n, &g.k, g.alpha, g.a, &g.lda, g.b, &g.ldb, g.beta, \
+                       g.c, &g.ldc);                                                                   \
+  }
+ORB_FOR_EACH_PRECISION(ORB_THREADED_GEMM)
+#undef ORB_THREADED_GEMM
 
 // The standard's early return: no entry of C changes.
 template <class T>
@@ -100,7 +97,7 @@ void fortran_gemm(int iface, const char *transa, const char *transb, const I *m,
           return;
         }
         if (leaves_c_unchanged(g)) return;
-        threaded_gemm(transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
+        threaded_gemm(g);
       },
       [&](CallText &t) {
         t.routine(routine_name(precision<T>::upper, "GEMM", int64).upper)
@@ -143,9 +140,7 @@ void cblas_gemm(int layout, int transa, int transb, int m, int n, int k, const T
           return;
         }
         if (leaves_c_unchanged(g)) return;
-        const int mm = static_cast<int>(g.m), nn = static_cast<int>(g.n), kk = k;
-        const int lda_ = static_cast<int>(g.lda), ldb_ = static_cast<int>(g.ldb), ldc_ = ldc;
-        threaded_gemm(&g.transa, &g.transb, &mm, &nn, &kk, alpha, g.a, &lda_, g.b, &ldb_, beta, c, &ldc_);
+        threaded_gemm(g);
       },
       [&](CallText &t) {
         t.routine(routine_name(precision<T>::upper, "GEMM", false).cblas);

@@ -25,18 +25,6 @@ namespace orb::iface {
 
 namespace {
 
-#define ORB_THREADED_GEMV(p, P, T)                                                                                       \
-  void threaded_gemv(const char *trans, const ORB_INT *m, const ORB_INT *n, const T *alpha, const T *a,               \
-                     const ORB_INT *lda, const T *x, const ORB_INT *incx, const T *beta, T *y, const ORB_INT *incy) { \
-    orb_blas_##p##gemv(trans, m, n, alpha, a, lda, x, incx, beta, y, incy);                                           \
-  }                                                                                                                   \
-  void threaded_gemv(const char *trans, const int *m, const int *n, const T *alpha, const T *a, const int *lda,       \
-                     const T *x, const int *incx, const T *beta, T *y, const int *incy) {                             \
-    orb_blas_lp64_##p##gemv(trans, m, n, alpha, a, lda, x, incx, beta, y, incy);                                      \
-  }
-ORB_FOR_EACH_PRECISION(ORB_THREADED_GEMV)
-#undef ORB_THREADED_GEMV
-
 // One call in the argument order of the standard routine.
 template <class T>
 struct GemvCall {
@@ -51,6 +39,16 @@ struct GemvCall {
   T *y;
   int64_t incy;
 };
+
+// The threaded driver of each element type, handed the checked call with its
+// integers already 64 bits wide: a 32-bit name makes one call across
+// libraries, not two.
+#define ORB_THREADED_GEMV(p, P, T)                                                                          \
+  void threaded_gemv(const GemvCall<T> &g) {                                                               \
+    orb_blas_##p##gemv(&g.trans, &g.m, &g.n, g.alpha, g.a, &g.lda, g.x, &g.incx, g.beta, g.y, &g.incy); \
+  }
+ORB_FOR_EACH_PRECISION(ORB_THREADED_GEMV)
+#undef ORB_THREADED_GEMV
 
 // The standard's early return: no entry of y changes.
 template <class T>
@@ -102,9 +100,7 @@ void conjugated_product(const GemvCall<T> &g) {
       const int64_t logical = j0 + j;
       xc[j] = conjugate(g.x[(g.incx > 0 ? logical : g.n - 1 - logical) * xstep]);
     }
-    const int m = static_cast<int>(g.m), n = static_cast<int>(nb), lda = static_cast<int>(g.lda), one_step = 1;
-    const int incy = static_cast<int>(g.incy);
-    threaded_gemv("N", &m, &n, &alpha, g.a + j0 * g.lda, &lda, xc, &one_step, &beta, g.y, &incy);
+    threaded_gemv(GemvCall<T>{'N', g.m, nb, &alpha, g.a + j0 * g.lda, g.lda, xc, 1, &beta, g.y, g.incy});
     beta = precision<T>::one();
   }
   conjugate_in_place(g.y, g.m, g.incy);
@@ -139,7 +135,7 @@ void fortran_gemv(int iface, const char *trans, const I *m, const I *n, const T 
           return;
         }
         if (leaves_y_unchanged(g)) return;
-        threaded_gemv(trans, m, n, alpha, a, lda, x, incx, beta, y, incy);
+        threaded_gemv(g);
       },
       [&](CallText &t) {
         t.routine(routine_name(precision<T>::upper, "GEMV", int64).upper)
@@ -185,8 +181,7 @@ void cblas_gemv(int layout, int trans, int m, int n, const T *alpha, const T *a,
           conjugated_product(g);
           return;
         }
-        const int mm = static_cast<int>(g.m), nn = static_cast<int>(g.n);
-        threaded_gemv(&g.trans, &mm, &nn, alpha, a, &lda, x, &incx, beta, y, &incy);
+        threaded_gemv(g);
       },
       [&](CallText &t) {
         t.routine(routine_name(precision<T>::upper, "GEMV", false).cblas);

@@ -6,8 +6,9 @@
 //
 // The driver brings what is its own: the whole-call kernel, its grid rule and
 // worker, and the cut it may prefer to the grid (GEMM's split along k).  A
-// budget-1 call reaches the kernel with the caller's own arguments, pointers
-// included, exactly as a sequential library would make it.
+// budget-1 call, or one whose C is a single tile of the grid, reaches the
+// kernel with the caller's own arguments, pointers included, exactly as a
+// sequential library would make it.
 #pragma once
 
 #include <orb/internal/blas_args.h>
@@ -42,10 +43,18 @@ inline blas_args_t level3_args(const char *transa, const char *transb, ORB_INT m
   return args;
 }
 
+//! Whether C (m x n, the caller's pointers, possibly null or illegal) is one
+//! tile of the grid: such a call is never cut, so a driver may hand it to its
+//! kernel as it came, before reading anything else; an illegal one is then
+//! reported by the kernel, once, as it would be after the driver's own check.
+inline bool one_tile(const grid_rule &rule, const ORB_INT *m, const ORB_INT *n) {
+  return m && n && *m <= rule.tile_m && *n <= rule.tile_n;
+}
+
 //! Runs a legal level-3 call described by args: whole() with a budget of 1;
 //! otherwise own_cut(args, budget), which returns false when it does not take
 //! the call; otherwise grid_worker on one worker per tile of rule, at most the
-//! budget.
+//! budget, or whole() when that is one worker.
 template <class Whole, class OwnCut>
 void level3_run(blas_args_t &args, const grid_rule &rule, orb_blas_worker_fn grid_worker, Whole &&whole,
                 OwnCut &&own_cut) {
@@ -55,7 +64,15 @@ void level3_run(blas_args_t &args, const grid_rule &rule, orb_blas_worker_fn gri
     return;
   }
   if (own_cut(args, budget)) return;
-  orb_blas_invoke_thin_thread(gemm_grid_workers(args.m, args.n, budget, rule), grid_worker, &args, nullptr);
+  const int64_t workers = gemm_grid_workers(args.m, args.n, budget, rule);
+  // One tile of C is the whole call: the caller's own kernel call, without the
+  // launcher, as with a budget of 1.  Small products spend most of their time
+  // outside the kernel, and every step skipped here shows in their speed.
+  if (workers <= 1) {
+    whole();
+    return;
+  }
+  orb_blas_invoke_thin_thread(workers, grid_worker, &args, nullptr);
 }
 
 }  // namespace orb::thr
