@@ -40,10 +40,14 @@ std::vector<GemmShape> full_shapes() {
       shape(100, 100, 10000, "long-k"),
       shape(128, 128, 50000, "long-k"),
       shape(64, 256, 20000, "long-k"),
+      shape(2000, 2000, 128, "short-k"),
+      shape(4000, 4000, 64, "short-k"),
       square(2000, Precision::s),
+      square(1000, Precision::z),
       square(2000, Precision::z),
       transposed("TN", 2000),
       transposed("NT", 2000),
+      transposed("TT", 2000),
   };
 }
 

@@ -36,6 +36,8 @@ TARGETS = [
      lambda r: r["prec"] == "d" and r["group"] == "long-k", "ratio_best_peer", 1.0),
     ("dgemm square 200 to 500: at least 1.0x the best peer",
      lambda r: r["prec"] == "d" and r["group"] == "square" and 200 <= r["m"] <= 500, "ratio_best_peer", 1.0),
+    ("every shape of the list: at least 0.95x the best peer",
+     lambda r: True, "ratio_best_peer", 0.95),
 ]
 
 
