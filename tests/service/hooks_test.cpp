@@ -28,10 +28,11 @@ struct ProgressHook {
   static constexpr Fn fns[] = {nullptr, [](int *, int *, char *, int) { return 11; },
                                [](int *, int *, char *, int) { return 12; }};
   static Answer answer(Fn fn) {
+    if (!fn) return kNull;
     int thread = 0, step = 0;
     char stage[] = "stage";
-    const int r = fn ? fn(&thread, &step, stage, 5) : -1;
-    return !fn ? kNull : r == 0 ? kDefault : by_result(r);  // the default returns 0
+    const int r = fn(&thread, &step, stage, 5);
+    return r == 0 ? kDefault : by_result(r);  // the default returns 0
   }
 };
 
@@ -43,17 +44,18 @@ struct PivotHook {
   static constexpr Fn fns[] = {nullptr, [](const void *, double *, const double *) { return 11; },
                                [](const void *, double *, const double *) { return 12; }};
   static Answer answer(Fn fn) {
+    if (!fn) return kNull;
     double a = 0.0;
     const double eps = 0.5;
-    const int r = fn ? fn(nullptr, &a, &eps) : -1;
-    return !fn ? kNull : r == 1 && a == -eps ? kDefault : by_result(r);  // the default turns a zero pivot into -eps
+    const int r = fn(nullptr, &a, &eps);
+    return r == 1 && a == -eps ? kDefault : by_result(r);  // the default turns a zero pivot into -eps
   }
 };
 
 struct Step {
   const char *what;
-  bool interface;  // the interface installer, else "set"
-  int argument;    // 0: NULL, 1: the first function, 2: the second
+  bool interface;   // the interface installer, else "set"
+  int argument;     // 0: NULL, 1: the first function, 2: the second
   Answer returned;  // what the installer returns
   Answer in_use;    // who answers the hook's call afterwards
 };
