@@ -94,6 +94,7 @@ struct Family {
   const char *name;
   Job (*make)(unsigned seed);
 };
+void PrintTo(const Family &f, std::ostream *os) { *os << f.name; }
 
 // Shapes that take each way of cutting a call on two or more workers: the
 // two-dimensional grid, the split along k, the row blocks of GEMV, the loop
