@@ -87,20 +87,15 @@ TEST(RowMajorConjugateGemv, SameResultWhenScratchIsRefused) {
 
 // Fortran compilers spell a routine dgemm_, dgemm or DGEMM: each spelling is
 // the same product.
-using DgemmFn = decltype(&dgemm_);
-extern "C" void dgemm(const char *, const char *, const int *, const int *, const int *, const double *,
-                      const double *, const int *, const double *, const int *, const double *, double *, const int *);
-extern "C" void DGEMM(const char *, const char *, const int *, const int *, const int *, const double *,
-                      const double *, const int *, const double *, const int *, const double *, double *, const int *);
-extern "C" void zgemv(const char *, const int *, const int *, const ORB_Complex16 *, const ORB_Complex16 *,
-                      const int *, const ORB_Complex16 *, const int *, const ORB_Complex16 *, ORB_Complex16 *,
-                      const int *);
-extern "C" void ZGEMV(const char *, const int *, const int *, const ORB_Complex16 *, const ORB_Complex16 *,
-                      const int *, const ORB_Complex16 *, const int *, const ORB_Complex16 *, ORB_Complex16 *,
-                      const int *);
+extern "C" {
+ORB_TEST_GEMM(dgemm, double, int)
+ORB_TEST_GEMM(DGEMM, double, int)
+ORB_TEST_GEMV(zgemv, ORB_Complex16, int)
+ORB_TEST_GEMV(ZGEMV, ORB_Complex16, int)
+}
 
 TEST(FortranSpellings, EveryNameFormComputesTheProduct) {
-  for (DgemmFn f : {&dgemm_, &dgemm, &DGEMM})
+  for (auto f : {&dgemm_, &dgemm, &DGEMM})
     check_gemm<double>(false, 'N', 'T', 5, 4, 3, 1.5, 0.5, {1, 0, 2}, [&](double al, const double *a, ORB_INT lda,
                                                                        const double *b, ORB_INT ldb, double be, double *c,
                                                                        ORB_INT ldc) {

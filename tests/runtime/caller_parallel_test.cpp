@@ -5,27 +5,24 @@
 // call must never start one of the caller's other tasks.
 //
 // Operands hold small integers, so every product is exact in any summation
-// order: each result must equal, bit for bit, the one the core's sequential
-// kernel computes for the whole call.
+// order: each result must equal the one the core's sequential kernel computes
+// for the whole call.  The precisions share one frame, so double stands for all.
 #include "blas_api.hpp"
-#include "dense.hpp"
+#include "hooks.hpp"
 
-#include <orb/internal/orb_kernels.h>
-#include <orb/orb_blas.h>
 #include <orb/orb_service.h>
 #include <orb/orb_threader.h>
 
 #include <gtest/gtest.h>
 #include <oneapi/tbb/global_control.h>
 #include <oneapi/tbb/parallel_for.h>
-#include <oneapi/tbb/partitioner.h>
 #include <oneapi/tbb/task_arena.h>
 #include <oneapi/tbb/task_group.h>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
-#include <dlfcn.h>
-#include <cstring>
+#include <functional>
 #include <memory>
 #include <thread>
 #include <vector>
@@ -33,136 +30,98 @@
 namespace orb::test {
 namespace {
 
-//! One library call with its own operands, and the result it must produce.
-class Job {
- public:
-  virtual ~Job() = default;
-  virtual void run() = 0;  //!< calls the library; may be called once
-  virtual bool correct() const = 0;
+//! One library call with its own operands: run() calls the library once,
+//! correct() says whether it produced the expected result.
+struct Job {
+  std::function<void()> run;
+  std::function<bool()> correct;
 };
 
 //! Integers in [-4, 4]: products and sums stay exact.
-template <class T>
-std::vector<T> small_integers(size_t count, unsigned seed) {
-  std::vector<T> v(count);
-  for (size_t i = 0; i < count; ++i) {
-    const auto at = [&](size_t j) { return static_cast<long double>(static_cast<int>((j * 7 + seed) % 9) - 4); };
-    v[i] = narrow<T>(cld(at(2 * i), at(2 * i + 1)));
-  }
+std::vector<double> small_integers(size_t count, unsigned seed) {
+  std::vector<double> v(count);
+  for (size_t i = 0; i < count; ++i) v[i] = static_cast<int>((i * 7 + seed) % 9) - 4;
   return v;
 }
 
-template <class T>
-T scalar(double re) {
-  return narrow<T>(cld(re, 0));
+struct Operands {
+  std::vector<double> a, x, y, want;
+};
+
+std::shared_ptr<Operands> operands(size_t a, size_t x, size_t y, unsigned seed) {
+  auto o = std::make_shared<Operands>(
+      Operands{small_integers(a, seed), small_integers(x, seed + 1), small_integers(y, seed + 2), {}});
+  o->want = o->y;
+  return o;
 }
 
-//! C = op(A) op(B) - C through the standard Fortran name.
-template <class T>
-class GemmJob : public Job {
- public:
-  GemmJob(char ta, int m, int n, int k, unsigned seed)
-      : ta_(ta), m_(m), n_(n), k_(k), a_(small_integers<T>(size_t(m) * k, seed)),
-        b_(small_integers<T>(size_t(k) * n, seed + 1)), c_(small_integers<T>(size_t(m) * n, seed + 2)), want_(c_) {
-    const ORB_INT m64 = m, n64 = n, k64 = k, lda = ta == 'N' ? m : k;
-    const T one = scalar<T>(1), minus = scalar<T>(-1);
-    Api<T>::kernel_gemm(&ta_, "N", &m64, &n64, &k64, &one, a_.data(), &lda, b_.data(), &k64, &minus, want_.data(),
-                        &m64);
-  }
-  void run() override {
-    const int lda = ta_ == 'N' ? m_ : k_;
-    const T one = scalar<T>(1), minus = scalar<T>(-1);
-    Api<T>::gemm32(&ta_, "N", &m_, &n_, &k_, &one, a_.data(), &lda, b_.data(), &k_, &minus, c_.data(), &m_);
-  }
-  bool correct() const override { return std::memcmp(c_.data(), want_.data(), c_.size() * sizeof(T)) == 0; }
-
- private:
-  char ta_;
-  int m_, n_, k_;
-  std::vector<T> a_, b_, c_, want_;
-};
+//! C = op(A) B - C through the standard Fortran name.
+Job gemm_job(char ta, int m, int n, int k, unsigned seed) {
+  auto o = operands(size_t(m) * k, size_t(k) * n, size_t(m) * n, seed);
+  const ORB_INT m8 = m, n8 = n, k8 = k, lda8 = ta == 'N' ? m : k;
+  const double one = 1, minus = -1;
+  orb_blas_xdgemm(&ta, "N", &m8, &n8, &k8, &one, o->a.data(), &lda8, o->x.data(), &k8, &minus, o->want.data(), &m8);
+  return {[=] {
+            const int lda = ta == 'N' ? m : k;
+            dgemm_(&ta, "N", &m, &n, &k, &one, o->a.data(), &lda, o->x.data(), &k, &minus, o->y.data(), &m);
+          },
+          [o] { return o->y == o->want; }};
+}
 
 //! y = A x + 2 y through the standard Fortran name.
-class GemvJob : public Job {
- public:
-  GemvJob(int m, int n, unsigned seed)
-      : m_(m), n_(n), a_(small_integers<double>(size_t(m) * n, seed)), x_(small_integers<double>(n, seed + 1)),
-        y_(small_integers<double>(m, seed + 2)), want_(y_) {
-    const ORB_INT m64 = m, n64 = n, one = 1;
-    const double alpha = 1, beta = 2;
-    orb_blas_xdgemv("N", &m64, &n64, &alpha, a_.data(), &m64, x_.data(), &one, &beta, want_.data(), &one);
-  }
-  void run() override {
-    const int one = 1;
-    const double alpha = 1, beta = 2;
-    dgemv_("N", &m_, &n_, &alpha, a_.data(), &m_, x_.data(), &one, &beta, y_.data(), &one);
-  }
-  bool correct() const override { return y_ == want_; }
-
- private:
-  int m_, n_;
-  std::vector<double> a_, x_, y_, want_;
-};
+Job gemv_job(int m, int n, unsigned seed) {
+  auto o = operands(size_t(m) * n, n, m, seed);
+  const ORB_INT m8 = m, n8 = n, inc8 = 1;
+  const double alpha = 1, beta = 2;
+  orb_blas_xdgemv("N", &m8, &n8, &alpha, o->a.data(), &m8, o->x.data(), &inc8, &beta, o->want.data(), &inc8);
+  return {[=] {
+            const int inc = 1;
+            dgemv_("N", &m, &n, &alpha, o->a.data(), &m, o->x.data(), &inc, &beta, o->y.data(), &inc);
+          },
+          [o] { return o->y == o->want; }};
+}
 
 //! A threader loop of the core's modules: every index exactly once.
-class ThreaderJob : public Job {
- public:
-  using Service = void (*)(int64_t, int, void *, orb_threader_fn);
-  ThreaderJob(Service service, int n, int t) : service_(service), n_(n), t_(t), counts_(n) {}
-  void run() override { service_(n_, t_, this, count); }
-  bool correct() const override {
-    for (const auto &c : counts_)
-      if (c.load() != 1) return false;
-    return true;
-  }
-
- private:
-  static int count(int i, int, int, void *self) {
-    static_cast<ThreaderJob *>(self)->counts_[i].fetch_add(1);
-    return 0;
-  }
-  Service service_;
-  int n_, t_;
-  std::vector<std::atomic<int>> counts_;
-};
+Job threader_job(int t) {
+  using Counts = std::vector<std::atomic<int>>;
+  auto counts = std::make_shared<Counts>(3000);
+  const orb_threader_fn count = [](int i, int, int, void *c) { return (*static_cast<Counts *>(c))[i]++, 0; };
+  return {[=] { orb_stx_serv_threader_for(3000, t, counts.get(), count); },
+          [=] { return std::all_of(counts->begin(), counts->end(), [](const auto &c) { return c == 1; }); }};
+}
 
 struct Family {
   const char *name;
-  std::unique_ptr<Job> (*make)(unsigned seed);
+  Job (*make)(unsigned seed);
 };
+void PrintTo(const Family &f, std::ostream *os) { *os << f.name; }
 
 // Shapes that take each way of cutting a call on two or more workers: the
 // two-dimensional grid, the split along k, the row blocks of GEMV, the loop
-// services with and without chunking.
+// service with and without chunking.
 const Family kFamilies[] = {
-    {"dgemm_grid", [](unsigned s) -> std::unique_ptr<Job> { return std::make_unique<GemmJob<double>>('N', 256, 192, 96, s); }},
-    {"dgemm_split_k", [](unsigned s) -> std::unique_ptr<Job> { return std::make_unique<GemmJob<double>>('T', 96, 64, 4096, s); }},
-    {"sgemm_grid", [](unsigned s) -> std::unique_ptr<Job> { return std::make_unique<GemmJob<float>>('T', 200, 130, 64, s); }},
-    {"zgemm_grid", [](unsigned s) -> std::unique_ptr<Job> { return std::make_unique<GemmJob<ORB_Complex16>>('N', 140, 100, 40, s); }},
-    {"dgemv", [](unsigned s) -> std::unique_ptr<Job> { return std::make_unique<GemvJob>(1024, 300, s); }},
-    {"stx_for", [](unsigned) -> std::unique_ptr<Job> { return std::make_unique<ThreaderJob>(orb_stx_serv_threader_for, 3000, 0); }},
-    {"stx_for_chunks", [](unsigned) -> std::unique_ptr<Job> { return std::make_unique<ThreaderJob>(orb_stx_serv_threader_for, 3000, 1); }},
-    {"df_for", [](unsigned) -> std::unique_ptr<Job> { return std::make_unique<ThreaderJob>(orb_df_serv_threader_for, 3000, 0); }},
+    {"dgemm_grid", [](unsigned s) { return gemm_job('N', 256, 192, 96, s); }},
+    {"dgemm_split_k", [](unsigned s) { return gemm_job('T', 96, 64, 4096, s); }},
+    {"dgemv", [](unsigned s) { return gemv_job(1024, 300, s); }},
+    {"threader_for", [](unsigned) { return threader_job(0); }},
+    {"threader_for_chunks", [](unsigned) { return threader_job(1); }},
 };
 
-class CallerParallel : public ::testing::TestWithParam<Family> {
- protected:
-  std::unique_ptr<Job> make(unsigned seed) const { return GetParam().make(seed); }
-};
+class CallerParallel : public ::testing::TestWithParam<Family> {};
 
 // The caller's group is cancelled while its task is inside the call (the task
 // has started and waits for a go), or by the task itself just before the call.
 TEST_P(CallerParallel, CancelledGroupStillGetsWholeResult) {
-  for (int round = 0; round < 6; ++round) {
+  for (unsigned round = 0; round < 6; ++round) {
     const bool cancel_from_inside = round % 2 == 1;
-    auto job = make(round);
+    Job job = GetParam().make(round);
     std::atomic<bool> started{false}, go{false}, finished{false};
     tbb::task_group group;
     group.run([&] {
       started = true;
       if (cancel_from_inside) group.cancel();
       while (!go) std::this_thread::yield();
-      job->run();
+      job.run();
       finished = true;
     });
     while (!started) std::this_thread::yield();
@@ -170,25 +129,27 @@ TEST_P(CallerParallel, CancelledGroupStillGetsWholeResult) {
     go = true;
     group.wait();
     ASSERT_TRUE(finished);
-    EXPECT_TRUE(job->correct()) << "round " << round;
+    EXPECT_TRUE(job.correct()) << "round " << round;
   }
 }
 
 // Plain threads and the runtime's own threads call at once.
 TEST_P(CallerParallel, ManyCallersAtOnce) {
-  constexpr int kThreads = 6, kCallsEach = 3;
-  std::vector<std::unique_ptr<Job>> jobs;
-  for (int i = 0; i < 2 * kThreads * kCallsEach; ++i) jobs.push_back(make(i));
+  constexpr int kThreads = 6, kCallsEach = 3, kBase = kThreads * kCallsEach;
+  std::vector<Job> jobs;
+  for (unsigned i = 0; i < 2 * kBase; ++i) jobs.push_back(GetParam().make(i));
   std::vector<std::thread> threads;
   for (int t = 0; t < kThreads; ++t)
     threads.emplace_back([&, t] {
-      for (int c = 0; c < kCallsEach; ++c) jobs[t * kCallsEach + c]->run();
+      for (int c = 0; c < kCallsEach; ++c) jobs[t * kCallsEach + c].run();
     });
   for (auto &t : threads) t.join();
-  const int base = kThreads * kCallsEach;
-  tbb::parallel_for(0, base, [&](int i) { jobs[base + i]->run(); });
-  for (size_t i = 0; i < jobs.size(); ++i) EXPECT_TRUE(jobs[i]->correct()) << "call " << i;
+  tbb::parallel_for(0, kBase, [&](int i) { jobs[kBase + i].run(); });
+  for (size_t i = 0; i < jobs.size(); ++i) EXPECT_TRUE(jobs[i].correct()) << "call " << i;
 }
+
+INSTANTIATE_TEST_SUITE_P(Families, CallerParallel, ::testing::ValuesIn(kFamilies),
+                         [](const ::testing::TestParamInfo<Family> &info) { return std::string(info.param.name); });
 
 // Pacing of the pieces of one product, observed through the core's kernel: the
 // calling thread's piece ends only once another thread has taken the other
@@ -223,8 +184,8 @@ TEST(CallerParallelWait, WaitingCallerRunsOnlyItsOwnPieces) {
     });
     while (!filled) std::this_thread::yield();
     const int previous = orb_serv_set_num_threads_local(2);
-    for (int round = 0; round < 8; ++round) {
-      GemmJob<double> job('N', 256, 64, 64, round);
+    for (unsigned round = 0; round < 8; ++round) {
+      Job job = gemm_job('N', 256, 64, 64, round);
       pacing.caller = std::this_thread::get_id();
       pacing.taken = false;
       pacing.on = true;
@@ -241,9 +202,6 @@ TEST(CallerParallelWait, WaitingCallerRunsOnlyItsOwnPieces) {
   EXPECT_EQ(nested.load(), 0);
 }
 
-INSTANTIATE_TEST_SUITE_P(Families, CallerParallel, ::testing::ValuesIn(kFamilies),
-                         [](const ::testing::TestParamInfo<Family> &info) { return std::string(info.param.name); });
-
 }  // namespace
 }  // namespace orb::test
 
@@ -251,7 +209,7 @@ extern "C" void orb_blas_xdgemm(const char *transa, const char *transb, const OR
                                 const ORB_INT *k, const double *alpha, const double *a, const ORB_INT *lda,
                                 const double *b, const ORB_INT *ldb, const double *beta, double *c,
                                 const ORB_INT *ldc) {
-  static const auto next = reinterpret_cast<decltype(&orb_blas_xdgemm)>(dlsym(RTLD_NEXT, "orb_blas_xdgemm"));
+  static const auto next = ORB_TEST_NEXT(orb_blas_xdgemm);
   next(transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
   auto &p = orb::test::pacing;
   if (!p.on) return;

@@ -9,19 +9,14 @@
 namespace orb::test {
 namespace {
 
-// Which function answered a call.
+// Which function answered a call: none (a null function), the default, or the
+// first or second function installed here (told apart by their results, 11 and 12).
 enum Answer { kNull, kDefault, kFirst, kSecond, kUnknown };
 void PrintTo(Answer a, std::ostream *os) {
   static const char *const names[] = {"NULL", "the default", "first", "second", "an unknown function"};
   *os << names[a];
 }
-
-// Two installable functions per hook, told apart by their results.
-constexpr int kFirstResult = 11, kSecondResult = 12;
-
-Answer by_result(int result) {
-  return result == kFirstResult ? kFirst : result == kSecondResult ? kSecond : kUnknown;
-}
+Answer by_result(int result) { return result == 11 ? kFirst : result == 12 ? kSecond : kUnknown; }
 
 // Each hook: its installers, the library's call through it, two functions to
 // install, and who answers a call made through a function of its type.
@@ -30,8 +25,8 @@ struct ProgressHook {
   static Fn set(Fn fn) { return orb_serv_set_progress(fn); }
   static Fn set_interface(Fn fn) { return orb_serv_set_progress_interface(fn); }
   static constexpr Fn call = orb_serv_progress;
-  static int first(int *, int *, char *, int) { return kFirstResult; }
-  static int second(int *, int *, char *, int) { return kSecondResult; }
+  static constexpr Fn fns[] = {nullptr, [](int *, int *, char *, int) { return 11; },
+                               [](int *, int *, char *, int) { return 12; }};
   static Answer answer(Fn fn) {
     if (!fn) return kNull;
     int thread = 0, step = 0;
@@ -46,8 +41,8 @@ struct PivotHook {
   static Fn set(Fn fn) { return orb_serv_set_kestrel_pivot(fn); }
   static Fn set_interface(Fn fn) { return orb_serv_set_kestrel_pivot_interface(fn); }
   static constexpr Fn call = orb_serv_kestrel_pivot;
-  static int first(const void *, double *, const double *) { return kFirstResult; }
-  static int second(const void *, double *, const double *) { return kSecondResult; }
+  static constexpr Fn fns[] = {nullptr, [](const void *, double *, const double *) { return 11; },
+                               [](const void *, double *, const double *) { return 12; }};
   static Answer answer(Fn fn) {
     if (!fn) return kNull;
     double a = 0.0;
@@ -57,26 +52,23 @@ struct PivotHook {
   }
 };
 
-enum Installer { kSet, kSetInterface };
-enum Argument { kNone, kFirstFn, kSecondFn };
-
 struct Step {
   const char *what;
-  Installer installer;
-  Argument argument;
+  bool interface;   // the interface installer, else "set"
+  int argument;     // 0: NULL, 1: the first function, 2: the second
   Answer returned;  // what the installer returns
   Answer in_use;    // who answers the hook's call afterwards
 };
 
 // Run in this order, from an empty slot.
 constexpr Step kSteps[] = {
-    {"set on the empty slot returns the default", kSet, kFirstFn, kDefault, kFirst},
-    {"the interface installer leaves an installed hook", kSetInterface, kSecondFn, kFirst, kFirst},
-    {"set replaces and returns the previous hook", kSet, kSecondFn, kFirst, kSecond},
-    {"set(NULL) puts the default back", kSet, kNone, kSecond, kDefault},
-    {"set(NULL) on the empty slot returns the default, not NULL", kSet, kNone, kDefault, kDefault},
-    {"the interface installer fills the empty slot", kSetInterface, kFirstFn, kDefault, kFirst},
-    {"set(NULL) empties it again", kSet, kNone, kFirst, kDefault},
+    {"set on the empty slot returns the default", false, 1, kDefault, kFirst},
+    {"the interface installer leaves an installed hook", true, 2, kFirst, kFirst},
+    {"set replaces and returns the previous hook", false, 2, kFirst, kSecond},
+    {"set(NULL) puts the default back", false, 0, kSecond, kDefault},
+    {"set(NULL) on the empty slot returns the default, not NULL", false, 0, kDefault, kDefault},
+    {"the interface installer fills the empty slot", true, 1, kDefault, kFirst},
+    {"set(NULL) empties it again", false, 0, kFirst, kDefault},
 };
 
 template <class Hook>
@@ -89,13 +81,11 @@ TYPED_TEST_SUITE(HookInstallers, Hooks);
 
 TYPED_TEST(HookInstallers, FollowTheSetAndInterfaceRules) {
   using Hook = TypeParam;
-  using Fn = typename Hook::Fn;
   ASSERT_EQ(Hook::answer(Hook::call), kDefault) << "a hook was left installed";
   for (const Step &s : kSteps) {
     SCOPED_TRACE(s.what);
-    const Fn fn = s.argument == kFirstFn ? Hook::first : s.argument == kSecondFn ? Hook::second : nullptr;
-    const Fn returned = s.installer == kSet ? Hook::set(fn) : Hook::set_interface(fn);
-    EXPECT_EQ(Hook::answer(returned), s.returned);
+    const auto fn = Hook::fns[s.argument];
+    EXPECT_EQ(Hook::answer(s.interface ? Hook::set_interface(fn) : Hook::set(fn)), s.returned);
     EXPECT_EQ(Hook::answer(Hook::call), s.in_use);
   }
 }

@@ -96,12 +96,11 @@ INSTANTIATE_TEST_SUITE_P(Units, VerboseLines,
                                            LineCase{-std::numeric_limits<double>::min(), "0.00s"},
                                            LineCase{std::numeric_limits<double>::quiet_NaN(), "0.00s"}));
 
-// The reproducibility branch by name, in hexadecimal where it has none, and
-// strict mode; the memory manager's status 1 (off) prints 0; a null call
-// text prints an empty description.
+// The reproducibility branch by name, in hexadecimal where it has none (the
+// gaps 5 and 11 among the named codes), and strict mode; the memory manager's
+// status 1 (off) prints 0; a null call text prints an empty description.
 INSTANTIATE_TEST_SUITE_P(Settings, VerboseLines,
-                         ::testing::Values(LineCase{2.5, "2.50s", 2, "AUTO"}, LineCase{2.5, "2.50s", 3, "COMPATIBLE"},
-                                           LineCase{2.5, "2.50s", 4, "SSE2"}, LineCase{2.5, "2.50s", 12, "AVX512"},
+                         ::testing::Values(LineCase{2.5, "2.50s", 2, "AUTO"}, LineCase{2.5, "2.50s", 12, "AVX512"},
                                            LineCase{2.5, "2.50s", 0, "?0"}, LineCase{2.5, "2.50s", 11, "?b"},
                                            LineCase{2.5, "2.50s", ORB_CBWR_STRICT | 10, "AVX2,STRICT"},
                                            LineCase{2.5, "2.50s", ORB_CBWR_STRICT | 5, "?5,STRICT"},
@@ -134,39 +133,24 @@ TEST(VerboseIfaceWord, UnnamedInterfacesPrintInHexadecimal) {
 const std::string kLp64Header =
     "ORB_VERBOSE Orbix 2.0 Patch 1 Product build 20240131 for Linux x86-64, Lnx 3.46GHz lp64 tsq_thread";
 
-struct HeaderCase {
-  std::vector<std::string> args;
-  std::string line;
-};
-void PrintTo(const HeaderCase &c, std::ostream *os) {
-  for (const auto &a : c.args) *os << a << " ";
+// Printed twice by the probe, the header appears once.  An update number
+// above 0 is named; an interface code of 0 names no interface.
+TEST(VerboseHeader, IsOneLineOfTheVersionFrequencyAndInterface) {
+  const std::pair<std::vector<std::string>, std::string> cases[] = {
+      {{"header", "2", "3"},
+       "ORB_VERBOSE Orbix 2.0 Update 3 Patch 1 Product build 20240131 for Linux x86-64, Lnx 3.46GHz ilp64 tsq_thread"},
+      {{"header", "0"}, "ORB_VERBOSE Orbix 2.0 Patch 1 Product build 20240131 for Linux x86-64, Lnx 3.46GHz tsq_thread"},
+      {{"header", "-1"},
+       "ORB_VERBOSE Orbix 2.0 Patch 1 Product build 20240131 for Linux x86-64, Lnx 3.46GHz cdecl tsq_thread"}};
+  for (const auto &[args, line] : cases) {
+    const ProbeResult r = run_probe(args);
+    ASSERT_EQ(r.exit_code, 0) << r.err;
+    EXPECT_EQ(r.out, line + "\n");
+    EXPECT_EQ(r.err, "");
+  }
 }
-class VerboseHeader : public ::testing::TestWithParam<HeaderCase> {};
 
-// Printed twice by the probe, the header appears once.
-TEST_P(VerboseHeader, IsOneLineOfTheVersionFrequencyAndInterface) {
-  const ProbeResult r = run_probe(GetParam().args);
-  ASSERT_EQ(r.exit_code, 0) << r.err;
-  EXPECT_EQ(r.out, GetParam().line + "\n");
-  EXPECT_EQ(r.err, "");
-}
-
-// An update number above 0 is named; an interface code of 0 names no
-// interface.
-INSTANTIATE_TEST_SUITE_P(
-    Lines, VerboseHeader,
-    ::testing::Values(
-        HeaderCase{{"header", "1"}, kLp64Header},
-        HeaderCase{{"header", "2", "3"},
-                   "ORB_VERBOSE Orbix 2.0 Update 3 Patch 1 Product build 20240131 for Linux x86-64, Lnx 3.46GHz "
-                   "ilp64 tsq_thread"},
-        HeaderCase{{"header", "0"},
-                   "ORB_VERBOSE Orbix 2.0 Patch 1 Product build 20240131 for Linux x86-64, Lnx 3.46GHz tsq_thread"},
-        HeaderCase{{"header", "-1"},
-                   "ORB_VERBOSE Orbix 2.0 Patch 1 Product build 20240131 for Linux x86-64, Lnx 3.46GHz cdecl "
-                   "tsq_thread"}));
-
-TEST(VerboseHeaderOnce, PrintedOnceFirstEvenByConcurrentReports) {
+TEST(VerboseHeader, PrintedOnceFirstEvenByConcurrentReports) {
   constexpr int kThreads = 8;
   const auto r = run_probe({"lines", "2", std::to_string(kThreads)}, {"ORB_CBWR=AVX2"});
   ASSERT_EQ(r.exit_code, 0) << r.err;
@@ -189,83 +173,42 @@ std::string deep_name(const std::string &root, size_t bytes) {
   return name + "/" + std::string(bytes - name.size() - 1, 'v');
 }
 
-std::string file_text(const std::string &name) {
-  std::ifstream in(name);
-  std::stringstream text;
-  text << in.rdbuf();
-  return text.str();
-}
-
-struct OutputFileCase {
-  size_t bytes;   // length of the file name
-  bool accepted;  // whether the system takes a name that long
-};
-void PrintTo(const OutputFileCase &c, std::ostream *os) { *os << c.bytes << " bytes"; }
-class VerboseOutputFile : public ::testing::TestWithParam<OutputFileCase> {
- protected:
-  void SetUp() override {
+// The whole name is used, however long (short; past 255 bytes; the longest the
+// system takes, PATH_MAX counting the terminator): the header and the line are
+// appended to what the file held, nothing goes to the standard streams, and no
+// file of a shortened name appears beside it.  A name longer than the system
+// takes costs a warning per line, the lines go to standard output, and no file
+// appears at all.
+TEST(VerboseOutputFile, WholeNameTakesTheLinesOrNothingDoes) {
+  const std::string line = "ORB_VERBOSE CALL0 500.00ms CNR:OFF Dyn:1 FastMM:1";
+  const std::string warning = "ORB_VERBOSE WARNING: unable to open output file. Print to STDOUT\n";
+  for (const size_t bytes : {size_t{60}, size_t{320}, size_t{PATH_MAX - 1}, size_t{PATH_MAX + 100}}) {
+    SCOPED_TRACE(bytes);
+    const bool accepted = bytes < PATH_MAX;
     char root[] = "/tmp/orb_verbose_XXXXXX";
     ASSERT_NE(mkdtemp(root), nullptr);
-    root_ = root;
-    name_ = deep_name(root_, GetParam().bytes);
-    dir_ = std::filesystem::path(name_).parent_path();
-    std::filesystem::create_directories(dir_);
+    const std::string name = deep_name(root, bytes);
+    const std::filesystem::path dir = std::filesystem::path(name).parent_path();
+    std::filesystem::create_directories(dir);
+    if (accepted) std::ofstream(name) << "earlier\n";
+    const auto r = run_probe({"lines", "1", "1"}, {"ORB_VERBOSE_OUTPUT_FILE=" + name});
+    std::vector<std::string> beside;
+    for (const auto &e : std::filesystem::directory_iterator(dir)) beside.push_back(e.path().filename());
+    std::stringstream text;
+    text << std::ifstream(name).rdbuf();
+    std::filesystem::remove_all(root);
+    EXPECT_EQ(r.exit_code, 0) << r.err;
+    EXPECT_EQ(name.size(), bytes);
+    if (accepted) {
+      EXPECT_EQ(text.str(), "earlier\n" + kLp64Header + "\n" + line + "\n");
+      EXPECT_EQ(r.out + r.err, "");
+      EXPECT_EQ(beside, std::vector<std::string>{std::filesystem::path(name).filename()});
+    } else {
+      EXPECT_EQ(r.out, kLp64Header + "\n" + line + "\n");
+      EXPECT_EQ(r.err, warning + warning);
+      EXPECT_EQ(beside, std::vector<std::string>{});
+    }
   }
-  void TearDown() override { std::filesystem::remove_all(root_); }
-
-  //! The names in the file's own directory.
-  std::vector<std::string> beside() const {
-    std::vector<std::string> names;
-    for (const auto &e : std::filesystem::directory_iterator(dir_)) names.push_back(e.path().filename());
-    return names;
-  }
-
-  std::string root_, name_, dir_;
-};
-
-// The whole name is used, however long: the header and the line are appended
-// to what the file held, nothing goes to the standard streams, and no file of
-// a shortened name appears beside it.  A name longer than the system takes
-// costs a warning per line, the lines go to standard output, and no file
-// appears at all.
-TEST_P(VerboseOutputFile, WholeNameTakesTheLinesOrNothingDoes) {
-  const OutputFileCase &c = GetParam();
-  ASSERT_EQ(name_.size(), c.bytes);
-  if (c.accepted) std::ofstream(name_) << "earlier\n";
-  const auto r = run_probe({"lines", "1", "1"}, {"ORB_VERBOSE_OUTPUT_FILE=" + name_});
-  ASSERT_EQ(r.exit_code, 0) << r.err;
-  const std::string &header = kLp64Header, line = "ORB_VERBOSE CALL0 500.00ms CNR:OFF Dyn:1 FastMM:1";
-  if (c.accepted) {
-    EXPECT_EQ(file_text(name_), "earlier\n" + header + "\n" + line + "\n");
-    EXPECT_EQ(r.out, "");
-    EXPECT_EQ(r.err, "");
-    EXPECT_EQ(beside(), std::vector<std::string>{std::filesystem::path(name_).filename()});
-  } else {
-    EXPECT_EQ(r.out, header + "\n" + line + "\n");
-    EXPECT_EQ(r.err,
-              "ORB_VERBOSE WARNING: unable to open output file. Print to STDOUT\n"
-              "ORB_VERBOSE WARNING: unable to open output file. Print to STDOUT\n");
-    EXPECT_EQ(beside(), std::vector<std::string>{});
-  }
-}
-
-// Short; past 255 bytes; the longest name the system takes (PATH_MAX counts
-// the terminator); past that.
-INSTANTIATE_TEST_SUITE_P(NameLengths, VerboseOutputFile,
-                         ::testing::Values(OutputFileCase{60, true}, OutputFileCase{320, true},
-                                           OutputFileCase{PATH_MAX - 1, true}, OutputFileCase{PATH_MAX + 100, false}));
-
-TEST(VerboseHeaderOnce, UnwritableOutputFileWarnsForHeaderAndEachLine) {
-  const auto r =
-      run_probe({"lines", "1", "2"}, {"ORB_VERBOSE_OUTPUT_FILE=/nonexistent-orb-dir/verbose.log"});
-  ASSERT_EQ(r.exit_code, 0) << r.err;
-  EXPECT_EQ(r.err,
-            "ORB_VERBOSE WARNING: unable to open output file. Print to STDOUT\n"
-            "ORB_VERBOSE WARNING: unable to open output file. Print to STDOUT\n"
-            "ORB_VERBOSE WARNING: unable to open output file. Print to STDOUT\n");
-  const auto all = lines_with(r.out, "");
-  ASSERT_EQ(all.size(), 3u) << r.out;
-  EXPECT_EQ(all[0], kLp64Header);
 }
 
 }  // namespace

@@ -1,7 +1,7 @@
 // The standard names as a program declares them, and one call per name form
 // (32-bit, 64-bit, CBLAS column- and row-major) for any element type, so that
 // a test runs the same case through every form; Api<T> also names the threaded
-// drivers and the kernel beneath them.
+// drivers.
 #pragma once
 
 #include <orb/internal/orb_kernels.h>
@@ -61,7 +61,6 @@ struct Api;
     static constexpr auto gemm64 = p##gemm_64_;                                                                      \
     static constexpr auto gemv32 = p##gemv_;                                                                         \
     static constexpr auto gemv64 = p##gemv_64_;                                                                      \
-    static constexpr auto kernel_gemm = orb_blas_x##p##gemm;                                                          \
     static constexpr auto driver_gemm = orb_blas_##p##gemm;                                                          \
     static constexpr auto driver_gemm_lp64 = orb_blas_lp64_##p##gemm;                                                \
     static constexpr auto driver_gemv = orb_blas_##p##gemv;                                                          \
