@@ -1,0 +1,92 @@
+// A batch of products for the tests of the batch routines: groups described
+// in column-major terms, seeded operands for every product, the group arrays
+// in either integer width, and the check of every C against a naive product.
+#pragma once
+
+#include <orb/orb_blas.h>
+
+#include <cstdint>
+#include <vector>
+
+#include "dense.hpp"
+
+namespace orb::test {
+
+struct BatchGroup {
+  char ta, tb;
+  int m, n, k, size;
+  cld alpha = 1, beta = 0;
+};
+
+template <class T>
+struct BatchCase {
+  std::vector<BatchGroup> groups;
+  std::vector<std::vector<T>> a, b, c, c0;  // one per product, numbered on across groups
+  std::vector<const T *> ap, bp;
+  std::vector<T *> cp;
+  std::vector<char> ta, tb;
+  std::vector<T> alpha, beta;
+
+  //! r when t leaves the operand as stored, else c.
+  static int rows(char t, int r, int c) { return (t | 0x20) == 'n' ? r : c; }
+  static int64_t ld(int rows) { return (rows > 1 ? rows : 1) + 1; }  // one padding row
+
+  explicit BatchCase(std::vector<BatchGroup> gs) : groups(std::move(gs)) {
+    uint64_t seed = 1;
+    for (const BatchGroup &g : groups) {
+      ta.push_back(g.ta), tb.push_back(g.tb);
+      alpha.push_back(narrow<T>(g.alpha)), beta.push_back(narrow<T>(g.beta));
+      const int ra = rows(g.ta, g.m, g.k), rb = rows(g.tb, g.k, g.n);
+      for (int i = 0; i < g.size; ++i) {
+        a.push_back(random_matrix<T>(ra, rows(g.ta, g.k, g.m), ld(ra), seed++));
+        b.push_back(random_matrix<T>(rb, rows(g.tb, g.n, g.k), ld(rb), seed++));
+        c0.push_back(random_matrix<T>(g.m, g.n, ld(g.m), seed++));
+      }
+    }
+    c = c0;
+    for (size_t i = 0; i < a.size(); ++i)
+      ap.push_back(a[i].data()), bp.push_back(b[i].data()), cp.push_back(c[i].data());
+  }
+
+  //! One entry per group of the integer `field` in width I.
+  template <class I, class F>
+  std::vector<I> ints(F field) const {
+    std::vector<I> v;
+    for (const BatchGroup &g : groups) v.push_back(static_cast<I>(field(g)));
+    return v;
+  }
+  template <class I>
+  struct Arrays {
+    std::vector<I> m, n, k, lda, ldb, ldc, size;
+    I count;
+  };
+  template <class I>
+  Arrays<I> arrays() const {
+    return {ints<I>([](auto &g) { return g.m; }),
+            ints<I>([](auto &g) { return g.n; }),
+            ints<I>([](auto &g) { return g.k; }),
+            ints<I>([](auto &g) { return ld(rows(g.ta, g.m, g.k)); }),
+            ints<I>([](auto &g) { return ld(rows(g.tb, g.k, g.n)); }),
+            ints<I>([](auto &g) { return ld(g.m); }),
+            ints<I>([](auto &g) { return g.size; }),
+            static_cast<I>(groups.size())};
+  }
+
+  //! Every product's C against the naive product, padding untouched.
+  ::testing::AssertionResult matches() const {
+    size_t i = 0;
+    for (size_t g = 0; g < groups.size(); ++g) {
+      const BatchGroup &gr = groups[g];
+      const int64_t lda = ld(rows(gr.ta, gr.m, gr.k)), ldb = ld(rows(gr.tb, gr.k, gr.n));
+      for (int j = 0; j < gr.size; ++j, ++i)
+        if (auto r = matches_gemm(c[i], c0[i], gr.ta, gr.tb, gr.m, gr.n, gr.k, alpha[g], a[i], lda, b[i], ldb,
+                                  beta[g], ld(gr.m));
+            !r)
+          return r << " in product " << i;
+    }
+    return ::testing::AssertionSuccess();
+  }
+  bool untouched() const { return c == c0; }
+};
+
+}  // namespace orb::test
