@@ -17,31 +17,34 @@ template <class T, class I>
 void call_batch(Form form, BatchCase<T> &bc, typename BatchCase<T>::template Arrays<I> v) {
   if (form == Form::Fortran32 || form == Form::Fortran64) {
     const auto fn = [&] {
-      if constexpr (sizeof(I) == 4) return Api<T>::gemm_batch32; else return Api<T>::gemm_batch64;
+      if constexpr (sizeof(I) == 4)
+        return Api<T>::gemm_batch32;
+      else
+        return Api<T>::gemm_batch64;
     }();
     fn(bc.ta.data(), bc.tb.data(), v.m.data(), v.n.data(), v.k.data(), bc.alpha.data(), bc.ap.data(), v.lda.data(),
        bc.bp.data(), v.ldb.data(), bc.beta.data(), bc.cp.data(), v.ldc.data(), &v.count, v.size.data());
     return;
   }
   if constexpr (sizeof(I) == 4) {  // CBLAS takes 32-bit ints
-  const bool row = form == Form::CblasRow;
-  std::vector<CBLAS_TRANSPOSE> ta, tb;
-  for (size_t g = 0; g < bc.ta.size(); ++g) ta.push_back(cblas_trans(bc.ta[g])), tb.push_back(cblas_trans(bc.tb[g]));
-  if (row)
-    Api<T>::cblas_gemm_batch(CblasRowMajor, tb.data(), ta.data(), v.n.data(), v.m.data(), v.k.data(), bc.alpha.data(),
-                             bc.bp.data(), v.ldb.data(), bc.ap.data(), v.lda.data(), bc.beta.data(), bc.cp.data(),
-                             v.ldc.data(), v.count, v.size.data());
-  else
-    Api<T>::cblas_gemm_batch(CblasColMajor, ta.data(), tb.data(), v.m.data(), v.n.data(), v.k.data(), bc.alpha.data(),
-                             bc.ap.data(), v.lda.data(), bc.bp.data(), v.ldb.data(), bc.beta.data(), bc.cp.data(),
-                             v.ldc.data(), v.count, v.size.data());
+    std::vector<CBLAS_TRANSPOSE> ta, tb;
+    for (size_t g = 0; g < bc.ta.size(); ++g) ta.push_back(cblas_trans(bc.ta[g])), tb.push_back(cblas_trans(bc.tb[g]));
+    if (form == Form::CblasRow)
+      Api<T>::cblas_gemm_batch(CblasRowMajor, tb.data(), ta.data(), v.n.data(), v.m.data(), v.k.data(),
+                               bc.alpha.data(), bc.bp.data(), v.ldb.data(), bc.ap.data(), v.lda.data(),
+                               bc.beta.data(), bc.cp.data(), v.ldc.data(), v.count, v.size.data());
+    else
+      Api<T>::cblas_gemm_batch(CblasColMajor, ta.data(), tb.data(), v.m.data(), v.n.data(), v.k.data(),
+                               bc.alpha.data(), bc.ap.data(), v.lda.data(), bc.bp.data(), v.ldb.data(),
+                               bc.beta.data(), bc.cp.data(), v.ldc.data(), v.count, v.size.data());
   }
 }
 
 template <class T>
 void check_forms() {
   const cld a(1, 0.5), b(0.5, -2);
-  const std::vector<BatchGroup> groups = {{'N', 'T', 5, 4, 3, 2, a, b}, {'C', 'N', 3, 6, 2, 0}, {'T', 'N', 4, 3, 5, 3, b}};
+  const std::vector<BatchGroup> groups = {
+      {'N', 'T', 5, 4, 3, 2, a, b}, {'C', 'N', 3, 6, 2, 0}, {'T', 'N', 4, 3, 5, 3, b}};
   for (const Form form : kForms) {
     BatchCase<T> bc(groups);
     if (form == Form::Fortran64)
@@ -61,7 +64,8 @@ void check_forms() {
   }
   Api<T>::gemm_batch_strided32("T", "N", &m, &n, &k, &bc.alpha[0], bc.a[0].data(), &lda, &zero, bs.data(), &ldb,
                                &stride, &bc.beta[0], cs.data(), &ldc, &stride, &count);
-  for (int i = 0; i < count; ++i) std::copy(cs.begin() + i * stride, cs.begin() + i * stride + ldc * n, bc.c[i].begin());
+  for (int i = 0; i < count; ++i)
+    std::copy(cs.begin() + i * stride, cs.begin() + i * stride + ldc * n, bc.c[i].begin());
   EXPECT_TRUE(bc.matches()) << "strided";
 }
 

@@ -71,7 +71,9 @@ struct Group {
   ORB_INT members;
 
   //! Member i through the threaded GEMM.
-  void product(ORB_INT i) const { P::gemm(transa, transb, &m, &n, &k, alpha, a[i], &lda, b[i], &ldb, beta, c[i], &ldc); }
+  void product(ORB_INT i) const {
+    P::gemm(transa, transb, &m, &n, &k, alpha, a[i], &lda, b[i], &ldb, beta, c[i], &ldc);
+  }
   //! Member i (n = 1, B not transposed) through the core's sequential GEMV.
   void matrix_vector(ORB_INT i) const {
     gemv_shortcut<P>(P::gemv_kernel, transa, transb, &m, &k, alpha, a[i], &lda, b[i], &ldb, beta, c[i]);
