@@ -24,6 +24,15 @@ void run_driver(BatchCase<T> &batch) {
                             batch.cp.data(), v.ldc.data(), &v.count, v.size.data(), sizeof(I) == 4);
 }
 
+//! run_driver without the A and B pointer arrays.
+template <class T>
+void run_driver_without_operands(BatchCase<T> &batch) {
+  auto v = batch.template arrays<int64_t>();
+  Api<T>::driver_gemm_batch(batch.ta.data(), batch.tb.data(), v.m.data(), v.n.data(), v.k.data(), batch.alpha.data(),
+                            nullptr, v.lda.data(), nullptr, v.ldb.data(), batch.beta.data(), batch.cp.data(),
+                            v.ldc.data(), &v.count, v.size.data(), 0);
+}
+
 //! The product number of each recorded kernel call, by the C it wrote.
 std::vector<int64_t> products(const std::vector<GemmCall> &calls, const BatchCase<double> &batch) {
   std::map<const void *, int64_t> number;
@@ -52,7 +61,9 @@ TEST(GemmBatchCalls, ContiguousRunsOf250OnFourWorkers) {
     for (const auto &[thread, mine] : by_thread)
       for (size_t i = 0; i < mine.size(); ++i)
         ASSERT_EQ(mine[i], i % run == 0 ? mine[i] - mine[i] % run : mine[i - 1] + 1) << "position " << i;
-    if (budget == 1) EXPECT_EQ(by_thread.begin()->first, std::this_thread::get_id());
+    if (budget == 1) {
+      EXPECT_EQ(by_thread.begin()->first, std::this_thread::get_id());
+    }
     std::sort(order.begin(), order.end());
     for (int64_t i = 0; i < 1000; ++i) ASSERT_EQ(order[i], i);
     EXPECT_TRUE(batch.matches());
@@ -108,9 +119,19 @@ TEST(GemmBatchCalls, MatrixVectorBatchOnTheCallingThread) {
     const Observed seen = observed();
     EXPECT_EQ(seen.gemv.size(), s.gemv);
     EXPECT_EQ(seen.gemm.size(), s.gemm);
-    if (s.on_caller)
-      for (const GemvCall &call : seen.gemv) EXPECT_EQ(call.thread, std::this_thread::get_id());
+    for (const GemvCall &call : seen.gemv) EXPECT_TRUE(!s.on_caller || call.thread == std::this_thread::get_id());
     EXPECT_TRUE(batch.matches());
+  }
+}
+
+// alpha = 0 reads neither A nor B, so a batch may leave their arrays out;
+// beta still scales every C, on the matrix-vector path too.
+TEST(GemmBatchCalls, AlphaZeroNeedsNoOperandArrays) {
+  for (const int n : {4, 1}) {
+    BatchCase<double> batch({{'N', 'N', 5, n, 3, 2, 0, 2}, {'T', 'N', 4, n, 6, 200, 0, -1}});
+    const Budget b(4);
+    run_driver_without_operands(batch);
+    EXPECT_TRUE(batch.matches()) << "n = " << n;
   }
 }
 

@@ -21,7 +21,9 @@
 // 64-bit otherwise.  The drivers check nothing beyond the group count: each
 // product is checked by the GEMM it goes to (the interface layer checks the
 // whole batch before it calls here).  A negative group size counts as an
-// empty group, a missing array as an empty batch.
+// empty group, a missing array of the groups' arguments as an empty batch;
+// a missing pointer array hands its products null matrices, which GEMM
+// reads only where the product needs them.
 //
 // orb_blas_?gemm_batch_strided lists the strided products' pointers in one
 // scratch block and runs them as a batch of one group with 64-bit integers.
@@ -72,15 +74,23 @@ struct Group {
 
   //! Member i through the threaded GEMM.
   void product(ORB_INT i) const {
-    P::gemm(transa, transb, &m, &n, &k, alpha, a[i], &lda, b[i], &ldb, beta, c[i], &ldc);
+    P::gemm(transa, transb, &m, &n, &k, alpha, at(a, i), &lda, at(b, i), &ldb, beta, at(c, i), &ldc);
   }
   //! Member i (n = 1, B not transposed) through the core's sequential GEMV.
   void matrix_vector(ORB_INT i) const {
-    gemv_shortcut<P>(P::gemv_kernel, transa, transb, &m, &k, alpha, a[i], &lda, b[i], &ldb, beta, c[i]);
+    gemv_shortcut<P>(P::gemv_kernel, transa, transb, &m, &k, alpha, at(a, i), &lda, at(b, i), &ldb, beta, at(c, i));
   }
   //! Member i, the batch's only one, through the threaded GEMV.
   void threaded_matrix_vector(ORB_INT i) const {
-    gemv_shortcut<P>(P::gemv, transa, transb, &m, &k, alpha, a[i], &lda, b[i], &ldb, beta, c[i]);
+    gemv_shortcut<P>(P::gemv, transa, transb, &m, &k, alpha, at(a, i), &lda, at(b, i), &ldb, beta, at(c, i));
+  }
+
+ private:
+  //! Entry i of a pointer array the caller may leave out where a product
+  //! reads none of it (A and B when alpha is 0).
+  template <class M>
+  static M *at(M *const *array, ORB_INT i) {
+    return array ? array[i] : nullptr;
   }
 };
 
@@ -99,8 +109,10 @@ class Batch {
   //! Group g whose first product is number `first` of the batch.
   Group<P> group(ORB_INT g, ORB_INT first) const {
     const ORB_INT members = size_[g] > 0 ? size_[g] : 0;
-    return {transa_ + g, transb_ + g, m_[g],     n_[g],      k_[g],      lda_[g], ldb_[g],
-            ldc_[g],     alpha_ + g,  beta_ + g, a_ + first, b_ + first, c_ + first, members};
+    // A missing pointer array stays missing for every group.
+    const auto from = [first](auto *array) { return array ? array + first : nullptr; };
+    return {transa_ + g, transb_ + g, m_[g],     n_[g],    k_[g],    lda_[g], ldb_[g],
+            ldc_[g],     alpha_ + g,  beta_ + g, from(a_), from(b_), from(c_), members};
   }
 
   //! Every group has n = 1, k != 0 and B as stored.
@@ -156,9 +168,7 @@ void gemm_batch(const char *transa, const char *transb, const void *m, const voi
   if (!group_count) return;
   const ORB_INT groups = Integers(group_count, int32 != 0)[0];
   if (groups < 1) return;
-  if (!transa || !transb || !m || !n || !k || !alpha || !a || !lda || !b || !ldb || !beta || !c || !ldc ||
-      !group_size)
-    return;
+  if (!transa || !transb || !m || !n || !k || !alpha || !lda || !ldb || !beta || !ldc || !group_size) return;
   const Batch<P> batch(transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc, group_size, int32 != 0);
   const Group<P> only = batch.group(0, 0);
   const bool single = groups == 1 && only.members == 1;
