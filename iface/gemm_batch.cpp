@@ -228,7 +228,7 @@ void cblas_gemm_batch(int layout, const CBLAS_TRANSPOSE *transa, const CBLAS_TRA
           report_cblas(name.cblas, info, row, kGemmRowMajorExchanges);
           return;
         }
-        const Scratch<char> letters(2 * static_cast<int64_t>(group_count), 64, Allocator::plain);
+        const Scratch<char> letters(2 * static_cast<int64_t>(group_count), 64);
         if (letters) {
           for (int g = 0; g < group_count; ++g) {
             char pair[2];

@@ -1,8 +1,9 @@
 // The batch drivers: how they cut a group into runs of products, in which
 // order they take the groups, the matrix-vector batch, and their results in
-// every precision and integer width.  Products are observed as the core's
-// kernels see them (interpose.cpp): small products reach orb_blas_x?gemm once,
-// with the product's own C.
+// every precision and integer width (CBLAS row-major with and without its
+// scratch).  Products are observed as the core's kernels see them
+// (interpose.cpp): small products reach orb_blas_x?gemm once, with the
+// product's own C.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -135,6 +136,16 @@ TEST(GemmBatchCalls, AlphaZeroNeedsNoOperandArrays) {
   }
 }
 
+// Callers on several threads at once each get their own products.
+TEST(GemmBatchCalls, ConcurrentCallers) {
+  std::vector<BatchCase<double>> batches;
+  for (int t = 0; t < 4; ++t) batches.emplace_back(std::vector<BatchGroup>{{'N', 'T', 8, 6, 5, 300, 1, t}});
+  std::vector<std::thread> callers;
+  for (auto &batch : batches) callers.emplace_back([&batch] { run_driver<int64_t>(batch); });
+  for (auto &caller : callers) caller.join();
+  for (const auto &batch : batches) EXPECT_TRUE(batch.matches());
+}
+
 // Results in every precision: mixed transpositions and scalars, an empty
 // group, a lone matrix-vector group; 32- and 64-bit group arrays; and the
 // strided batch with and without the scratch for its pointer lists.
@@ -147,6 +158,14 @@ TYPED_TEST(Results, GemmBatch) {
     BatchCase<T> batch(groups);
     narrow_ints ? run_driver<int>(batch) : run_driver<int64_t>(batch);
     EXPECT_TRUE(batch.matches()) << (narrow_ints ? "32-bit" : "64-bit");
+  }
+  // Row-major CBLAS lists the twin's letters in scratch, or goes group by group.
+  for (const bool fail_alloc : {false, true}) {
+    BatchCase<T> batch(groups);
+    observe(fail_alloc);
+    call_batch<T, int>(Form::CblasRow, batch, batch.template arrays<int>());
+    observed();
+    EXPECT_TRUE(batch.matches()) << (fail_alloc ? "CBLAS without scratch" : "CBLAS");
   }
   for (const bool fail_alloc : {false, true}) {
     BatchCase<T> batch({{'T', 'N', 6, 5, 4, 200, b, a}});

@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "blas_api.hpp"
 #include "dense.hpp"
 
 namespace orb::test {
@@ -88,5 +89,35 @@ struct BatchCase {
   }
   bool untouched() const { return c == c0; }
 };
+
+//! A batch through one name form; a row-major form stores each product as its
+//! column-major twin (C^T = op(B)^T op(A)^T), so the case's groups are read
+//! as the twins of the caller's.
+template <class T, class I>
+void call_batch(Form form, BatchCase<T> &bc, typename BatchCase<T>::template Arrays<I> v) {
+  if (form == Form::Fortran32 || form == Form::Fortran64) {
+    const auto fn = [&] {
+      if constexpr (sizeof(I) == 4)
+        return Api<T>::gemm_batch32;
+      else
+        return Api<T>::gemm_batch64;
+    }();
+    fn(bc.ta.data(), bc.tb.data(), v.m.data(), v.n.data(), v.k.data(), bc.alpha.data(), bc.ap.data(), v.lda.data(),
+       bc.bp.data(), v.ldb.data(), bc.beta.data(), bc.cp.data(), v.ldc.data(), &v.count, v.size.data());
+    return;
+  }
+  if constexpr (sizeof(I) == 4) {  // CBLAS takes 32-bit ints
+    std::vector<CBLAS_TRANSPOSE> ta, tb;
+    for (size_t g = 0; g < bc.ta.size(); ++g) ta.push_back(cblas_trans(bc.ta[g])), tb.push_back(cblas_trans(bc.tb[g]));
+    if (form == Form::CblasRow)
+      Api<T>::cblas_gemm_batch(CblasRowMajor, tb.data(), ta.data(), v.n.data(), v.m.data(), v.k.data(),
+                               bc.alpha.data(), bc.bp.data(), v.ldb.data(), bc.ap.data(), v.lda.data(),
+                               bc.beta.data(), bc.cp.data(), v.ldc.data(), v.count, v.size.data());
+    else
+      Api<T>::cblas_gemm_batch(CblasColMajor, ta.data(), tb.data(), v.m.data(), v.n.data(), v.k.data(),
+                               bc.alpha.data(), bc.ap.data(), v.lda.data(), bc.bp.data(), v.ldb.data(),
+                               bc.beta.data(), bc.cp.data(), v.ldc.data(), v.count, v.size.data());
+  }
+}
 
 }  // namespace orb::test
