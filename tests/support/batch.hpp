@@ -49,13 +49,7 @@ struct BatchCase {
       ap.push_back(a[i].data()), bp.push_back(b[i].data()), cp.push_back(c[i].data());
   }
 
-  //! One entry per group of the integer `field` in width I.
-  template <class I, class F>
-  std::vector<I> ints(F field) const {
-    std::vector<I> v;
-    for (const BatchGroup &g : groups) v.push_back(static_cast<I>(field(g)));
-    return v;
-  }
+  //! The group arrays in integer width I.
   template <class I>
   struct Arrays {
     std::vector<I> m, n, k, lda, ldb, ldc, size;
@@ -63,14 +57,12 @@ struct BatchCase {
   };
   template <class I>
   Arrays<I> arrays() const {
-    return {ints<I>([](auto &g) { return g.m; }),
-            ints<I>([](auto &g) { return g.n; }),
-            ints<I>([](auto &g) { return g.k; }),
-            ints<I>([](auto &g) { return ld(rows(g.ta, g.m, g.k)); }),
-            ints<I>([](auto &g) { return ld(rows(g.tb, g.k, g.n)); }),
-            ints<I>([](auto &g) { return ld(g.m); }),
-            ints<I>([](auto &g) { return g.size; }),
-            static_cast<I>(groups.size())};
+    Arrays<I> v{{}, {}, {}, {}, {}, {}, {}, static_cast<I>(groups.size())};
+    for (const BatchGroup &g : groups) {
+      v.m.push_back(g.m), v.n.push_back(g.n), v.k.push_back(g.k), v.size.push_back(g.size);
+      v.lda.push_back(ld(rows(g.ta, g.m, g.k))), v.ldb.push_back(ld(rows(g.tb, g.k, g.n))), v.ldc.push_back(ld(g.m));
+    }
+    return v;
   }
 
   //! Every product's C against the naive product, padding untouched.
