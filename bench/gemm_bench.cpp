@@ -32,8 +32,6 @@
 
 namespace orb::bench {
 
-namespace {
-
 bool parse_positive(const std::string &text, double &value) {
   char *end = nullptr;
   const double v = std::strtod(text.c_str(), &end);
@@ -48,6 +46,8 @@ bool parse_count(const std::string &text, int &value) {
   value = static_cast<int>(v);
   return true;
 }
+
+namespace {
 
 std::vector<std::string> split_commas(const std::string &text) {
   std::vector<std::string> parts;

@@ -4,6 +4,8 @@
 //
 //   orb-bench gemm [options]    matrix products; `orb-bench gemm --help` lists the options
 //   orb-bench kernels           the kernel set each peer picks by itself here
+//   orb-bench batch [options]   a batch of small products against a loop of gemm calls
+#include "batch_bench.hpp"
 #include "gemm_bench.hpp"
 #include "kernel_sets.hpp"
 
@@ -25,6 +27,7 @@ struct Subcommand {
 const Subcommand kSubcommands[] = {
     {"gemm", orb::bench::gemm_main, orb::bench::gemm_usage, "s/d/z gemm against the serial provider and peers"},
     {"kernels", orb::bench::kernels_main, orb::bench::kernels_usage, "the kernel set each peer picks by itself"},
+    {"batch", orb::bench::batch_main, orb::bench::batch_usage, "dgemm_batch against a loop of each library's gemm"},
 };
 
 void print_usage(std::FILE *out) {

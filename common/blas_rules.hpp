@@ -59,4 +59,54 @@ int check_gemv(const char *trans, const I *m, const I *n, const void *alpha, con
   return 0;
 }
 
+//! GEMM_BATCH: GEMM's arguments as arrays with one entry per group (positions
+//! 1 to 13 as GEMM's), then (group_count 14, group_size 15).  group_count
+//! comes first, since without it there are no groups to read; then each group
+//! in order, GEMM's rules on its entries before its size.  A missing array is
+//! illegal at its own position in group 0.  T is the element type of the
+//! alpha and beta arrays.
+template <class I, class T>
+int check_gemm_batch(const char *transa, const char *transb, const I *m, const I *n, const I *k, const T *alpha,
+                     const I *lda, const I *ldb, const T *beta, const I *ldc, const I *group_count,
+                     const I *group_size) {
+  if (!group_count || *group_count < 0) return 14;
+  for (int64_t g = 0; g < *group_count; ++g) {
+    const auto at = [g](auto *array) { return array ? array + g : nullptr; };
+    if (const int info = check_gemm(at(transa), at(transb), at(m), at(n), at(k), at(alpha), at(lda), at(ldb),
+                                    at(beta), at(ldc)))
+      return info;
+    if (!group_size || group_size[g] < 0) return 15;
+  }
+  return 0;
+}
+
+//! GEMM_BATCH_STRIDED: GEMM's arguments with a stride after each matrix,
+//! (transa 1, transb 2, m 3, n 4, k 5, alpha 6, a 7, lda 8, stridea 9, b 10,
+//! ldb 11, strideb 12, beta 13, c 14, ldc 15, stridec 16, batch_size 17).
+//! Strides are not negative (A and B may be shared, stride 0), and the C of
+//! consecutive products must not overlap: stridec >= ldc (n - 1) + m.
+template <class I>
+int check_gemm_batch_strided(const char *transa, const char *transb, const I *m, const I *n, const I *k,
+                             const void *alpha, const I *lda, const I *stridea, const I *ldb, const I *strideb,
+                             const void *beta, const I *ldc, const I *stridec, const I *batch_size) {
+  // GEMM's positions 10, 11 and 13 (ldb, beta, ldc) move behind the strides.
+  const int gemm = check_gemm(transa, transb, m, n, k, alpha, lda, ldb, beta, ldc);
+  int first = gemm <= 8 ? gemm : gemm == 10 ? 11 : gemm == 11 ? 13 : 15;
+  const auto illegal_at = [&first](int position, bool illegal) {
+    if (illegal && (first == 0 || position < first)) first = position;
+  };
+  illegal_at(9, !stridea || *stridea < 0);
+  illegal_at(12, !strideb || *strideb < 0);
+  if (!stridec || *stridec < 0) {
+    illegal_at(16, true);
+  } else if (first == 0 && batch_size && *batch_size > 1 && *m > 0 && *n > 0) {
+    int64_t span = 0;  // ldc (n - 1) + m: the elements one C covers
+    const bool huge = __builtin_mul_overflow(static_cast<int64_t>(*ldc), static_cast<int64_t>(*n - 1), &span) ||
+                      __builtin_add_overflow(span, static_cast<int64_t>(*m), &span);
+    illegal_at(16, huge || *stridec < span);
+  }
+  illegal_at(17, !batch_size || *batch_size < 0);
+  return first;
+}
+
 }  // namespace orb::rules

@@ -13,6 +13,7 @@
 #include <cstdint>
 
 #include "arguments.hpp"
+#include "gemm_call.hpp"
 #include "blas_rules.hpp"
 #include "precision.hpp"
 #include "report.hpp"
@@ -20,21 +21,6 @@
 namespace orb::iface {
 
 namespace {
-
-// One call in the column-major argument order of the standard routine.
-template <class T>
-struct GemmCall {
-  char transa, transb;
-  int64_t m, n, k;
-  const T *alpha;
-  const T *a;
-  int64_t lda;
-  const T *b;
-  int64_t ldb;
-  const T *beta;
-  T *c;
-  int64_t ldc;
-};
 
 // The threaded driver of each element type.  Every name hands it the checked
 // call with its integers already 64 bits wide, so a 32-bit name makes one
@@ -46,26 +32,6 @@ struct GemmCall {
   }
 ORB_FOR_EACH_PRECISION(ORB_THREADED_GEMM)
 #undef ORB_THREADED_GEMM
-
-// The standard's early return: no entry of C changes.
-template <class T>
-bool leaves_c_unchanged(const GemmCall<T> &g) {
-  return g.m == 0 || g.n == 0 || ((is_zero(*g.alpha) || g.k == 0) && is_one(*g.beta));
-}
-
-// After the standard's own tests (blas_rules.hpp), a call that would change C
-// must also provide C, and A and B when it reads them (alpha != 0, k > 0): the
-// position of the first missing one, or 0.
-template <class T>
-int check_operands(const GemmCall<T> &g) {
-  if (leaves_c_unchanged(g)) return 0;
-  if (!is_zero(*g.alpha) && g.k > 0) {
-    if (!g.a) return 7;
-    if (!g.b) return 9;
-  }
-  if (!g.c) return 12;
-  return 0;
-}
 
 //! The operands every form of the call lists after its transposition words;
 //! I is the caller's integer: by reference (Fortran) or by value (C).
@@ -107,14 +73,6 @@ void fortran_gemm(int iface, const char *transa, const char *transb, const I *m,
       });
 }
 
-// Reports follow the C interface's convention: the number handed to
-// cblas_xerbla is one more than the standard routine's (the layout is
-// argument 1) for the column-major call actually checked, and cblas_xerbla,
-// told that the call was row-major, exchanges m and n, lda and ldb back to
-// their places in the caller's list.  A and B, which only orb checks (for
-// being present), are exchanged here so that the same rule places them.
-//! m and n, lda and ldb: what a row-major call exchanges.
-constexpr RowMajorExchange kGemmRowMajorExchanges[] = {{4, 5}, {9, 11}};
 
 template <class T>
 void cblas_gemm(int layout, int transa, int transb, int m, int n, int k, const T *alpha, const T *a, int lda,
@@ -122,18 +80,12 @@ void cblas_gemm(int layout, int transa, int transb, int m, int n, int k, const T
   run_reported(
       kCblas,
       [&] {
-        const char ta = transpose_letter(transa), tb = transpose_letter(transb);
-        const bool row = layout == CblasRowMajor;
-        int info = !known_layout(layout) ? 1 : !ta ? 2 : !tb ? 3 : 0;
+        const auto [ta, tb, row, head] = cblas_product(layout, transa, transb);
+        int info = head;
         GemmCall<T> g = {};
         if (!info) {
-          g = row ? GemmCall<T>{tb, ta, n, m, k, alpha, b, ldb, a, lda, beta, c, ldc}
-                  : GemmCall<T>{ta, tb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc};
-          if (const int standard = rules::check_gemm(&g.transa, &g.transb, &g.m, &g.n, &g.k, alpha, &g.lda, &g.ldb,
-                                                     beta, &g.ldc))
-            info = standard + 1;
-          else if (const int missing = check_operands(g))
-            info = row ? swap_positions(missing + 1, 8, 10) : missing + 1;
+          g = column_major_call(row, ta, tb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
+          info = check_cblas_call(g, row);
         }
         if (info) {
           report_cblas(routine_name(precision<T>::upper, "GEMM", false).cblas, info, row, kGemmRowMajorExchanges);

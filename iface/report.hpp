@@ -62,11 +62,12 @@ void report_cblas(const char *name, int info, bool row_major, const RowMajorExch
 int row_major_position(int info);
 
 //! A routine's names: "DGEMM " for reports, "DGEMM" / "DGEMM_64" for the
-//! verbose line of the Fortran names, "cblas_dgemm" for the C names.
+//! verbose line of the Fortran names, "cblas_dgemm" for the C names; room
+//! for the longest family, "GEMM_BATCH_STRIDED".
 struct RoutineName {
-  char report[8];
-  char upper[16];
-  char cblas[16];
+  char report[24];
+  char upper[32];
+  char cblas[32];
 };
 //! family is the upper-case name without its letter, e.g. "GEMM".
 RoutineName routine_name(char upper_letter, const char *family, bool int64);

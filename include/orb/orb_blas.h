@@ -42,6 +42,37 @@ ORB_GEMV_DECL(orb_blas_lp64_dgemv, double, int);
 ORB_GEMV_DECL(orb_blas_lp64_cgemv, ORB_Complex8, int);
 ORB_GEMV_DECL(orb_blas_lp64_zgemv, ORB_Complex16, int);
 
+/* Batches of products C_i := alpha_g op(A_i) op(B_i) + beta_g C_i, in groups
+ * whose members share transa, transb, m, n, k, alpha, lda, ldb, beta and ldc
+ * (arrays indexed by group g).  a, b and c hold one pointer per product,
+ * numbered on across the groups.  The integer arrays, group_count and
+ * group_size are 32-bit when int32 is nonzero, ORB_INT when it is 0.  The
+ * groups run in order; each member's product is the threaded GEMM's. */
+#define ORB_GEMM_BATCH_DECL(p, T)                                                                                \
+  void orb_blas_##p##gemm_batch(const char *transa, const char *transb, const void *m, const void *n,           \
+                                const void *k, const T *alpha, const T *const *a, const void *lda,              \
+                                const T *const *b, const void *ldb, const T *beta, T *const *c, const void *ldc, \
+                                const void *group_count, const void *group_size, int int32)
+/* One group of batch_size products whose matrices lie stride elements apart:
+ * A_i = a + i stridea, B_i = b + i strideb, C_i = c + i stridec. */
+#define ORB_GEMM_BATCH_STRIDED_DECL(name, T, I)                                                                   \
+  void name(const char *transa, const char *transb, const I *m, const I *n, const I *k, const T *alpha,         \
+            const T *a, const I *lda, const I *stridea, const T *b, const I *ldb, const I *strideb, const T *beta, \
+            T *c, const I *ldc, const I *stridec, const I *batch_size)
+
+ORB_GEMM_BATCH_DECL(s, float);
+ORB_GEMM_BATCH_DECL(d, double);
+ORB_GEMM_BATCH_DECL(c, ORB_Complex8);
+ORB_GEMM_BATCH_DECL(z, ORB_Complex16);
+ORB_GEMM_BATCH_STRIDED_DECL(orb_blas_sgemm_batch_strided, float, ORB_INT);
+ORB_GEMM_BATCH_STRIDED_DECL(orb_blas_dgemm_batch_strided, double, ORB_INT);
+ORB_GEMM_BATCH_STRIDED_DECL(orb_blas_cgemm_batch_strided, ORB_Complex8, ORB_INT);
+ORB_GEMM_BATCH_STRIDED_DECL(orb_blas_zgemm_batch_strided, ORB_Complex16, ORB_INT);
+ORB_GEMM_BATCH_STRIDED_DECL(orb_blas_lp64_sgemm_batch_strided, float, int);
+ORB_GEMM_BATCH_STRIDED_DECL(orb_blas_lp64_dgemm_batch_strided, double, int);
+ORB_GEMM_BATCH_STRIDED_DECL(orb_blas_lp64_cgemm_batch_strided, ORB_Complex8, int);
+ORB_GEMM_BATCH_STRIDED_DECL(orb_blas_lp64_zgemm_batch_strided, ORB_Complex16, int);
+
 ORB_END_DECLS
 
 #endif

@@ -46,6 +46,39 @@ void cblas_cgemm(CBLAS_LAYOUT layout, CBLAS_TRANSPOSE transa, CBLAS_TRANSPOSE tr
 void cblas_zgemm(CBLAS_LAYOUT layout, CBLAS_TRANSPOSE transa, CBLAS_TRANSPOSE transb, int m, int n, int k,
                  const void *alpha, const void *a, int lda, const void *b, int ldb, const void *beta, void *c, int ldc);
 
+/* Batches of C := alpha op(A) op(B) + beta C: group_count groups of
+ * group_size[g] products sharing the group's arguments (arrays indexed by
+ * group), a, b and c one pointer per product numbered on across the groups;
+ * or batch_size products whose matrices lie a stride apart. */
+void cblas_sgemm_batch(CBLAS_LAYOUT layout, const CBLAS_TRANSPOSE *transa, const CBLAS_TRANSPOSE *transb,
+                       const int *m, const int *n, const int *k, const float *alpha, const float **a, const int *lda,
+                       const float **b, const int *ldb, const float *beta, float **c, const int *ldc,
+                       int group_count, const int *group_size);
+void cblas_dgemm_batch(CBLAS_LAYOUT layout, const CBLAS_TRANSPOSE *transa, const CBLAS_TRANSPOSE *transb,
+                       const int *m, const int *n, const int *k, const double *alpha, const double **a,
+                       const int *lda, const double **b, const int *ldb, const double *beta, double **c,
+                       const int *ldc, int group_count, const int *group_size);
+void cblas_cgemm_batch(CBLAS_LAYOUT layout, const CBLAS_TRANSPOSE *transa, const CBLAS_TRANSPOSE *transb,
+                       const int *m, const int *n, const int *k, const void *alpha, const void **a, const int *lda,
+                       const void **b, const int *ldb, const void *beta, void **c, const int *ldc, int group_count,
+                       const int *group_size);
+void cblas_zgemm_batch(CBLAS_LAYOUT layout, const CBLAS_TRANSPOSE *transa, const CBLAS_TRANSPOSE *transb,
+                       const int *m, const int *n, const int *k, const void *alpha, const void **a, const int *lda,
+                       const void **b, const int *ldb, const void *beta, void **c, const int *ldc, int group_count,
+                       const int *group_size);
+void cblas_sgemm_batch_strided(CBLAS_LAYOUT layout, CBLAS_TRANSPOSE transa, CBLAS_TRANSPOSE transb, int m, int n,
+                               int k, float alpha, const float *a, int lda, int stridea, const float *b, int ldb,
+                               int strideb, float beta, float *c, int ldc, int stridec, int batch_size);
+void cblas_dgemm_batch_strided(CBLAS_LAYOUT layout, CBLAS_TRANSPOSE transa, CBLAS_TRANSPOSE transb, int m, int n,
+                               int k, double alpha, const double *a, int lda, int stridea, const double *b, int ldb,
+                               int strideb, double beta, double *c, int ldc, int stridec, int batch_size);
+void cblas_cgemm_batch_strided(CBLAS_LAYOUT layout, CBLAS_TRANSPOSE transa, CBLAS_TRANSPOSE transb, int m, int n,
+                               int k, const void *alpha, const void *a, int lda, int stridea, const void *b, int ldb,
+                               int strideb, const void *beta, void *c, int ldc, int stridec, int batch_size);
+void cblas_zgemm_batch_strided(CBLAS_LAYOUT layout, CBLAS_TRANSPOSE transa, CBLAS_TRANSPOSE transb, int m, int n,
+                               int k, const void *alpha, const void *a, int lda, int stridea, const void *b, int ldb,
+                               int strideb, const void *beta, void *c, int ldc, int stridec, int batch_size);
+
 /* y := alpha op(A) x + beta y, A of m rows and n columns */
 void cblas_sgemv(CBLAS_LAYOUT layout, CBLAS_TRANSPOSE trans, int m, int n, float alpha, const float *a, int lda,
                  const float *x, int incx, float beta, float *y, int incy);

@@ -9,6 +9,7 @@
 #include <orb/orb_blas.h>
 #include <orb/orb_service.h>
 
+#include <thread>
 #include <vector>
 
 namespace orb::test {
@@ -20,11 +21,13 @@ struct GemmCall {
   const void *a, *b;
   void *c;
   double beta;
+  std::thread::id thread = std::this_thread::get_id();  //!< where the kernel ran
 };
 
 struct GemvCall {
   char trans;
   ORB_INT m, n, incx, incy;
+  std::thread::id thread = std::this_thread::get_id();
 };
 
 struct Observed {

@@ -19,11 +19,17 @@ extern "C" {
 #define ORB_TEST_GEMV(name, T, I)                                                                                      \
   void name(const char *, const I *, const I *, const T *, const T *, const I *, const T *, const I *, const T *, T *, \
             const I *);
-#define ORB_TEST_NAMES(p, T)             \
-  ORB_TEST_GEMM(p##gemm_, T, int)        \
-  ORB_TEST_GEMM(p##gemm_64_, T, int64_t) \
-  ORB_TEST_GEMV(p##gemv_, T, int)        \
-  ORB_TEST_GEMV(p##gemv_64_, T, int64_t)
+#define ORB_TEST_GEMM_BATCH(name, T, I)                                                                        \
+  void name(const char *, const char *, const I *, const I *, const I *, const T *, const T *const *, const I *, \
+            const T *const *, const I *, const T *, T *const *, const I *, const I *, const I *);
+#define ORB_TEST_NAMES(p, T)                         \
+  ORB_TEST_GEMM(p##gemm_, T, int)                    \
+  ORB_TEST_GEMM(p##gemm_64_, T, int64_t)             \
+  ORB_TEST_GEMV(p##gemv_, T, int)                    \
+  ORB_TEST_GEMV(p##gemv_64_, T, int64_t)             \
+  ORB_TEST_GEMM_BATCH(p##gemm_batch_, T, int)        \
+  ORB_TEST_GEMM_BATCH(p##gemm_batch_64_, T, int64_t) \
+  ORB_GEMM_BATCH_STRIDED_DECL(p##gemm_batch_strided_, T, int);
 ORB_TEST_NAMES(s, float)
 ORB_TEST_NAMES(d, double)
 ORB_TEST_NAMES(c, ORB_Complex8)
@@ -54,7 +60,7 @@ inline CBLAS_TRANSPOSE cblas_trans(char t) {
 
 template <class T>
 struct Api;
-#define ORB_TEST_API(p, T, PASS)                                                                                     \
+#define ORB_TEST_API(p, T, PASS, M)                                                                                  \
   template <>                                                                                                        \
   struct Api<T> {                                                                                                    \
     static constexpr auto gemm32 = p##gemm_;                                                                         \
@@ -64,6 +70,12 @@ struct Api;
     static constexpr auto driver_gemm = orb_blas_##p##gemm;                                                          \
     static constexpr auto driver_gemm_lp64 = orb_blas_lp64_##p##gemm;                                                \
     static constexpr auto driver_gemv = orb_blas_##p##gemv;                                                          \
+    static constexpr auto gemm_batch32 = p##gemm_batch_;                                                             \
+    static constexpr auto gemm_batch64 = p##gemm_batch_64_;                                                          \
+    static constexpr auto gemm_batch_strided32 = p##gemm_batch_strided_;                                             \
+    static constexpr auto driver_gemm_batch = orb_blas_##p##gemm_batch;                                              \
+    static constexpr auto driver_gemm_batch_strided = orb_blas_##p##gemm_batch_strided;                              \
+    static constexpr auto driver_gemm_batch_strided_lp64 = orb_blas_lp64_##p##gemm_batch_strided;                    \
     static void cblas_gemm(CBLAS_LAYOUT l, CBLAS_TRANSPOSE ta, CBLAS_TRANSPOSE tb, int m, int n, int k,              \
                            const T *alpha, const T *a, int lda, const T *b, int ldb, const T *beta, T *c, int ldc) { \
       cblas_##p##gemm(l, ta, tb, m, n, k, PASS(alpha), a, lda, b, ldb, PASS(beta), c, ldc);                          \
@@ -72,13 +84,20 @@ struct Api;
                            const T *x, int incx, const T *beta, T *y, int incy) {                                    \
       cblas_##p##gemv(l, t, m, n, PASS(alpha), a, lda, x, incx, PASS(beta), y, incy);                                \
     }                                                                                                                \
+    static void cblas_gemm_batch(CBLAS_LAYOUT l, const CBLAS_TRANSPOSE *ta, const CBLAS_TRANSPOSE *tb, const int *m, \
+                                 const int *n, const int *k, const T *alpha, const T **a, const int *lda,          \
+                                 const T **b, const int *ldb, const T *beta, T **c, const int *ldc, int count,     \
+                                 const int *size) {                                                                \
+      cblas_##p##gemm_batch(l, ta, tb, m, n, k, alpha, reinterpret_cast<const M **>(a), lda,                         \
+                            reinterpret_cast<const M **>(b), ldb, beta, reinterpret_cast<M **>(c), ldc, count, size); \
+    }                                                                                                                \
   };
 #define ORB_TEST_BY_VALUE(p) (*(p))
 #define ORB_TEST_BY_POINTER(p) (p)
-ORB_TEST_API(s, float, ORB_TEST_BY_VALUE)
-ORB_TEST_API(d, double, ORB_TEST_BY_VALUE)
-ORB_TEST_API(c, ORB_Complex8, ORB_TEST_BY_POINTER)
-ORB_TEST_API(z, ORB_Complex16, ORB_TEST_BY_POINTER)
+ORB_TEST_API(s, float, ORB_TEST_BY_VALUE, float)
+ORB_TEST_API(d, double, ORB_TEST_BY_VALUE, double)
+ORB_TEST_API(c, ORB_Complex8, ORB_TEST_BY_POINTER, void)
+ORB_TEST_API(z, ORB_Complex16, ORB_TEST_BY_POINTER, void)
 
 //! op(A) op(B) through one name form; the sizes are those of the product,
 //! the matrices stored as the form expects (row-major for CblasRow).

@@ -19,7 +19,7 @@ constexpr grid_rule kComplexGridRule = {64, 32, 144, 96, 192, 4};
 template <class T>
 struct blas_precision;
 
-//! The grid rule of each precision, and the core kernels and threaded GEMV the drivers call.
+//! The grid rule of each precision, the core kernels, and the threaded drivers the others call.
 #define ORB_BLAS_PRECISION(p, P, T)                                                                  \
   template <>                                                                                     \
   struct blas_precision<T> : ::orb::precision<T> {                                                \
@@ -28,6 +28,8 @@ struct blas_precision;
     static constexpr auto gemm_kernel = &orb_blas_x##p##gemm;                                     \
     static constexpr auto gemv_kernel = &orb_blas_x##p##gemv;                                     \
     static constexpr auto gemv = &orb_blas_##p##gemv;                                             \
+    static constexpr auto gemm = &orb_blas_##p##gemm;                                             \
+    static constexpr auto gemm_batch = &orb_blas_##p##gemm_batch;                                 \
   };
 ORB_FOR_EACH_PRECISION(ORB_BLAS_PRECISION)
 #undef ORB_BLAS_PRECISION

@@ -11,11 +11,9 @@
 //      before the call is known to be legal, so no piece can pass a check that
 //      the whole call fails (a row block is shorter than ldc) or report twice.
 //   2. Strict reproducibility is bit 16 of orb_serv_cbwr_get(-1).
-//   3. n = 1 with k > 0 is a matrix-vector product: it goes to the threaded
-//      GEMV with x = B (increment 1, or ldb when B is transposed) and y = C.
-//      Not in strict mode, whose results must not depend on the path.  The
-//      complex drivers keep conjugated B (transb 'C') on the GEMM path, since
-//      GEMV cannot conjugate x.
+//   3. n = 1 with k > 0 is a matrix-vector product (gemv_shortcut.hpp): it
+//      goes to the threaded GEMV.  Not in strict mode, whose results must not
+//      depend on the path.
 //   4. The argument record is filled.
 //   5. The budget T is orb_serv_get_max_threads(); T = 1 calls the kernel
 //      once with the caller's own arguments.
@@ -31,6 +29,7 @@
 #include <orb/internal/blas_args.h>
 #include "blas/gemm_grid.hpp"
 #include "blas/gemm_split_k.hpp"
+#include "blas/gemv_shortcut.hpp"
 #include "blas/blas_precision.hpp"
 #include "blas/level3_frame.hpp"
 #include "blas/lp64.hpp"
@@ -42,22 +41,6 @@
 namespace orb::thr {
 
 namespace {
-
-//! Step 2: y = alpha * op(A) * x + beta * y with x a row or column of B.
-//! False when the shortcut does not apply to this call.
-template <class P>
-bool gemv_shortcut(const char *transa, const char *transb, const ORB_INT *m, const ORB_INT *k,
-                   const typename P::value_type *alpha, const typename P::value_type *a, const ORB_INT *lda,
-                   const typename P::value_type *b, const ORB_INT *ldb, const typename P::value_type *beta,
-                   typename P::value_type *c) {
-  if (P::is_complex && (*transb | 0x20) == 'c') return false;
-  const bool a_as_stored = not_transposed(transa);
-  const char *op = a_as_stored ? "N" : (P::is_complex && (*transa | 0x20) == 'c') ? "C" : "T";
-  const ORB_INT incx = not_transposed(transb) ? 1 : *ldb;
-  const ORB_INT incy = 1;
-  P::gemv(op, a_as_stored ? m : k, a_as_stored ? k : m, alpha, a, lda, b, &incx, beta, c, &incy);
-  return true;
-}
 
 template <class P>
 void gemm(const char *transa, const char *transb, const ORB_INT *m, const ORB_INT *n, const ORB_INT *k,
@@ -73,7 +56,8 @@ void gemm(const char *transa, const char *transb, const ORB_INT *m, const ORB_IN
     return;
   }
   const bool strict = (orb_serv_cbwr_get(-1) & ORB_CBWR_STRICT) != 0;
-  if (*k != 0 && *n == 1 && !strict && gemv_shortcut<P>(transa, transb, m, k, alpha, a, lda, b, ldb, beta, c))
+  if (*k != 0 && *n == 1 && !strict &&
+      gemv_shortcut<P>(P::gemv, transa, transb, m, k, alpha, a, lda, b, ldb, beta, c))
     return;
 
   blas_args_t args = level3_args(transa, transb, *m, *n, *k, alpha, a, *lda, b, *ldb, beta, c, *ldc);
