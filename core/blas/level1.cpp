@@ -6,7 +6,10 @@
 // axpy with alpha = 0 touches nothing; asum and scal return at once for an
 // increment below 1, i?amax and i?amin answer 0; rotm with the identity flag
 // -2 returns), so every caller sees the same answer whichever provider is
-// bound, and then lets the provider compute.  A size, increment or scalar
+// bound, and then lets the provider compute.  nrm2 with a negative increment
+// is the norm of the same elements walked from the far end; the provider
+// answers 0 there, so it is given the elements in storage order instead,
+// which visits the same set.  A size, increment or scalar
 // that is not given makes the call do nothing (blas_rules.hpp).
 #include "blas/provider.hpp"
 
@@ -23,6 +26,21 @@ namespace {
 //! The standard's early return of the reductions and updates.
 bool nothing_to_do(const ORB_INT *n) { return !n || *n < 1; }
 
+// The provider's complex dot products read one element beyond the vector
+// when an increment is negative (before x or y, from the far end): at the
+// start of a page that is a fault, and a threaded driver hands the kernel
+// pieces that start anywhere.  The core computes those calls itself, in the
+// standard's order, accumulating in the element's precision as the standard
+// routine does.
+template <class T, bool Conjugated>
+T dot_with_negative_increment(ORB_INT n, const T *x, ORB_INT incx, const T *y, ORB_INT incy) {
+  ORB_INT ix = incx < 0 ? (1 - n) * incx : 0, iy = incy < 0 ? (1 - n) * incy : 0;
+  T sum{};
+  for (ORB_INT i = 0; i < n; ++i, ix += incx, iy += incy)
+    sum = orb::add(sum, orb::mul(Conjugated ? orb::conjugate(x[ix]) : x[ix], y[iy]));
+  return sum;
+}
+
 }  // namespace
 
 #define ORB_XLEVEL1(p, T, R, dotu, dotc, norm, real_scalar)                                                            \
@@ -32,7 +50,8 @@ bool nothing_to_do(const ORB_INT *n) { return !n || *n < 1; }
   }                                                                                                                    \
   extern "C" ORB_NORM_DECL(orb_blas_x##norm##nrm2, T, R, ORB_INT) {                                                    \
     if (nothing_to_do(n) || !incx) return R(0);                                                                       \
-    return orb::core::provider().norm##nrm2(n, x, incx);                                                             \
+    const ORB_INT step = *incx < 0 ? -*incx : *incx;                                                                 \
+    return orb::core::provider().norm##nrm2(n, x, &step);                                                            \
   }                                                                                                                    \
   extern "C" ORB_SCAL_DECL(orb_blas_x##p##scal, T, T, ORB_INT) {                                                       \
     if (nothing_to_do(n) || !all_present(alpha, incx) || *incx < 1) return;                                           \
@@ -82,19 +101,19 @@ ORB_XREAL_LEVEL1(s, float)
 ORB_XREAL_LEVEL1(d, double)
 #undef ORB_XREAL_LEVEL1
 
+#define ORB_XCOMPLEX_DOT(p, T, which, conjugated)                                        \
+  extern "C" ORB_CDOT_DECL(orb_blas_x##p##dot##which, T, ORB_INT) {                    \
+    if (!result) return;                                                               \
+    *result = T{};                                                                     \
+    if (nothing_to_do(n) || !all_present(incx, incy)) return;                         \
+    if (*incx < 0 || *incy < 0)                                                        \
+      *result = dot_with_negative_increment<T, conjugated>(*n, x, *incx, y, *incy);    \
+    else                                                                               \
+      *result = orb::core::provider().p##dot##which(n, x, incx, y, incy);            \
+  }
 #define ORB_XCOMPLEX_LEVEL1(p, T, r, R)                                                    \
-  extern "C" ORB_CDOT_DECL(orb_blas_x##p##dotu, T, ORB_INT) {                          \
-    if (!result) return;                                                               \
-    *result = T{};                                                                     \
-    if (nothing_to_do(n) || !all_present(incx, incy)) return;                         \
-    *result = orb::core::provider().p##dotu(n, x, incx, y, incy);                    \
-  }                                                                                    \
-  extern "C" ORB_CDOT_DECL(orb_blas_x##p##dotc, T, ORB_INT) {                          \
-    if (!result) return;                                                               \
-    *result = T{};                                                                     \
-    if (nothing_to_do(n) || !all_present(incx, incy)) return;                         \
-    *result = orb::core::provider().p##dotc(n, x, incx, y, incy);                    \
-  }                                                                                    \
+  ORB_XCOMPLEX_DOT(p, T, u, false)                                                     \
+  ORB_XCOMPLEX_DOT(p, T, c, true)                                                      \
   extern "C" ORB_SCAL_DECL(orb_blas_x##p##r##scal, T, R, ORB_INT) {                    \
     if (nothing_to_do(n) || !all_present(alpha, incx) || *incx < 1) return;           \
     orb::core::provider().p##r##scal(n, alpha, x, incx);                             \
@@ -102,3 +121,4 @@ ORB_XREAL_LEVEL1(d, double)
 ORB_XCOMPLEX_LEVEL1(c, ORB_Complex8, s, float)
 ORB_XCOMPLEX_LEVEL1(z, ORB_Complex16, d, double)
 #undef ORB_XCOMPLEX_LEVEL1
+#undef ORB_XCOMPLEX_DOT
