@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # The main job: builds orb, shows what it sees on this machine, and measures
-# its threaded matrix product against the serial provider and the threaded
-# peers (a short run; bench/run.sh is the full one).
+# its threaded matrix product and level-1 routines against the serial provider
+# and the threaded peers (short runs; bench/run.sh is the full gemm one).
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 "$root/bench/setup.sh"
@@ -10,3 +10,5 @@ bdir=${ORB_BUILD_DIR:-$root/build}
 "$bdir/tools/orb-info"
 echo
 "$bdir/bench/orb-bench" gemm --quick
+echo
+"$bdir/bench/orb-bench" level1 --quick
