@@ -120,7 +120,9 @@ TYPED_TEST(Level1Names, EveryFormAnswersAsTheDriver) {
     for (size_t i = 0; i < yf.size(); ++i) ASSERT_EQ(wide(yf[i]), wide(y[i])) << i;
   }
   // Unconjugated and conjugated products differ for complex vectors.
-  if constexpr (is_complex_v<T>) EXPECT_NE(wide(want.dotu), wide(want.dotc));
+  if constexpr (is_complex_v<T>) {
+    EXPECT_NE(wide(want.dotu), wide(want.dotc));
+  }
   orb_serv_set_num_threads_local(previous);
 }
 
