@@ -32,21 +32,6 @@
 
 namespace orb::bench {
 
-bool parse_positive(const std::string &text, double &value) {
-  char *end = nullptr;
-  const double v = std::strtod(text.c_str(), &end);
-  if (end == text.c_str() || *end != '\0' || !(v > 0) || !std::isfinite(v)) return false;
-  value = v;
-  return true;
-}
-
-bool parse_count(const std::string &text, int &value) {
-  double v = 0;
-  if (!parse_positive(text, v) || v != std::floor(v) || v > 1 << 20) return false;
-  value = static_cast<int>(v);
-  return true;
-}
-
 namespace {
 
 std::vector<std::string> split_commas(const std::string &text) {

@@ -23,11 +23,6 @@ struct GemmOptions {
   std::vector<std::string> only;    //!< --only KEY,...: measure just these libraries
 };
 
-//! A positive finite number, or a positive integer up to 2^20, from an
-//! option's value; false, with `value` unchanged, for anything else.
-bool parse_positive(const std::string &text, double &value);
-bool parse_count(const std::string &text, int &value);
-
 //! Parses the arguments that follow "gemm"; false with a message in `error`.
 bool parse_gemm_options(const std::vector<std::string> &args, GemmOptions &options, std::string &error);
 

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cmath>
+#include <cstdlib>
 #include <thread>
 
 namespace orb::bench {
@@ -74,6 +75,21 @@ void interleave(std::vector<Contestant> &contestants, int rounds, double pause) 
       pause_s(pause);
     }
   }
+}
+
+bool parse_positive(const std::string &text, double &value) {
+  char *end = nullptr;
+  const double v = std::strtod(text.c_str(), &end);
+  if (end == text.c_str() || *end != '\0' || !(v > 0) || !std::isfinite(v)) return false;
+  value = v;
+  return true;
+}
+
+bool parse_count(const std::string &text, int &value) {
+  double v = 0;
+  if (!parse_positive(text, v) || v != std::floor(v) || v > 1 << 20) return false;
+  value = static_cast<int>(v);
+  return true;
 }
 
 }  // namespace orb::bench

@@ -18,6 +18,7 @@
 #pragma once
 
 #include <functional>
+#include <string>
 #include <vector>
 
 namespace orb::bench {
@@ -59,5 +60,10 @@ double paired_speedup(const std::vector<double> &ours, const std::vector<double>
 //! contestant of round r being r mod (number of contestants), each batch
 //! followed by a pause of `pause` seconds.
 void interleave(std::vector<Contestant> &contestants, int rounds, double pause = 0);
+
+//! A positive finite number, or a positive whole count up to 2^20, from an
+//! option's text; false when the text is not one.
+bool parse_positive(const std::string &text, double &value);
+bool parse_count(const std::string &text, int &value);
 
 }  // namespace orb::bench

@@ -109,4 +109,15 @@ int check_gemm_batch_strided(const char *transa, const char *transb, const I *m,
   return first;
 }
 
+//! The level-1 routines (dot, asum, nrm2, scal, axpy, axpby, copy, swap, rot,
+//! rotm, i?amax, i?amin) have no illegal arguments: any size and any
+//! increments are a call, which does nothing when n < 1.  A size, increment or
+//! scalar not given at all (a null pointer from C) makes the call do nothing
+//! and return 0 too, without a report, as there is nothing it could be
+//! reported as.
+template <class... P>
+bool all_present(const P *...p) {
+  return ((p != nullptr) && ...);
+}
+
 }  // namespace orb::rules

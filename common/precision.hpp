@@ -41,6 +41,12 @@ inline double conjugate(double v) { return v; }
 inline ORB_Complex8 conjugate(const ORB_Complex8 &v) { return {v.real, -v.imag}; }
 inline ORB_Complex16 conjugate(const ORB_Complex16 &v) { return {v.real, -v.imag}; }
 
+//! The BLAS magnitude of the index routines: |re| + |im| for a complex value.
+inline float abs1(float v) { return __builtin_fabsf(v); }
+inline double abs1(double v) { return __builtin_fabs(v); }
+inline float abs1(const ORB_Complex8 &v) { return __builtin_fabsf(v.real) + __builtin_fabsf(v.imag); }
+inline double abs1(const ORB_Complex16 &v) { return __builtin_fabs(v.real) + __builtin_fabs(v.imag); }
+
 //! Real and imaginary parts as doubles, for printing.
 inline double real_part(float v) { return v; }
 inline double real_part(double v) { return v; }
@@ -108,3 +114,14 @@ struct precision<ORB_Complex16> : precision_of<ORB_Complex16, double, 'z'> {};
 //! Expands X(letter, upper-case letter, element type) once per precision, in
 //! the order s, d, c, z: every routine's exported entries are generated from it.
 #define ORB_FOR_EACH_PRECISION(X) X(s, S, float) X(d, D, double) X(c, C, ORB_Complex8) X(z, Z, ORB_Complex16)
+
+//! The level-1 names that do not follow the precision letter, once per
+//! precision: X(letter, element type, real type, dotu, dotc, norm, real_scalar)
+//! where dotu and dotc name the dot products (sdot twice for a real type),
+//! norm prefixes the real-valued reductions (sasum, scasum) and real_scalar the
+//! routines whose scalars are real (srot, csrot; csscal beside cscal).
+#define ORB_FOR_EACH_LEVEL1_PRECISION(X)          \
+  X(s, float, float, sdot, sdot, s, s)            \
+  X(d, double, double, ddot, ddot, d, d)          \
+  X(c, ORB_Complex8, float, cdotu, cdotc, sc, cs) \
+  X(z, ORB_Complex16, double, zdotu, zdotc, dz, zd)

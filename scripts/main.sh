@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # The main job: builds orb, shows what it sees on this machine, and measures
-# its threaded matrix product and a batch of small products against the
-# serial provider and the threaded peers (short runs; bench/run.sh is the full one).
+# its threaded matrix product, a batch of small products and level-1 routines
+# against the serial provider and the threaded peers (short runs; bench/run.sh
+# is the full gemm one).
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 "$root/bench/setup.sh"
@@ -12,3 +13,5 @@ echo
 "$bdir/bench/orb-bench" gemm --quick
 echo
 "$bdir/bench/orb-bench" batch --quick
+echo
+"$bdir/bench/orb-bench" level1 --quick

@@ -28,18 +28,117 @@ template <class T>
 using provider_gemv_fn = void (*)(const char *, const fint *, const fint *, const T *, const T *, const fint *,
                                   const T *, const fint *, const T *, T *, const fint *, std::size_t);
 
+//! The level-1 routines, by the shape of their Fortran argument lists.  The
+//! functions return their value as gfortran does: reals in a register, and the
+//! complex dot products by value (a pair of reals in two halves of registers),
+//! which is how a struct of two floats or two doubles comes back in C.
+template <class T>
+using provider_dot_fn = T (*)(const fint *, const T *, const fint *, const T *, const fint *);
+//! The real type of an element type.
+template <class T>
+struct provider_real {
+  using type = T;
+};
+template <>
+struct provider_real<ORB_Complex8> {
+  using type = float;
+};
+template <>
+struct provider_real<ORB_Complex16> {
+  using type = double;
+};
+template <class T>
+using provider_real_t = typename provider_real<T>::type;
+
+//! ?asum and ?nrm2: a real result from one vector.
+template <class T>
+using provider_norm_fn = provider_real_t<T> (*)(const fint *, const T *, const fint *);
+//! ?scal.
+template <class T>
+using provider_scal_fn = void (*)(const fint *, const T *, T *, const fint *);
+//! csscal and zdscal: a complex vector scaled by a real.
+template <class T>
+using provider_rscal_fn = void (*)(const fint *, const provider_real_t<T> *, T *, const fint *);
+template <class T>
+using provider_axpy_fn = void (*)(const fint *, const T *, const T *, const fint *, T *, const fint *);
+template <class T>
+using provider_axpby_fn = void (*)(const fint *, const T *, const T *, const fint *, const T *, T *, const fint *);
+template <class T>
+using provider_copy_fn = void (*)(const fint *, const T *, const fint *, T *, const fint *);
+template <class T>
+using provider_swap_fn = void (*)(const fint *, T *, const fint *, T *, const fint *);
+//! ?rot with a real cosine and sine (csrot / zdrot for the complex vectors).
+template <class T>
+using provider_rot_fn = void (*)(const fint *, T *, const fint *, T *, const fint *, const provider_real_t<T> *,
+                                 const provider_real_t<T> *);
+template <class T>
+using provider_rotm_fn = void (*)(const fint *, T *, const fint *, T *, const fint *, const T *);
+//! i?amax and i?amin: a 1-based index.
+template <class T>
+using provider_index_fn = fint (*)(const fint *, const T *, const fint *);
+
 //! Every routine the core takes from the provider, one line each: the field of
 //! provider_table (also the provider's Fortran name less its underscore) and
 //! its pointer type.  A new provider routine is one more line here.
-#define ORB_PROVIDER_ROUTINES(X)          \
-  X(sgemm, provider_gemm_fn<float>)         \
-  X(dgemm, provider_gemm_fn<double>)        \
-  X(cgemm, provider_gemm_fn<ORB_Complex8>)  \
-  X(zgemm, provider_gemm_fn<ORB_Complex16>) \
-  X(sgemv, provider_gemv_fn<float>)         \
-  X(dgemv, provider_gemv_fn<double>)        \
-  X(cgemv, provider_gemv_fn<ORB_Complex8>)  \
-  X(zgemv, provider_gemv_fn<ORB_Complex16>)
+#define ORB_PROVIDER_ROUTINES(X)              \
+  X(sgemm, provider_gemm_fn<float>)           \
+  X(dgemm, provider_gemm_fn<double>)          \
+  X(cgemm, provider_gemm_fn<ORB_Complex8>)    \
+  X(zgemm, provider_gemm_fn<ORB_Complex16>)   \
+  X(sgemv, provider_gemv_fn<float>)           \
+  X(dgemv, provider_gemv_fn<double>)          \
+  X(cgemv, provider_gemv_fn<ORB_Complex8>)    \
+  X(zgemv, provider_gemv_fn<ORB_Complex16>)   \
+  X(sdot, provider_dot_fn<float>)             \
+  X(ddot, provider_dot_fn<double>)            \
+  X(cdotu, provider_dot_fn<ORB_Complex8>)     \
+  X(cdotc, provider_dot_fn<ORB_Complex8>)     \
+  X(zdotu, provider_dot_fn<ORB_Complex16>)    \
+  X(zdotc, provider_dot_fn<ORB_Complex16>)    \
+  X(sasum, provider_norm_fn<float>)           \
+  X(dasum, provider_norm_fn<double>)          \
+  X(scasum, provider_norm_fn<ORB_Complex8>)   \
+  X(dzasum, provider_norm_fn<ORB_Complex16>)  \
+  X(snrm2, provider_norm_fn<float>)           \
+  X(dnrm2, provider_norm_fn<double>)          \
+  X(scnrm2, provider_norm_fn<ORB_Complex8>)   \
+  X(dznrm2, provider_norm_fn<ORB_Complex16>)  \
+  X(sscal, provider_scal_fn<float>)           \
+  X(dscal, provider_scal_fn<double>)          \
+  X(cscal, provider_scal_fn<ORB_Complex8>)    \
+  X(zscal, provider_scal_fn<ORB_Complex16>)   \
+  X(csscal, provider_rscal_fn<ORB_Complex8>)  \
+  X(zdscal, provider_rscal_fn<ORB_Complex16>) \
+  X(saxpy, provider_axpy_fn<float>)           \
+  X(daxpy, provider_axpy_fn<double>)          \
+  X(caxpy, provider_axpy_fn<ORB_Complex8>)    \
+  X(zaxpy, provider_axpy_fn<ORB_Complex16>)   \
+  X(saxpby, provider_axpby_fn<float>)         \
+  X(daxpby, provider_axpby_fn<double>)        \
+  X(caxpby, provider_axpby_fn<ORB_Complex8>)  \
+  X(zaxpby, provider_axpby_fn<ORB_Complex16>) \
+  X(scopy, provider_copy_fn<float>)           \
+  X(dcopy, provider_copy_fn<double>)          \
+  X(ccopy, provider_copy_fn<ORB_Complex8>)    \
+  X(zcopy, provider_copy_fn<ORB_Complex16>)   \
+  X(sswap, provider_swap_fn<float>)           \
+  X(dswap, provider_swap_fn<double>)          \
+  X(cswap, provider_swap_fn<ORB_Complex8>)    \
+  X(zswap, provider_swap_fn<ORB_Complex16>)   \
+  X(srot, provider_rot_fn<float>)             \
+  X(drot, provider_rot_fn<double>)            \
+  X(csrot, provider_rot_fn<ORB_Complex8>)     \
+  X(zdrot, provider_rot_fn<ORB_Complex16>)    \
+  X(srotm, provider_rotm_fn<float>)           \
+  X(drotm, provider_rotm_fn<double>)          \
+  X(isamax, provider_index_fn<float>)         \
+  X(idamax, provider_index_fn<double>)        \
+  X(icamax, provider_index_fn<ORB_Complex8>)  \
+  X(izamax, provider_index_fn<ORB_Complex16>) \
+  X(isamin, provider_index_fn<float>)         \
+  X(idamin, provider_index_fn<double>)        \
+  X(icamin, provider_index_fn<ORB_Complex8>)  \
+  X(izamin, provider_index_fn<ORB_Complex16>)
 
 //! The provider's routines, bound once.
 struct provider_table {

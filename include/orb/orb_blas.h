@@ -72,6 +72,74 @@ ORB_GEMM_BATCH_STRIDED_DECL(orb_blas_lp64_sgemm_batch_strided, float, int);
 ORB_GEMM_BATCH_STRIDED_DECL(orb_blas_lp64_dgemm_batch_strided, double, int);
 ORB_GEMM_BATCH_STRIDED_DECL(orb_blas_lp64_cgemm_batch_strided, ORB_Complex8, int);
 ORB_GEMM_BATCH_STRIDED_DECL(orb_blas_lp64_zgemm_batch_strided, ORB_Complex16, int);
+/* ---- Level 1: vector operations ---------------------------------------- */
+
+/* One declaration per argument list; pre is the name's prefix (orb_blas_,
+ * orb_blas_lp64_, orb_blas_x for the core's kernels), I the integer.  The
+ * complex dot products return their value through result, the first
+ * argument; the index routines return a 1-based index, 0 when n < 1. */
+#define ORB_DOT_DECL(name, T, I) T name(const I *n, const T *x, const I *incx, const T *y, const I *incy)
+#define ORB_CDOT_DECL(name, T, I) \
+  void name(T *result, const I *n, const T *x, const I *incx, const T *y, const I *incy)
+#define ORB_NORM_DECL(name, T, R, I) R name(const I *n, const T *x, const I *incx)
+#define ORB_SCAL_DECL(name, T, S, I) void name(const I *n, const S *alpha, T *x, const I *incx)
+#define ORB_AXPY_DECL(name, T, I) void name(const I *n, const T *alpha, const T *x, const I *incx, T *y, const I *incy)
+#define ORB_AXPBY_DECL(name, T, I) \
+  void name(const I *n, const T *alpha, const T *x, const I *incx, const T *beta, T *y, const I *incy)
+#define ORB_COPY_DECL(name, T, I) void name(const I *n, const T *x, const I *incx, T *y, const I *incy)
+#define ORB_SWAP_DECL(name, T, I) void name(const I *n, T *x, const I *incx, T *y, const I *incy)
+#define ORB_ROT_DECL(name, T, R, I) void name(const I *n, T *x, const I *incx, T *y, const I *incy, const R *c, const R *s)
+#define ORB_ROTM_DECL(name, T, I) void name(const I *n, T *x, const I *incx, T *y, const I *incy, const T *param)
+#define ORB_INDEX_DECL(name, T, I) I name(const I *n, const T *x, const I *incx)
+
+/* Every level-1 routine under one prefix. */
+#define ORB_LEVEL1_DECLS(pre, I)                                                                             \
+  ORB_DOT_DECL(pre##sdot, float, I);                                                                        \
+  ORB_DOT_DECL(pre##ddot, double, I);                                                                       \
+  ORB_CDOT_DECL(pre##cdotu, ORB_Complex8, I);                                                               \
+  ORB_CDOT_DECL(pre##cdotc, ORB_Complex8, I);                                                               \
+  ORB_CDOT_DECL(pre##zdotu, ORB_Complex16, I);                                                              \
+  ORB_CDOT_DECL(pre##zdotc, ORB_Complex16, I);                                                              \
+  ORB_NORM_DECL(pre##sasum, float, float, I);                                                               \
+  ORB_NORM_DECL(pre##dasum, double, double, I);                                                             \
+  ORB_NORM_DECL(pre##scasum, ORB_Complex8, float, I);                                                       \
+  ORB_NORM_DECL(pre##dzasum, ORB_Complex16, double, I);                                                     \
+  ORB_NORM_DECL(pre##snrm2, float, float, I);                                                               \
+  ORB_NORM_DECL(pre##dnrm2, double, double, I);                                                             \
+  ORB_NORM_DECL(pre##scnrm2, ORB_Complex8, float, I);                                                       \
+  ORB_NORM_DECL(pre##dznrm2, ORB_Complex16, double, I);                                                     \
+  ORB_SCAL_DECL(pre##sscal, float, float, I);                                                               \
+  ORB_SCAL_DECL(pre##dscal, double, double, I);                                                             \
+  ORB_SCAL_DECL(pre##cscal, ORB_Complex8, ORB_Complex8, I);                                                 \
+  ORB_SCAL_DECL(pre##zscal, ORB_Complex16, ORB_Complex16, I);                                               \
+  ORB_SCAL_DECL(pre##csscal, ORB_Complex8, float, I);                                                       \
+  ORB_SCAL_DECL(pre##zdscal, ORB_Complex16, double, I);                                                     \
+  ORB_LEVEL1_EACH_TYPE(ORB_AXPY_DECL, pre, axpy, I)                                                         \
+  ORB_LEVEL1_EACH_TYPE(ORB_AXPBY_DECL, pre, axpby, I)                                                       \
+  ORB_LEVEL1_EACH_TYPE(ORB_COPY_DECL, pre, copy, I)                                                         \
+  ORB_LEVEL1_EACH_TYPE(ORB_SWAP_DECL, pre, swap, I)                                                         \
+  ORB_ROT_DECL(pre##srot, float, float, I);                                                                 \
+  ORB_ROT_DECL(pre##drot, double, double, I);                                                               \
+  ORB_ROT_DECL(pre##csrot, ORB_Complex8, float, I);                                                         \
+  ORB_ROT_DECL(pre##zdrot, ORB_Complex16, double, I);                                                       \
+  ORB_ROTM_DECL(pre##srotm, float, I);                                                                      \
+  ORB_ROTM_DECL(pre##drotm, double, I);                                                                     \
+  ORB_INDEX_DECL(pre##isamax, float, I);                                                                    \
+  ORB_INDEX_DECL(pre##idamax, double, I);                                                                   \
+  ORB_INDEX_DECL(pre##icamax, ORB_Complex8, I);                                                             \
+  ORB_INDEX_DECL(pre##izamax, ORB_Complex16, I);                                                            \
+  ORB_INDEX_DECL(pre##isamin, float, I);                                                                    \
+  ORB_INDEX_DECL(pre##idamin, double, I);                                                                   \
+  ORB_INDEX_DECL(pre##icamin, ORB_Complex8, I);                                                             \
+  ORB_INDEX_DECL(pre##izamin, ORB_Complex16, I);
+#define ORB_LEVEL1_EACH_TYPE(DECL, pre, family, I) \
+  DECL(pre##s##family, float, I);                  \
+  DECL(pre##d##family, double, I);                 \
+  DECL(pre##c##family, ORB_Complex8, I);           \
+  DECL(pre##z##family, ORB_Complex16, I);
+
+ORB_LEVEL1_DECLS(orb_blas_, ORB_INT)
+ORB_LEVEL1_DECLS(orb_blas_lp64_, int)
 
 ORB_END_DECLS
 

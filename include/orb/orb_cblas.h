@@ -89,6 +89,70 @@ void cblas_cgemv(CBLAS_LAYOUT layout, CBLAS_TRANSPOSE trans, int m, int n, const
 void cblas_zgemv(CBLAS_LAYOUT layout, CBLAS_TRANSPOSE trans, int m, int n, const void *alpha, const void *a, int lda,
                  const void *x, int incx, const void *beta, void *y, int incy);
 
+/* ---- Level 1 ---------------------------------------------------------- */
+
+/* The index routines answer a 0-based index (0 also when n < 1). */
+#ifndef CBLAS_INDEX
+#define CBLAS_INDEX size_t
+#endif
+
+float cblas_sdot(int n, const float *x, int incx, const float *y, int incy);
+double cblas_ddot(int n, const double *x, int incx, const double *y, int incy);
+void cblas_cdotu_sub(int n, const void *x, int incx, const void *y, int incy, void *dotu);
+void cblas_cdotc_sub(int n, const void *x, int incx, const void *y, int incy, void *dotc);
+void cblas_zdotu_sub(int n, const void *x, int incx, const void *y, int incy, void *dotu);
+void cblas_zdotc_sub(int n, const void *x, int incx, const void *y, int incy, void *dotc);
+
+float cblas_sasum(int n, const float *x, int incx);
+double cblas_dasum(int n, const double *x, int incx);
+float cblas_scasum(int n, const void *x, int incx);
+double cblas_dzasum(int n, const void *x, int incx);
+float cblas_snrm2(int n, const float *x, int incx);
+double cblas_dnrm2(int n, const double *x, int incx);
+float cblas_scnrm2(int n, const void *x, int incx);
+double cblas_dznrm2(int n, const void *x, int incx);
+
+void cblas_sscal(int n, float alpha, float *x, int incx);
+void cblas_dscal(int n, double alpha, double *x, int incx);
+void cblas_cscal(int n, const void *alpha, void *x, int incx);
+void cblas_zscal(int n, const void *alpha, void *x, int incx);
+void cblas_csscal(int n, float alpha, void *x, int incx);
+void cblas_zdscal(int n, double alpha, void *x, int incx);
+
+void cblas_saxpy(int n, float alpha, const float *x, int incx, float *y, int incy);
+void cblas_daxpy(int n, double alpha, const double *x, int incx, double *y, int incy);
+void cblas_caxpy(int n, const void *alpha, const void *x, int incx, void *y, int incy);
+void cblas_zaxpy(int n, const void *alpha, const void *x, int incx, void *y, int incy);
+void cblas_saxpby(int n, float alpha, const float *x, int incx, float beta, float *y, int incy);
+void cblas_daxpby(int n, double alpha, const double *x, int incx, double beta, double *y, int incy);
+void cblas_caxpby(int n, const void *alpha, const void *x, int incx, const void *beta, void *y, int incy);
+void cblas_zaxpby(int n, const void *alpha, const void *x, int incx, const void *beta, void *y, int incy);
+
+void cblas_scopy(int n, const float *x, int incx, float *y, int incy);
+void cblas_dcopy(int n, const double *x, int incx, double *y, int incy);
+void cblas_ccopy(int n, const void *x, int incx, void *y, int incy);
+void cblas_zcopy(int n, const void *x, int incx, void *y, int incy);
+void cblas_sswap(int n, float *x, int incx, float *y, int incy);
+void cblas_dswap(int n, double *x, int incx, double *y, int incy);
+void cblas_cswap(int n, void *x, int incx, void *y, int incy);
+void cblas_zswap(int n, void *x, int incx, void *y, int incy);
+
+void cblas_srot(int n, float *x, int incx, float *y, int incy, float c, float s);
+void cblas_drot(int n, double *x, int incx, double *y, int incy, double c, double s);
+void cblas_csrot(int n, void *x, int incx, void *y, int incy, float c, float s);
+void cblas_zdrot(int n, void *x, int incx, void *y, int incy, double c, double s);
+void cblas_srotm(int n, float *x, int incx, float *y, int incy, const float *param);
+void cblas_drotm(int n, double *x, int incx, double *y, int incy, const double *param);
+
+CBLAS_INDEX cblas_isamax(int n, const float *x, int incx);
+CBLAS_INDEX cblas_idamax(int n, const double *x, int incx);
+CBLAS_INDEX cblas_icamax(int n, const void *x, int incx);
+CBLAS_INDEX cblas_izamax(int n, const void *x, int incx);
+CBLAS_INDEX cblas_isamin(int n, const float *x, int incx);
+CBLAS_INDEX cblas_idamin(int n, const double *x, int incx);
+CBLAS_INDEX cblas_icamin(int n, const void *x, int incx);
+CBLAS_INDEX cblas_izamin(int n, const void *x, int incx);
+
 ORB_END_DECLS
 
 #endif

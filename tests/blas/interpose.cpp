@@ -53,6 +53,97 @@ using namespace orb::test;
   }
 ORB_FOR_EACH_PRECISION(ORB_TEST_KERNELS)
 
+// The level-1 kernels, one macro per argument list: each records the call
+// and forwards it.
+#define ORB_TEST_RECORD(n, x, incx, y, incy) \
+  if (n && incx) remember(&Observed::level1, Level1Call{*n, x, y, *incx, incy ? *incy : 0});
+#define ORB_TEST_FORWARD(name) static const auto real = ORB_TEST_NEXT(name);
+#define ORB_TEST_DOT(name, T, I)                             \
+  extern "C" ORB_DOT_DECL(name, T, I) {                      \
+    ORB_TEST_RECORD(n, x, incx, y, incy)                     \
+    ORB_TEST_FORWARD(name) return real(n, x, incx, y, incy); \
+  }
+#define ORB_TEST_CDOT(name, T, I)                               \
+  extern "C" ORB_CDOT_DECL(name, T, I) {                        \
+    ORB_TEST_RECORD(n, x, incx, y, incy)                        \
+    ORB_TEST_FORWARD(name) real(result, n, x, incx, y, incy);   \
+  }
+#define ORB_TEST_NORM(name, T, R, I)                                                         \
+  extern "C" ORB_NORM_DECL(name, T, R, I) {                                                  \
+    ORB_TEST_RECORD(n, x, incx, static_cast<const void *>(nullptr), static_cast<const I *>(nullptr)) \
+    ORB_TEST_FORWARD(name) return real(n, x, incx);                                          \
+  }
+#define ORB_TEST_INDEX(name, T, I) ORB_TEST_NORM(name, T, I, I)
+#define ORB_TEST_SCAL(name, T, S, I)                                                         \
+  extern "C" ORB_SCAL_DECL(name, T, S, I) {                                                  \
+    ORB_TEST_RECORD(n, x, incx, static_cast<const void *>(nullptr), static_cast<const I *>(nullptr)) \
+    ORB_TEST_FORWARD(name) real(n, alpha, x, incx);                                          \
+  }
+#define ORB_TEST_AXPY(name, T, I)                                        \
+  extern "C" ORB_AXPY_DECL(name, T, I) {                                 \
+    ORB_TEST_RECORD(n, x, incx, y, incy)                                 \
+    ORB_TEST_FORWARD(name) real(n, alpha, x, incx, y, incy);             \
+  }
+#define ORB_TEST_AXPBY(name, T, I)                                       \
+  extern "C" ORB_AXPBY_DECL(name, T, I) {                                \
+    ORB_TEST_RECORD(n, x, incx, y, incy)                                 \
+    ORB_TEST_FORWARD(name) real(n, alpha, x, incx, beta, y, incy);       \
+  }
+#define ORB_TEST_COPY(name, T, I)                                        \
+  extern "C" ORB_COPY_DECL(name, T, I) {                                 \
+    ORB_TEST_RECORD(n, x, incx, y, incy)                                 \
+    ORB_TEST_FORWARD(name) real(n, x, incx, y, incy);                    \
+  }
+#define ORB_TEST_SWAP(name, T, I)                                        \
+  extern "C" ORB_SWAP_DECL(name, T, I) {                                 \
+    ORB_TEST_RECORD(n, x, incx, y, incy)                                 \
+    ORB_TEST_FORWARD(name) real(n, x, incx, y, incy);                    \
+  }
+#define ORB_TEST_ROT(name, T, R, I)                                      \
+  extern "C" ORB_ROT_DECL(name, T, R, I) {                               \
+    ORB_TEST_RECORD(n, x, incx, y, incy)                                 \
+    ORB_TEST_FORWARD(name) real(n, x, incx, y, incy, c, s);              \
+  }
+#define ORB_TEST_ROTM(name, T, I)                                        \
+  extern "C" ORB_ROTM_DECL(name, T, I) {                                 \
+    ORB_TEST_RECORD(n, x, incx, y, incy)                                 \
+    ORB_TEST_FORWARD(name) real(n, x, incx, y, incy, param);             \
+  }
+ORB_TEST_DOT(orb_blas_xsdot, float, ORB_INT)
+ORB_TEST_DOT(orb_blas_xddot, double, ORB_INT)
+ORB_TEST_CDOT(orb_blas_xcdotu, ORB_Complex8, ORB_INT)
+ORB_TEST_CDOT(orb_blas_xcdotc, ORB_Complex8, ORB_INT)
+ORB_TEST_CDOT(orb_blas_xzdotu, ORB_Complex16, ORB_INT)
+ORB_TEST_CDOT(orb_blas_xzdotc, ORB_Complex16, ORB_INT)
+ORB_TEST_NORM(orb_blas_xsasum, float, float, ORB_INT)
+ORB_TEST_NORM(orb_blas_xdasum, double, double, ORB_INT)
+ORB_TEST_NORM(orb_blas_xscasum, ORB_Complex8, float, ORB_INT)
+ORB_TEST_NORM(orb_blas_xdzasum, ORB_Complex16, double, ORB_INT)
+ORB_TEST_NORM(orb_blas_xsnrm2, float, float, ORB_INT)
+ORB_TEST_NORM(orb_blas_xdnrm2, double, double, ORB_INT)
+ORB_TEST_NORM(orb_blas_xscnrm2, ORB_Complex8, float, ORB_INT)
+ORB_TEST_NORM(orb_blas_xdznrm2, ORB_Complex16, double, ORB_INT)
+ORB_TEST_SCAL(orb_blas_xsscal, float, float, ORB_INT)
+ORB_TEST_SCAL(orb_blas_xdscal, double, double, ORB_INT)
+ORB_TEST_SCAL(orb_blas_xcscal, ORB_Complex8, ORB_Complex8, ORB_INT)
+ORB_TEST_SCAL(orb_blas_xzscal, ORB_Complex16, ORB_Complex16, ORB_INT)
+ORB_TEST_SCAL(orb_blas_xcsscal, ORB_Complex8, float, ORB_INT)
+ORB_TEST_SCAL(orb_blas_xzdscal, ORB_Complex16, double, ORB_INT)
+ORB_TEST_ROT(orb_blas_xsrot, float, float, ORB_INT)
+ORB_TEST_ROT(orb_blas_xdrot, double, double, ORB_INT)
+ORB_TEST_ROT(orb_blas_xcsrot, ORB_Complex8, float, ORB_INT)
+ORB_TEST_ROT(orb_blas_xzdrot, ORB_Complex16, double, ORB_INT)
+ORB_TEST_ROTM(orb_blas_xsrotm, float, ORB_INT)
+ORB_TEST_ROTM(orb_blas_xdrotm, double, ORB_INT)
+#define ORB_TEST_LEVEL1(p, P, T)                   \
+  ORB_TEST_AXPY(orb_blas_x##p##axpy, T, ORB_INT)   \
+  ORB_TEST_AXPBY(orb_blas_x##p##axpby, T, ORB_INT) \
+  ORB_TEST_COPY(orb_blas_x##p##copy, T, ORB_INT)   \
+  ORB_TEST_SWAP(orb_blas_x##p##swap, T, ORB_INT)   \
+  ORB_TEST_INDEX(orb_blas_xi##p##amax, T, ORB_INT) \
+  ORB_TEST_INDEX(orb_blas_xi##p##amin, T, ORB_INT)
+ORB_FOR_EACH_PRECISION(ORB_TEST_LEVEL1)
+
 // Scratch comes back filled with NaN, so a partial buffer that is summed
 // without having been written shows in the result.
 extern "C" void *orb_serv_allocate(int64_t bytes, int alignment) {

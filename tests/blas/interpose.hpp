@@ -1,6 +1,6 @@
 // What the threaded BLAS drivers ask of the core, observed from the test
-// executable: its definitions of the kernels orb_blas_x?gemm and
-// orb_blas_x?gemv (every precision), orb_serv_allocate, orb_serv_deallocate
+// executable: its definitions of the kernels orb_blas_x?gemm,
+// orb_blas_x?gemv and the level-1 kernels (every precision), orb_serv_allocate, orb_serv_deallocate
 // and orb_serv_cbwr_get take precedence over the core's, record each call and
 // forward it.
 #pragma once
@@ -30,9 +30,17 @@ struct GemvCall {
   std::thread::id thread = std::this_thread::get_id();
 };
 
+//! A level-1 kernel call: its length, where its x and y start, its increments.
+struct Level1Call {
+  ORB_INT n;
+  const void *x, *y;
+  ORB_INT incx, incy;
+};
+
 struct Observed {
   std::vector<GemmCall> gemm;
   std::vector<GemvCall> gemv;
+  std::vector<Level1Call> level1;
   std::vector<long> alloc_bytes;
   std::vector<int> alloc_alignment;
   int deallocations = 0;

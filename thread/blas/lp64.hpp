@@ -27,10 +27,11 @@ A &&widen(A &&other) {
   return std::forward<A>(other);
 }
 
-//! Calls the 64-bit entry with the arguments of its lp64 sibling.
+//! Calls the 64-bit entry with the arguments of its lp64 sibling, and returns
+//! what it returns.
 template <class Entry, class... Args>
-void call_lp64(Entry entry, Args... args) {
-  entry(widen(args)...);
+decltype(auto) call_lp64(Entry entry, Args... args) {
+  return entry(widen(args)...);
 }
 
 }  // namespace orb::thr

@@ -3,7 +3,8 @@
 // A driver fills one record on its own stack and hands a pointer to every
 // worker of the call; the workers only read it.  Each field is one 64-bit
 // word, in this order, whatever the precision: the pointers are untyped and
-// each worker reads them as its own element type.
+// each worker reads them as its own element type.  The level-1 drivers give
+// the fields their own meanings (thread/blas/level1_frame.hpp).
 #pragma once
 
 #include <orb/orb_types.h>

@@ -32,6 +32,7 @@ ORB_GEMV_DECL(orb_blas_xsgemv, float, ORB_INT);
 ORB_GEMV_DECL(orb_blas_xdgemv, double, ORB_INT);
 ORB_GEMV_DECL(orb_blas_xcgemv, ORB_Complex8, ORB_INT);
 ORB_GEMV_DECL(orb_blas_xzgemv, ORB_Complex16, ORB_INT);
+ORB_LEVEL1_DECLS(orb_blas_x, ORB_INT)
 
 /* Argument checks of the kernels above, in the standard BLAS order: the
  * number of the first illegal argument, or 0 when the call is legal.  The

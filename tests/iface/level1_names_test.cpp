@@ -1,0 +1,155 @@
+// The level-1 routines through their standard names: the 32-bit and 64-bit
+// Fortran names and CBLAS give what the threaded driver gives, in every
+// precision, with the conventions of each form (complex dot products by value
+// or through a pointer, 1-based or 0-based indices).  The vectors are long
+// enough to be cut, so the lp64 wrappers' widening is exercised on the
+// threaded path.
+#include <gtest/gtest.h>
+
+#include <orb/orb_blas.h>
+#include <orb/orb_cblas.h>
+#include <orb/orb_service.h>
+
+#include "dense.hpp"
+#include "hooks.hpp"
+
+// The Fortran names as a Fortran program sees them: complex dot products
+// return their value.
+extern "C" {
+#define ORB_TEST_F_NAMES(I, suffix)                                                                        \
+  float sdot##suffix(const I *, const float *, const I *, const float *, const I *);                      \
+  double ddot##suffix(const I *, const double *, const I *, const double *, const I *);                   \
+  ORB_Complex8 cdotu##suffix(const I *, const ORB_Complex8 *, const I *, const ORB_Complex8 *, const I *); \
+  ORB_Complex8 cdotc##suffix(const I *, const ORB_Complex8 *, const I *, const ORB_Complex8 *, const I *); \
+  ORB_Complex16 zdotu##suffix(const I *, const ORB_Complex16 *, const I *, const ORB_Complex16 *, const I *); \
+  ORB_Complex16 zdotc##suffix(const I *, const ORB_Complex16 *, const I *, const ORB_Complex16 *, const I *); \
+  ORB_NORM_DECL(sasum##suffix, float, float, I);                                                          \
+  ORB_NORM_DECL(dasum##suffix, double, double, I);                                                        \
+  ORB_NORM_DECL(scasum##suffix, ORB_Complex8, float, I);                                                  \
+  ORB_NORM_DECL(dzasum##suffix, ORB_Complex16, double, I);                                                \
+  ORB_NORM_DECL(snrm2##suffix, float, float, I);                                                          \
+  ORB_NORM_DECL(dnrm2##suffix, double, double, I);                                                        \
+  ORB_NORM_DECL(scnrm2##suffix, ORB_Complex8, float, I);                                                  \
+  ORB_NORM_DECL(dznrm2##suffix, ORB_Complex16, double, I);                                                \
+  ORB_LEVEL1_EACH_TYPE(ORB_AXPBY_DECL, , axpby##suffix, I)                                                \
+  ORB_LEVEL1_EACH_TYPE(ORB_INDEX_DECL, i, amax##suffix, I)
+ORB_TEST_F_NAMES(int, _)
+ORB_TEST_F_NAMES(int64_t, _64_)
+}
+
+namespace orb::test {
+namespace {
+
+enum class L1Form { Fortran32, Fortran64, Cblas };
+
+//! What one precision's routines answer through one form.
+template <class T>
+struct Answers {
+  T dotu, dotc;
+  double asum, nrm2;
+  std::vector<T> y;  // after axpby
+  ORB_INT iamax;     // 1-based whatever the form
+};
+
+#define ORB_TEST_ANSWERS(p, T, R, dotu_, dotc_, norm, rs, DOTU, DOTC, CAST)                                   \
+  Answers<T> answers(L1Form form, const T *, int n, const T *x, int incx, T *y, int incy, T alpha, T beta) {  \
+    Answers<T> a{};                                                                                          \
+    const int64_t n8 = n, incx8 = incx, incy8 = incy;                                                        \
+    switch (form) {                                                                                          \
+      case L1Form::Fortran32:                                                                                \
+        a.dotu = dotu_##_(&n, x, &incx, y, &incy);                                                           \
+        a.dotc = dotc_##_(&n, x, &incx, y, &incy);                                                           \
+        a.asum = norm##asum_(&n, x, &incx);                                                                  \
+        a.nrm2 = norm##nrm2_(&n, x, &incx);                                                                  \
+        a.iamax = i##p##amax_(&n, x, &incx);                                                                 \
+        p##axpby_(&n, &alpha, x, &incx, &beta, y, &incy);                                                    \
+        break;                                                                                               \
+      case L1Form::Fortran64:                                                                                \
+        a.dotu = dotu_##_64_(&n8, x, &incx8, y, &incy8);                                                     \
+        a.dotc = dotc_##_64_(&n8, x, &incx8, y, &incy8);                                                     \
+        a.asum = norm##asum_64_(&n8, x, &incx8);                                                             \
+        a.nrm2 = norm##nrm2_64_(&n8, x, &incx8);                                                             \
+        a.iamax = i##p##amax_64_(&n8, x, &incx8);                                                            \
+        p##axpby_64_(&n8, &alpha, x, &incx8, &beta, y, &incy8);                                              \
+        break;                                                                                               \
+      case L1Form::Cblas:                                                                                    \
+        DOTU;                                                                                                \
+        DOTC;                                                                                                \
+        a.asum = cblas_##norm##asum(n, x, incx);                                                             \
+        a.nrm2 = cblas_##norm##nrm2(n, x, incx);                                                             \
+        a.iamax = static_cast<ORB_INT>(cblas_i##p##amax(n, x, incx)) + 1;                                    \
+        cblas_##p##axpby(n, CAST(alpha), x, incx, CAST(beta), y, incy);                                      \
+        break;                                                                                               \
+    }                                                                                                        \
+    return a;                                                                                                \
+  }
+#define ORB_REAL_DOTS(p) a.dotu = a.dotc = cblas_##p##dot(n, x, incx, y, incy), (void)0
+#define ORB_COMPLEX_DOT(p, which) cblas_##p##dot##which##_sub(n, x, incx, y, incy, &a.dot##which)
+#define ORB_BY_VALUE(v) (v)
+#define ORB_BY_ADDRESS(v) (&(v))
+ORB_TEST_ANSWERS(s, float, float, sdot, sdot, s, s, ORB_REAL_DOTS(s), (void)0, ORB_BY_VALUE)
+ORB_TEST_ANSWERS(d, double, double, ddot, ddot, d, d, ORB_REAL_DOTS(d), (void)0, ORB_BY_VALUE)
+ORB_TEST_ANSWERS(c, ORB_Complex8, float, cdotu, cdotc, sc, cs, ORB_COMPLEX_DOT(c, u), ORB_COMPLEX_DOT(c, c),
+                 ORB_BY_ADDRESS)
+ORB_TEST_ANSWERS(z, ORB_Complex16, double, zdotu, zdotc, dz, zd, ORB_COMPLEX_DOT(z, u), ORB_COMPLEX_DOT(z, c),
+                 ORB_BY_ADDRESS)
+
+template <class T>
+class Level1Names : public ::testing::Test {};
+TYPED_TEST_SUITE(Level1Names, Precisions, PrecisionLetter);
+
+TYPED_TEST(Level1Names, EveryFormAnswersAsTheDriver) {
+  using T = TypeParam;
+  const int n = 9000, incx = 2, incy = -3;
+  const std::vector<T> x = random_matrix<T>(1, n, 2, 5), y0 = random_matrix<T>(1, n, 3, 6);
+  const T alpha = narrow<T>(cld(0.5, -1.5)), beta = narrow<T>(cld(2.0, 0.25));
+  const int previous = orb_serv_set_num_threads_local(3);
+  // The 64-bit names call the 64-bit drivers with the caller's own integers.
+  std::vector<T> y = y0;
+  const Answers<T> want = answers(L1Form::Fortran64, static_cast<const T *>(nullptr), n, x.data(), incx, y.data(),
+                                  incy, alpha, beta);
+  for (const L1Form form : {L1Form::Fortran32, L1Form::Cblas}) {
+    SCOPED_TRACE(form == L1Form::Cblas ? "cblas" : "fortran32");
+    std::vector<T> yf = y0;
+    const Answers<T> got = answers(form, static_cast<const T *>(nullptr), n, x.data(), incx, yf.data(), incy, alpha, beta);
+    EXPECT_EQ(wide(got.dotu), wide(want.dotu));
+    EXPECT_EQ(wide(got.dotc), wide(want.dotc));
+    EXPECT_EQ(got.asum, want.asum);
+    EXPECT_EQ(got.nrm2, want.nrm2);
+    EXPECT_EQ(got.iamax, want.iamax);
+    for (size_t i = 0; i < yf.size(); ++i) ASSERT_EQ(wide(yf[i]), wide(y[i])) << i;
+  }
+  // Unconjugated and conjugated products differ for complex vectors.
+  if constexpr (is_complex_v<T>) {
+    EXPECT_NE(wide(want.dotu), wide(want.dotc));
+  }
+  orb_serv_set_num_threads_local(previous);
+}
+
+TEST(Level1Names, CblasIndexIsZeroBasedAndZeroForNothing) {
+  const double v[3] = {1, -3, 3};
+  EXPECT_EQ(cblas_idamax(3, v, 1), 1u);
+  EXPECT_EQ(cblas_idamin(3, v, 1), 0u);
+  EXPECT_EQ(cblas_idamax(0, v, 1), 0u);
+  const int n = 3, one = 1;
+  EXPECT_EQ(idamax_(&n, v, &one), 2);
+}
+
+TEST(Level1Names, NoArgumentIsReportedAndAMissingOneDoesNothing) {
+  // Sizes and increments of any value are calls; nothing is reported.
+  Reports reports;
+  double x[4] = {1, 2, 3, 4}, y[4] = {5, 6, 7, 8};
+  const int minus = -1, zero = 0, one = 1, four = 4;
+  EXPECT_EQ(ddot_(&minus, x, &one, y, &one), 0.0);
+  EXPECT_EQ(dnrm2_(&four, x, &zero), 0.0);
+  EXPECT_EQ(dasum_(&four, x, &minus), 0.0);
+  EXPECT_EQ(ddot_(nullptr, x, &four, y, &four), 0.0);
+  daxpby_(&four, nullptr, x, &four, nullptr, y, &four);
+  cblas_dscal(4, 2.0, x, -1);
+  EXPECT_EQ(x[0], 1.0);
+  EXPECT_EQ(y[0], 5.0);
+  EXPECT_TRUE(Reports::taken().empty());
+}
+
+}  // namespace
+}  // namespace orb::test
