@@ -295,6 +295,23 @@ TEST_F(TaskCompat, CallersCancellationDoesNotReachTheGraph) {
   EXPECT_TRUE(g.each_ran_once_in_order());
 }
 
+// A task may build and wait for a graph of its own, as a panel of a
+// factorization does when it is factored by a nested graph.
+TEST_F(TaskCompat, TasksRunNestedGraphs) {
+  std::atomic<int> wrong{0};
+  Graph g(36);
+  steps(g);
+  g.on_run = [&](int) {
+    Graph inner(4);
+    diamond(inner);
+    inner.run();
+    wrong += !inner.each_ran_once_in_order();
+  };
+  g.run();
+  EXPECT_TRUE(g.each_ran_once_in_order());
+  EXPECT_EQ(wrong, 0);
+}
+
 // Each ends the process: a sink that is run, a task of a cancelled graph, a
 // sink with predecessors but nothing ready.
 TEST(TaskCompatDeath, ImpossibleStatesTerminate) {
