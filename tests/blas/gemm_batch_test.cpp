@@ -1,9 +1,8 @@
 // The batch drivers: how they cut a group into runs of products, in which
 // order they take the groups, the matrix-vector batch, and their results in
-// every precision and integer width (CBLAS row-major with and without its
-// scratch).  Products are observed as the core's kernels see them
-// (interpose.cpp): small products reach orb_blas_x?gemm once, with the
-// product's own C.
+// every precision through every name form, with and without scratch.
+// Products are observed as the core's kernels see them (interpose.cpp): small
+// products reach orb_blas_x?gemm once, with the product's own C.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -16,22 +15,15 @@
 namespace orb::test {
 namespace {
 
-//! Runs a batch through the threaded driver with group arrays of width I.
+//! Runs a batch through the threaded driver with group arrays of width I,
+//! optionally without the A and B pointer arrays.
 template <class I, class T>
-void run_driver(BatchCase<T> &batch) {
+void run_driver(BatchCase<T> &batch, bool operands = true) {
   auto v = batch.template arrays<I>();
   Api<T>::driver_gemm_batch(batch.ta.data(), batch.tb.data(), v.m.data(), v.n.data(), v.k.data(), batch.alpha.data(),
-                            batch.ap.data(), v.lda.data(), batch.bp.data(), v.ldb.data(), batch.beta.data(),
-                            batch.cp.data(), v.ldc.data(), &v.count, v.size.data(), sizeof(I) == 4);
-}
-
-//! run_driver without the A and B pointer arrays.
-template <class T>
-void run_driver_without_operands(BatchCase<T> &batch) {
-  auto v = batch.template arrays<int64_t>();
-  Api<T>::driver_gemm_batch(batch.ta.data(), batch.tb.data(), v.m.data(), v.n.data(), v.k.data(), batch.alpha.data(),
-                            nullptr, v.lda.data(), nullptr, v.ldb.data(), batch.beta.data(), batch.cp.data(),
-                            v.ldc.data(), &v.count, v.size.data(), 0);
+                            operands ? batch.ap.data() : nullptr, v.lda.data(), operands ? batch.bp.data() : nullptr,
+                            v.ldb.data(), batch.beta.data(), batch.cp.data(), v.ldc.data(), &v.count, v.size.data(),
+                            sizeof(I) == 4);
 }
 
 //! The product number of each recorded kernel call, by the C it wrote.
@@ -43,8 +35,9 @@ std::vector<int64_t> products(const std::vector<GemmCall> &calls, const BatchCas
   return out;
 }
 
-// 1000 products of one group with a budget of 4: four runs of 250, each
-// computed by one thread in order, every product once.
+// 1000 products of one group with a budget of 4: four runs of 250 (one of
+// 1000 on the caller with a budget of 1), each computed by one thread in
+// order, every product once.
 TEST(GemmBatchCalls, ContiguousRunsOf250OnFourWorkers) {
   for (const int budget : {4, 1}) {
     SCOPED_TRACE(budget);
@@ -55,7 +48,6 @@ TEST(GemmBatchCalls, ContiguousRunsOf250OnFourWorkers) {
     const Observed seen = observed();
     std::vector<int64_t> order = products(seen.gemm, batch);
     ASSERT_EQ(order.size(), 1000u);
-    // Each thread's calls, in the order it made them, are whole runs.
     std::map<std::thread::id, std::vector<int64_t>> by_thread;
     for (size_t i = 0; i < order.size(); ++i) by_thread[seen.gemm[i].thread].push_back(order[i]);
     const int64_t run = budget == 4 ? 250 : 1000;
@@ -86,31 +78,21 @@ TEST(GemmBatchCalls, GroupsInOrderEmptyGroupsSkipped) {
   EXPECT_TRUE(batch.matches());
 }
 
-// One product goes to the threaded GEMM, which cuts it: a 200 x 200 C on a
-// budget of 4 is four pieces.
-TEST(GemmBatchCalls, OneProductIsThreadedAsASingleCall) {
-  BatchCase<double> batch({{'N', 'N', 200, 200, 50, 1}});
-  const Budget b(4);
-  observe();
-  run_driver<int64_t>(batch);
-  EXPECT_EQ(observed().gemm.size(), 4u);
-  EXPECT_TRUE(batch.matches());
-}
-
 // Every group a matrix-vector product (n = 1, B as stored): the sequential
 // GEMV, product by product, on the calling thread.  k = 0 stays a product,
-// so that C is still scaled by beta; a transposed B stays a product too.
-TEST(GemmBatchCalls, MatrixVectorBatchOnTheCallingThread) {
+// so that C is still scaled by beta; a transposed B stays a product too.  A
+// lone product goes to the threaded GEMM, which cuts a 200 x 200 C in four.
+TEST(GemmBatchCalls, MatrixVectorBatchOnTheCallingThreadLoneProductThreaded) {
   struct Shape {
     std::vector<BatchGroup> groups;
     size_t gemv, gemm;
     bool on_caller;
   };
-  const cld two = 2;
   const std::vector<Shape> shapes = {
       {{{'N', 'N', 300, 1, 200, 150}, {'T', 'n', 7, 1, 5, 3}}, 153, 0, true},
-      {{{'N', 'N', 6, 1, 0, 130, 1, two}}, 0, 130, false},
+      {{{'N', 'N', 6, 1, 0, 130, 1, 2}}, 0, 130, false},
       {{{'N', 'N', 6, 1, 4, 130}, {'N', 'T', 6, 1, 4, 2}}, 132, 0, false},  // the threaded GEMM's own shortcut
+      {{{'N', 'N', 200, 200, 50, 1}}, 0, 4, false},
   };
   for (const Shape &s : shapes) {
     BatchCase<double> batch(s.groups);
@@ -126,18 +108,15 @@ TEST(GemmBatchCalls, MatrixVectorBatchOnTheCallingThread) {
 }
 
 // alpha = 0 reads neither A nor B, so a batch may leave their arrays out;
-// beta still scales every C, on the matrix-vector path too.
-TEST(GemmBatchCalls, AlphaZeroNeedsNoOperandArrays) {
+// beta still scales every C, on the matrix-vector path too.  Callers on
+// several threads at once each get their own products.
+TEST(GemmBatchCalls, AlphaZeroNeedsNoOperandArraysConcurrentCallers) {
   for (const int n : {4, 1}) {
     BatchCase<double> batch({{'N', 'N', 5, n, 3, 2, 0, 2}, {'T', 'N', 4, n, 6, 200, 0, -1}});
     const Budget b(4);
-    run_driver_without_operands(batch);
+    run_driver<int64_t>(batch, false);
     EXPECT_TRUE(batch.matches()) << "n = " << n;
   }
-}
-
-// Callers on several threads at once each get their own products.
-TEST(GemmBatchCalls, ConcurrentCallers) {
   std::vector<BatchCase<double>> batches;
   for (int t = 0; t < 4; ++t) batches.emplace_back(std::vector<BatchGroup>{{'N', 'T', 8, 6, 5, 300, 1, t}});
   std::vector<std::thread> callers;
@@ -146,24 +125,25 @@ TEST(GemmBatchCalls, ConcurrentCallers) {
   for (const auto &batch : batches) EXPECT_TRUE(batch.matches());
 }
 
-// Results in every precision: mixed transpositions and scalars, an empty
-// group, a lone matrix-vector group.
+// Results in every precision through every name form, with and without
+// scratch (row-major CBLAS lists the twin's letters in it, or goes group by
+// group): mixed transpositions and scalars, an empty group, a lone
+// matrix-vector group.
 TYPED_TEST(Results, GemmBatch) {
   using T = TypeParam;
   const cld a(0.5, -1), b(-1.5, 0.25);
   const std::vector<BatchGroup> groups = {{'N', 'N', 9, 7, 5, 3, a, b}, {'T', 'C', 6, 8, 4, 0, a, b},
                                           {'C', 'T', 5, 6, 7, 140, b, 0}, {'N', 'N', 8, 1, 6, 2, 1, a}};
-  // Row-major CBLAS lists the twin's letters in scratch, or goes group by group.
   for (const bool fail_alloc : {false, true}) {
-    BatchCase<T> batch(groups);
-    observe(fail_alloc);
-    call_batch<T, int>(Form::CblasRow, batch, batch.template arrays<int>());
-    observed();
-    EXPECT_TRUE(batch.matches()) << (fail_alloc ? "CBLAS without scratch" : "CBLAS");
-  }
-  // The strided batch through its 32-bit name, A shared (stride 0), with and
-  // without the scratch for its pointer lists.
-  for (const bool fail_alloc : {false, true}) {
+    for (const Form form : kForms) {
+      BatchCase<T> batch(groups);
+      observe(fail_alloc);
+      call_batch(form, batch);
+      observed();
+      EXPECT_TRUE(batch.matches()) << form_name(form) << (fail_alloc ? " without scratch" : "");
+    }
+    // The strided batch through its 32-bit name, A shared (stride 0); its
+    // pointer lists live in scratch.
     BatchCase<T> batch({{'T', 'N', 6, 5, 4, 200, b, a}});
     const int m = 6, n = 5, k = 4, lda = 5, ldb = 5, ldc = 7, zero = 0, stride = 40, count = 200;
     std::vector<T> bs(stride * count), cs(stride * count);
@@ -178,7 +158,7 @@ TYPED_TEST(Results, GemmBatch) {
     observed();
     for (int i = 0; i < count; ++i)
       std::copy(cs.begin() + i * stride, cs.begin() + i * stride + ldc * n, batch.c[i].begin());
-    EXPECT_TRUE(batch.matches()) << (fail_alloc ? "without scratch" : "with scratch");
+    EXPECT_TRUE(batch.matches()) << (fail_alloc ? "strided without scratch" : "strided");
   }
 }
 

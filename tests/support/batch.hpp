@@ -6,6 +6,7 @@
 #include <orb/orb_blas.h>
 
 #include <cstdint>
+#include <utility>
 #include <vector>
 
 #include "blas_api.hpp"
@@ -21,12 +22,20 @@ struct BatchGroup {
 
 template <class T>
 struct BatchCase {
+  //! The group arrays in integer width I.
+  template <class I>
+  struct Arrays {
+    std::vector<I> m, n, k, lda, ldb, ldc, size;
+    I count;
+  };
+
   std::vector<BatchGroup> groups;
   std::vector<std::vector<T>> a, b, c, c0;  // one per product, numbered on across groups
   std::vector<const T *> ap, bp;
   std::vector<T *> cp;
   std::vector<char> ta, tb;
   std::vector<T> alpha, beta;
+  Arrays<int64_t> v{{}, {}, {}, {}, {}, {}, {}, 0};  // a test may spoil them before a call
 
   //! r when t leaves the operand as stored, else c.
   static int rows(char t, int r, int c) { return (t | 0x20) == 'n' ? r : c; }
@@ -38,6 +47,8 @@ struct BatchCase {
       ta.push_back(g.ta), tb.push_back(g.tb);
       alpha.push_back(narrow<T>(g.alpha)), beta.push_back(narrow<T>(g.beta));
       const int ra = rows(g.ta, g.m, g.k), rb = rows(g.tb, g.k, g.n);
+      v.m.push_back(g.m), v.n.push_back(g.n), v.k.push_back(g.k), v.size.push_back(g.size), ++v.count;
+      v.lda.push_back(ld(ra)), v.ldb.push_back(ld(rb)), v.ldc.push_back(ld(g.m));
       for (int i = 0; i < g.size; ++i) {
         a.push_back(random_matrix<T>(ra, rows(g.ta, g.k, g.m), ld(ra), seed++));
         b.push_back(random_matrix<T>(rb, rows(g.tb, g.n, g.k), ld(rb), seed++));
@@ -49,20 +60,11 @@ struct BatchCase {
       ap.push_back(a[i].data()), bp.push_back(b[i].data()), cp.push_back(c[i].data());
   }
 
-  //! The group arrays in integer width I.
-  template <class I>
-  struct Arrays {
-    std::vector<I> m, n, k, lda, ldb, ldc, size;
-    I count;
-  };
+  //! The group arrays as they stand, in integer width I.
   template <class I>
   Arrays<I> arrays() const {
-    Arrays<I> v{{}, {}, {}, {}, {}, {}, {}, static_cast<I>(groups.size())};
-    for (const BatchGroup &g : groups) {
-      v.m.push_back(g.m), v.n.push_back(g.n), v.k.push_back(g.k), v.size.push_back(g.size);
-      v.lda.push_back(ld(rows(g.ta, g.m, g.k))), v.ldb.push_back(ld(rows(g.tb, g.k, g.n))), v.ldc.push_back(ld(g.m));
-    }
-    return v;
+    const auto to = [](const std::vector<int64_t> &x) { return std::vector<I>(x.begin(), x.end()); };
+    return {to(v.m), to(v.n), to(v.k), to(v.lda), to(v.ldb), to(v.ldc), to(v.size), static_cast<I>(v.count)};
   }
 
   //! Every product's C against the naive product, padding untouched.
@@ -85,31 +87,23 @@ struct BatchCase {
 //! A batch through one name form; a row-major form stores each product as its
 //! column-major twin (C^T = op(B)^T op(A)^T), so the case's groups are read
 //! as the twins of the caller's.
-template <class T, class I>
-void call_batch(Form form, BatchCase<T> &bc, typename BatchCase<T>::template Arrays<I> v) {
-  if (form == Form::Fortran32 || form == Form::Fortran64) {
-    const auto fn = [&] {
-      if constexpr (sizeof(I) == 4)
-        return Api<T>::gemm_batch32;
-      else
-        return Api<T>::gemm_batch64;
-    }();
+template <class T>
+void call_batch(Form form, BatchCase<T> &bc) {
+  const auto fortran = [&](auto fn, auto v) {
     fn(bc.ta.data(), bc.tb.data(), v.m.data(), v.n.data(), v.k.data(), bc.alpha.data(), bc.ap.data(), v.lda.data(),
        bc.bp.data(), v.ldb.data(), bc.beta.data(), bc.cp.data(), v.ldc.data(), &v.count, v.size.data());
-    return;
-  }
-  if constexpr (sizeof(I) == 4) {  // CBLAS takes 32-bit ints
-    std::vector<CBLAS_TRANSPOSE> ta, tb;
-    for (size_t g = 0; g < bc.ta.size(); ++g) ta.push_back(cblas_trans(bc.ta[g])), tb.push_back(cblas_trans(bc.tb[g]));
-    if (form == Form::CblasRow)
-      Api<T>::cblas_gemm_batch(CblasRowMajor, tb.data(), ta.data(), v.n.data(), v.m.data(), v.k.data(),
-                               bc.alpha.data(), bc.bp.data(), v.ldb.data(), bc.ap.data(), v.lda.data(),
-                               bc.beta.data(), bc.cp.data(), v.ldc.data(), v.count, v.size.data());
-    else
-      Api<T>::cblas_gemm_batch(CblasColMajor, ta.data(), tb.data(), v.m.data(), v.n.data(), v.k.data(),
-                               bc.alpha.data(), bc.ap.data(), v.lda.data(), bc.bp.data(), v.ldb.data(),
-                               bc.beta.data(), bc.cp.data(), v.ldc.data(), v.count, v.size.data());
-  }
+  };
+  if (form == Form::Fortran64) return fortran(Api<T>::gemm_batch64, bc.v);
+  auto v = bc.template arrays<int>();
+  if (form == Form::Fortran32) return fortran(Api<T>::gemm_batch32, v);
+  std::vector<CBLAS_TRANSPOSE> ta, tb;
+  for (size_t g = 0; g < bc.ta.size(); ++g) ta.push_back(cblas_trans(bc.ta[g])), tb.push_back(cblas_trans(bc.tb[g]));
+  auto ap = bc.ap, bp = bc.bp;
+  const bool row = form == Form::CblasRow;
+  if (row) std::swap(ta, tb), std::swap(v.m, v.n), std::swap(v.lda, v.ldb), std::swap(ap, bp);
+  Api<T>::cblas_gemm_batch(row ? CblasRowMajor : CblasColMajor, ta.data(), tb.data(), v.m.data(), v.n.data(),
+                           v.k.data(), bc.alpha.data(), ap.data(), v.lda.data(), bp.data(), v.ldb.data(),
+                           bc.beta.data(), bc.cp.data(), v.ldc.data(), v.count, v.size.data());
 }
 
 }  // namespace orb::test
