@@ -26,11 +26,7 @@ namespace {
 //! One kernel call: its length and where x and y start, in elements from the
 //! caller's x and y (-1: no y; x -2: a vector of the driver's own, the
 //! partial norms that nrm2 combines).
-struct Piece {
-  ORB_INT n, x, y;
-  bool operator<(const Piece &o) const { return std::tie(n, x, y) < std::tie(o.n, o.x, o.y); }
-  bool operator==(const Piece &o) const { return std::tie(n, x, y) == std::tie(o.n, o.x, o.y); }
-};
+using Piece = std::tuple<ORB_INT, ORB_INT, ORB_INT>;
 
 using DoubleCall = std::function<void(ORB_INT n, double *x, ORB_INT incx, double *y, ORB_INT incy)>;
 
@@ -78,7 +74,7 @@ TEST_P(Level1Cuts, OneKernelCallPerRunAtTheRunsOwnElements) {
   for (const Level1Call &k : observed().level1) {
     const double *kx = static_cast<const double *>(k.x);
     const bool callers = kx >= x.data() && kx < x.data() + x.size();
-    seen.push_back({k.n, callers ? kx - x.data() : -2, k.y ? static_cast<const double *>(k.y) - y.data() : -1});
+    seen.emplace_back(k.n, callers ? kx - x.data() : -2, k.y ? static_cast<const double *>(k.y) - y.data() : -1);
   }
   std::vector<Piece> expected = c.pieces;
   std::sort(seen.begin(), seen.end());

@@ -178,15 +178,15 @@ void nested_steps(Graph &g) {
 }
 using Shape = std::pair<int, void (*)(Graph &)>;  // nodes, edges
 
-class Graphs : public TaskCompat, public ::testing::WithParamInterface<std::tuple<Shape, int>> {};
+class Graphs : public TaskCompat, public ::testing::WithParamInterface<Shape> {};
 
-// Each caller runs inside a task group, the first a cancelled one, whose
+// Four callers, each inside a task group, the first a cancelled one, whose
 // cancellation must not reach its graphs.
 TEST_P(Graphs, EachTaskRunsOnceAfterItsPredecessorsFromConcurrentCallers) {
-  const auto [shape, callers] = GetParam();
+  const Shape shape = GetParam();
   std::vector<std::thread> threads;
-  for (int c = 0; c < callers; ++c)
-    threads.emplace_back([c, shape = shape] {
+  for (int c = 0; c < 4; ++c)
+    threads.emplace_back([c, shape] {
       tbb::task_group group;
       group.run([&] {
         if (c == 0) group.cancel();
@@ -202,10 +202,7 @@ TEST_P(Graphs, EachTaskRunsOnceAfterItsPredecessorsFromConcurrentCallers) {
   for (auto &t : threads) t.join();
 }
 
-INSTANTIATE_TEST_SUITE_P(Shapes, Graphs,
-                         ::testing::Combine(::testing::Values(Shape{4, diamond}, Shape{1000, chain},
-                                                              Shape{36, nested_steps}),
-                                            ::testing::Values(1, 4)));
+INSTANTIATE_TEST_SUITE_P(Shapes, Graphs, ::testing::Values(Shape{4, diamond}, Shape{1000, chain}, Shape{36, nested_steps}));
 
 // Roots (none, one, many) each run once from zeroed 128-byte blocks, all freed
 // when the call returns; without memory for wrappers they run on the caller.
