@@ -50,14 +50,10 @@ TEST_P(IllegalBatch, IsReportedWholeBeforeAnyProduct) {
     cs.change(bc);
     const Reports reports;
     call_batch(form, bc);
-    const int want = row ? cs.row : cblas ? cs.column : cs.fortran;
-    if (want == 0) {
-      EXPECT_EQ(Reports::taken(), Reports::Log{});
-      continue;
-    }
+    const int want = row ? cs.row : cblas ? cs.column : cs.fortran;  // 0: legal
     const char *name = cblas ? "cblas_dgemm_batch" : "DGEMM_BATCH";
-    EXPECT_EQ(Reports::taken(), (Reports::Log{{name, want}}));
-    EXPECT_TRUE(bc.untouched()) << "a product was computed";
+    EXPECT_EQ(Reports::taken(), (want ? Reports::Log{{name, want}} : Reports::Log{}));
+    EXPECT_TRUE(!want || bc.untouched()) << "a product was computed";
   }
 }
 
@@ -85,13 +81,10 @@ TEST(IllegalBatchStrided, ReportedByPositionNothingComputed) {
     // Row-major, the same twin: the caller's A is its B (lda 4), B its A (ldb 2), stridea its strideb.
     cblas_dgemm_batch_strided(CblasRowMajor, CblasNoTrans, CblasNoTrans, n, m, k, 1, b.data(), cs.ldb == 1 ? 1 : 4,
                               sb, a.data(), lda == 2 ? 4 : 1, cs.sa, 1, c.data(), ldc + 1, cs.sc, cs.count);
-    if (cs.fortran == 0) {
-      EXPECT_EQ(Reports::taken(), Reports::Log{});
-      continue;
-    }
-    EXPECT_EQ(Reports::taken(), (Reports::Log{{"DGEMM_BATCH_STRIDED", cs.fortran},
-                                              {"cblas_dgemm_batch_strided", cs.row}}));
-    EXPECT_EQ(c, std::vector<double>(64, 7.0));
+    EXPECT_EQ(Reports::taken(), (cs.fortran ? Reports::Log{{"DGEMM_BATCH_STRIDED", cs.fortran},
+                                                            {"cblas_dgemm_batch_strided", cs.row}}
+                                            : Reports::Log{}));
+    EXPECT_TRUE(!cs.fortran || c == std::vector<double>(64, 7.0)) << "a product was computed";
   }
 }
 

@@ -72,10 +72,9 @@ struct BatchCase {
     size_t i = 0;
     for (size_t g = 0; g < groups.size(); ++g) {
       const BatchGroup &gr = groups[g];
-      const int64_t lda = ld(rows(gr.ta, gr.m, gr.k)), ldb = ld(rows(gr.tb, gr.k, gr.n));
       for (int j = 0; j < gr.size; ++j, ++i)
-        if (auto r = matches_gemm(c[i], c0[i], gr.ta, gr.tb, gr.m, gr.n, gr.k, alpha[g], a[i], lda, b[i], ldb,
-                                  beta[g], ld(gr.m));
+        if (auto r = matches_gemm(c[i], c0[i], gr.ta, gr.tb, gr.m, gr.n, gr.k, alpha[g], a[i], v.lda[g], b[i],
+                                  v.ldb[g], beta[g], v.ldc[g]);
             !r)
           return r << " in product " << i;
     }
