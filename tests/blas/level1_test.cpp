@@ -148,13 +148,6 @@ inline size_t at(ORB_INT n, ORB_INT inc, ORB_INT j) {
   return static_cast<size_t>(inc >= 0 ? j * inc : (n - 1 - j) * -inc);
 }
 
-//! A vector of n elements with increment inc; the gaps between them hold 7.
-template <class T>
-std::vector<T> strided(ORB_INT n, ORB_INT inc, uint64_t seed) {
-  const ORB_INT step = std::max<ORB_INT>(std::abs(inc), 1);
-  return random_matrix<T>(1, n, step, seed);
-}
-
 struct Shape {
   ORB_INT n, incx, incy;
   int budget;
@@ -178,7 +171,9 @@ TYPED_TEST(Results, Level1DriversMatchTheNaiveReference) {
     SCOPED_TRACE(::testing::Message() << "n " << s.n << " incx " << s.incx << " incy " << s.incy);
     const Budget budget(s.budget);
     const ORB_INT *n = &s.n, *incx = &s.incx, *incy = &s.incy;
-    const std::vector<T> x0 = strided<T>(s.n, s.incx, 1), y0 = strided<T>(s.n, s.incy, 2);
+    // n elements at increment inc, the gaps between them holding 7.
+    const auto vector = [&](ORB_INT inc, uint64_t seed) { return random_matrix<T>(1, s.n, std::abs(inc), seed); };
+    const std::vector<T> x0 = vector(s.incx, 1), y0 = vector(s.incy, 2);
     const auto xa = [&](ORB_INT j) { return wide(x0[at(s.n, s.incx, j)]); };
     const auto ya = [&](ORB_INT j) { return wide(y0[at(s.n, s.incy, j)]); };
     const auto magnitude = [&](ORB_INT j) { return std::abs(xa(j).real()) + std::abs(xa(j).imag()); };
