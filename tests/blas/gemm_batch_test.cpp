@@ -132,7 +132,7 @@ TEST(GemmBatchCalls, AlphaZeroNeedsNoOperandArraysConcurrentCallers) {
 TYPED_TEST(Results, GemmBatch) {
   using T = TypeParam;
   const cld a(0.5, -1), b(-1.5, 0.25);
-  const std::vector<BatchGroup> groups = {{'N', 'N', 9, 7, 5, 3, a, b}, {'T', 'C', 6, 8, 4, 0, a, b},
+  const std::vector<BatchGroup> groups = {{'N', 'T', 9, 7, 5, 3, a, b}, {'T', 'C', 6, 8, 4, 0, a, b},
                                           {'C', 'T', 5, 6, 7, 140, b, 0}, {'N', 'N', 8, 1, 6, 2, 1, a}};
   for (const bool fail_alloc : {false, true}) {
     for (const Form form : kForms) {
