@@ -40,8 +40,7 @@ void xgemm(const char *transa, const char *transb, const ORB_INT *m, const ORB_I
     if (stream_b_dgemm(transa, transb, *m, *n, *k, *alpha, a, *lda, b, *ldb, *beta, c, *ldc)) return;
   }
   const gemm_route_case route{kernel_traits<T>::lower, (*transa | 0x20) != 'n' || (*transb | 0x20) != 'n', *k,
-                              on_cache_lines(a, *lda, sizeof(T)) && on_cache_lines(b, *ldb, sizeof(T)) &&
-                                  on_cache_lines(c, *ldc, sizeof(T)),
+                              starts_on_cache_line(a) && starts_on_cache_line(b) && starts_on_cache_line(c),
                               (orb_serv_cbwr_get(-1) & ORB_CBWR_STRICT) != 0};
   gemm_for<T>(route)(transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc, 1, 1);
 }

@@ -10,7 +10,6 @@
 // gemm_route.cpp and docs/performance.md.
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 
 namespace orb::core {
@@ -23,7 +22,7 @@ struct gemm_route_case {
   char precision;       //!< 's', 'd', 'c' or 'z'
   bool transposed;      //!< op(A) or op(B) is not the matrix itself
   int64_t k;
-  bool on_cache_lines;  //!< A, B and C start on 64-byte boundaries, and so does each of their columns
+  bool on_cache_lines;  //!< A, B and C start on 64-byte boundaries
   bool strict;          //!< strict reproducibility is in force
 };
 
@@ -33,8 +32,7 @@ int64_t gemm_second_provider_depth(char precision);
 
 gemm_provider gemm_provider_for(const gemm_route_case &c);
 
-//! Whether a matrix at `p` with leading dimension `ld` (elements of `size`
-//! bytes) has every column on a 64-byte boundary.
-bool on_cache_lines(const void *p, int64_t ld, std::size_t size);
+//! Whether `p` is on a 64-byte boundary.
+inline bool starts_on_cache_line(const void *p) { return reinterpret_cast<std::uintptr_t>(p) % 64 == 0; }
 
 }  // namespace orb::core

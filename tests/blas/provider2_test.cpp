@@ -44,14 +44,6 @@ INSTANTIATE_TEST_SUITE_P(Products, GemmRoute,
                                            RouteCase{{'s', false, 32, true, false}, gemm_provider::first},
                                            RouteCase{{'z', false, 32, true, false}, gemm_provider::first}));
 
-TEST(GemmRoute, CacheLinesNeedTheStartAndEveryColumnOnA64ByteBoundary) {
-  alignas(64) static double x[64];
-  EXPECT_TRUE(core::on_cache_lines(x, 8, sizeof(double)));
-  EXPECT_TRUE(core::on_cache_lines(x, 16, sizeof(float)));
-  EXPECT_FALSE(core::on_cache_lines(x, 12, sizeof(double)));  // the second column starts 96 bytes in
-  EXPECT_FALSE(core::on_cache_lines(x + 2, 8, sizeof(double)));
-}
-
 // The probe's four products in a fresh process: one the rule routes, one too
 // deep, one transposed, one off the cache lines.
 struct ProbeCase {
@@ -105,14 +97,14 @@ struct Aligned {
   std::unique_ptr<double, decltype(&std::free)> p;
 };
 
-// Routed products (depth up to 64, columns of whole cache lines) from four
+// Routed products (depth up to 64, operands starting on cache lines) from four
 // threads at once on the real second provider, each against the naive product.
 TEST(Provider2Real, RoutedProductsAreRightFromConcurrentCallers) {
   if (!orb_serv_provider2_path()) GTEST_SKIP() << "the second provider is not installed (scripts/setup.sh)";
   const auto caller = [](int t) {
     for (ORB_INT k : {1, 17, 64})
       for (ORB_INT m : {8 * t + 5, 96}) {
-        const ORB_INT n = 40 + t, ld = 8 * ((std::max(m, k) + 7) / 8);
+        const ORB_INT n = 40 + t, ld = std::max(m, k) + t;  // columns need not start on cache lines
         const std::vector<double> a = random_matrix<double>(m, k, ld, 10 + t), b = random_matrix<double>(k, n, ld, 20),
                                   c0 = random_matrix<double>(m, n, ld, 30);
         Aligned pa(a), pb(b), pc(c0);

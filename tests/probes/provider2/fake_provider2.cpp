@@ -1,9 +1,8 @@
 // A stand-in for the second kernel provider, for the probe to name in
 // ORB_PROVIDER2: a dgemm_ with 64-bit integers that counts its calls and
-// computes the product naively, and the initialisation and configuration
-// names of the real one, recording what BLIS_ARCH_TYPE held at bli_init.
+// computes the product naively, and the real one's initialisation, which runs
+// the configuration whose number BLIS_ARCH_TYPE holds, and its names of them.
 #include <cstdint>
-#include <cstdio>
 #include <cstdlib>
 
 namespace {
@@ -20,11 +19,9 @@ double at(const double *x, int64_t ld, bool t, int64_t i, int64_t l) { return t 
 extern "C" {
 
 long orb_fake_gemm_calls = 0;
-char orb_fake_arch_at_init[32] = "never initialised";
 
 void bli_init() {
   const char *v = std::getenv("BLIS_ARCH_TYPE");
-  std::snprintf(orb_fake_arch_at_init, sizeof orb_fake_arch_at_init, "%s", v ? v : "unset");
   if (v && std::atoi(v) >= 0 && std::atoi(v) < kConfigCount) running = std::atoi(v);
 }
 
