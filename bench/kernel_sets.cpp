@@ -25,27 +25,12 @@ namespace {
 
 using core::isa_tier;
 
-struct BlisConfig {
-  const char *name;
-  isa_tier needs;
-  bool forced_ever;  // a set the benchmark may force; the others it only recognises
-};
-
-// BLIS's x86-64 configurations.  Those it may force, best first, are its
-// generic Intel-designed ones; the AMD ones are what its own detection picks
-// on those parts and count by the instructions they use.
-constexpr BlisConfig kBlisConfigs[] = {
-    {"skx", isa_tier::avx512, true},     {"haswell", isa_tier::avx2, true},  {"sandybridge", isa_tier::avx, true},
-    {"penryn", isa_tier::ssse3, true},   {"generic", isa_tier::baseline, true},
-    {"knl", isa_tier::avx512, false},    {"zen3", isa_tier::avx2, false},    {"zen2", isa_tier::avx2, false},
-    {"zen", isa_tier::avx2, false},      {"excavator", isa_tier::avx2, false}, {"steamroller", isa_tier::avx, false},
-    {"piledriver", isa_tier::avx, false}, {"bulldozer", isa_tier::avx, false},
-};
-
-const BlisConfig *blis_config(const std::string &name) {
-  for (const BlisConfig &c : kBlisConfigs)
-    if (name == c.name) return &c;
-  return nullptr;
+// `best` when the set `own` is written for a lower tier than it; empty when
+// `own` is as good, or either is unknown to `tier_by_name`.
+std::string better_set(const std::string &own, const char *best, bool (*tier_by_name)(const char *, isa_tier &)) {
+  isa_tier own_tier, best_tier;
+  if (!best || !tier_by_name(own.c_str(), own_tier) || !tier_by_name(best, best_tier)) return "";
+  return own_tier < best_tier ? best : "";
 }
 
 // The path of this program, to start it again.
@@ -82,33 +67,18 @@ std::string output_of(const std::vector<std::string> &argv_text) {
 }  // namespace
 
 std::string openblas_set_to_force(const std::string &own, const core::processor_features &f) {
-  const char *best = core::provider_kernels_for(f);
-  isa_tier own_tier, best_tier;
-  if (!best || !core::provider_kernel_tier(own.c_str(), own_tier) || !core::provider_kernel_tier(best, best_tier))
-    return "";
-  return own_tier < best_tier ? best : "";
+  return better_set(own, core::provider_kernels_for(f), core::provider_kernel_tier);
 }
 
 std::string blis_config_to_force(const std::string &own, const core::processor_features &f) {
-  const BlisConfig *mine = blis_config(own);
-  if (!mine) return "";
-  const isa_tier tier = core::tier_of(f);
-  for (const BlisConfig &c : kBlisConfigs)
-    if (c.forced_ever && c.needs <= tier) return mine->needs < c.needs ? c.name : "";
-  return "";
+  // BLIS's configurations are the core's second provider's (the same library,
+  // built with 64-bit integers): the core's choice is the one to force.
+  return better_set(own, core::provider2_config_for(f), core::provider2_config_tier);
 }
 
-// The position of `name` among the names bli_arch_string gives, whose list
-// ends with "generic" in every release.
 int blis_config_number(void *handle, const std::string &name) {
   auto arch_name = reinterpret_cast<const char *(*)(int)>(dlsym(handle, "bli_arch_string"));
-  if (!arch_name) return -1;
-  for (int id = 0; id < 64; ++id) {
-    const char *s = arch_name(id);
-    if (s && name == s) return id;
-    if (!s || std::strcmp(s, "generic") == 0) break;
-  }
-  return -1;
+  return arch_name ? core::provider2_config_number(arch_name, name.c_str()) : -1;
 }
 
 std::map<std::string, std::string> own_kernel_sets() {

@@ -26,7 +26,8 @@ namespace orb::bench {
 //! `own` is written for a lower tier; empty when `own` is as good or unknown.
 std::string openblas_set_to_force(const std::string &own, const core::processor_features &f);
 
-//! The same for BLIS, by configuration name: skx, haswell, sandybridge, penryn or generic.
+//! The same for BLIS, by configuration name: the configuration orb's core gives
+//! its second provider (blas/provider_kernels.hpp).
 std::string blis_config_to_force(const std::string &own, const core::processor_features &f);
 
 //! BLIS's number for the configuration `name`, which BLIS_ARCH_TYPE takes, from

@@ -23,6 +23,7 @@ enum MessageId : int {
   kMsgThreadSetting = 9,       //!< %s cannot run with the thread setting in force
   kMsgProviderNotLoaded = 771, //!< cannot load the kernel provider %s
   kMsgProviderLacks = 772,     //!< the kernel provider %s lacks the routine %s
+  kMsgProvider2Unused = 773,   //!< the second kernel provider %s is not used: %s
   kMsgNullPointer = 1102,      //!< a required pointer argument (%s) is null
   kMsgTooLarge32 = 1225,       //!< %s: a size exceeds the 32-bit interface
 };

@@ -4,7 +4,7 @@
 # Usage: scripts/setup.sh [extra-package ...]
 set -euo pipefail
 pkgs=(cmake ninja-build g++ gfortran pkg-config libtbb-dev libopenblas64-serial-dev
-      libopenblas64-0-pthread
+      libopenblas64-0-pthread libblis64-4-serial
       libgtest-dev libbenchmark-dev "$@")
 missing=()
 for p in "${pkgs[@]}"; do

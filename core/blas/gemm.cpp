@@ -5,8 +5,8 @@
 // nothing is to be done (m or n is 0, or C stays as it is because alpha or k is
 // 0 and beta is 1); when alpha or k is 0 it only scales C by beta, reading
 // neither A nor B; a double-precision product of the shape the core's own
-// kernel takes goes to it (gemm_stream_b.hpp); otherwise the provider
-// computes the product.  The threaded drivers call it once per piece.
+// kernel takes goes to it (gemm_stream_b.hpp); otherwise a provider computes
+// the product, the one the routing rule names (gemm_route.hpp).  The threaded drivers call it once per piece.
 #include "blas/gemm_stream_b.hpp"
 #include "blas/kernel_traits.hpp"
 #include "blas/scale.hpp"
@@ -14,6 +14,7 @@
 
 #include <orb/internal/orb_kernels.h>
 #include <orb/orb_blas.h>
+#include <orb/orb_service.h>
 
 #include <type_traits>
 
@@ -38,7 +39,10 @@ void xgemm(const char *transa, const char *transb, const ORB_INT *m, const ORB_I
   if constexpr (std::is_same_v<T, double>) {
     if (stream_b_dgemm(transa, transb, *m, *n, *k, *alpha, a, *lda, b, *ldb, *beta, c, *ldc)) return;
   }
-  kernel_traits<T>::gemm()(transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc, 1, 1);
+  const gemm_route_case route{kernel_traits<T>::lower, (*transa | 0x20) != 'n' || (*transb | 0x20) != 'n', *k,
+                              starts_on_cache_line(a) && starts_on_cache_line(b) && starts_on_cache_line(c),
+                              (orb_serv_cbwr_get(-1) & ORB_CBWR_STRICT) != 0};
+  gemm_for<T>(route)(transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc, 1, 1);
 }
 
 }  // namespace

@@ -60,16 +60,6 @@ namespace orb::core {
 
 namespace {
 
-// The sanitizer runtimes refuse RTLD_DEEPBIND.  A sanitizer build opens the
-// provider without it, so there the provider's calls among its own routines
-// may bind to same-named routines already loaded (liborb's); good enough for
-// checking this library, not for production.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr int kOpenFlags = RTLD_NOW | RTLD_LOCAL;
-#else
-constexpr int kOpenFlags = RTLD_NOW | RTLD_LOCAL | RTLD_DEEPBIND;
-#endif
-
 //! What the provider says about itself, where it says it.
 struct provider_notes {
   const char *(*kernels)() = nullptr;  // openblas_get_corename
@@ -118,7 +108,7 @@ void *open_for_orb(const std::string &path) {
   const std::string kernels = chosen_kernels();
   ScopedEnv one_thread("OPENBLAS_NUM_THREADS", "1");
   ScopedEnv kernel_set("OPENBLAS_CORETYPE", kernels.empty() ? nullptr : kernels.c_str());
-  return dlopen(path.c_str(), kOpenFlags);
+  return dlopen(path.c_str(), kProviderOpenFlags);
 }
 
 void open_provider() {

@@ -11,6 +11,7 @@
 #include <orb/orb_types.h>
 
 #include <cstddef>
+#include <dlfcn.h>
 
 namespace orb::core {
 
@@ -146,6 +147,16 @@ struct provider_table {
   ORB_PROVIDER_ROUTINES(ORB_PROVIDER_FIELD)
 #undef ORB_PROVIDER_FIELD
 };
+
+//! How a provider is opened.  The sanitizer runtimes refuse RTLD_DEEPBIND, so a
+//! sanitizer build opens providers without it: there a provider's calls among
+//! its own routines may bind to same-named routines already loaded (liborb's);
+//! good enough for checking this library, not for production.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr int kProviderOpenFlags = RTLD_NOW | RTLD_LOCAL;
+#else
+constexpr int kProviderOpenFlags = RTLD_NOW | RTLD_LOCAL | RTLD_DEEPBIND;
+#endif
 
 //! Exit status of a process whose provider cannot be loaded or lacks a routine.
 constexpr int kProviderExitCode = 69;

@@ -15,11 +15,42 @@
 // parts before Zen and on Hygon's, which have sets of their own there and
 // get the Intel set of their tier here.  Cooperlake is SkylakeX with bfloat16
 // kernels added; the s, d, c and z products are the same in both.
+//
+// The second provider's configurations, best first:
+//
+//   processor                                   configuration
+//   AVX-512 F/DQ/BW/VL                          skx
+//   AVX2 and FMA, AMD                           zen3
+//   AVX2 and FMA                                haswell
+//   AVX                                         sandybridge
+//   SSSE3                                       penryn
+//   anything else                               generic
+//
+// Its own detection picks zen3 on AMD's AVX2 parts too, but on a model newer
+// than its release it falls back to an older configuration or to generic;
+// AMD's AVX-512 parts get skx here.  The configurations after generic are
+// those its detection picks on older AMD parts: recognised, never asked for.
 #include "blas/provider_kernels.hpp"
 
+#include <cstring>
 #include <strings.h>
 
 namespace orb::core {
+
+namespace {
+
+// The tier of the entry of `table` called `name` (any case).
+template <class Entry, std::size_t N>
+bool tier_by_name(const Entry (&table)[N], const char *name, isa_tier &tier) {
+  for (const Entry &e : table)
+    if (name && strcasecmp(name, e.name) == 0) {
+      tier = e.needs;
+      return true;
+    }
+  return false;
+}
+
+}  // namespace
 
 const provider_kernel_set kProviderKernelSets[] = {
     {"Cooperlake", isa_tier::avx512_bf16, false},
@@ -40,13 +71,35 @@ const char *provider_kernels_for(const processor_features &f) {
   return nullptr;
 }
 
-bool provider_kernel_tier(const char *name, isa_tier &tier) {
-  for (const provider_kernel_set &s : kProviderKernelSets)
-    if (name && strcasecmp(name, s.name) == 0) {
-      tier = s.needs;
-      return true;
-    }
-  return false;
+bool provider_kernel_tier(const char *name, isa_tier &tier) { return tier_by_name(kProviderKernelSets, name, tier); }
+
+const provider2_config kProvider2Configs[] = {
+    {"skx", isa_tier::avx512, false, true},       {"zen3", isa_tier::avx2, true, true},
+    {"haswell", isa_tier::avx2, false, true},     {"sandybridge", isa_tier::avx, false, true},
+    {"penryn", isa_tier::ssse3, false, true},     {"generic", isa_tier::baseline, false, true},
+    {"knl", isa_tier::avx512, false, false},      {"zen2", isa_tier::avx2, false, false},
+    {"zen", isa_tier::avx2, false, false},        {"excavator", isa_tier::avx2, false, false},
+    {"steamroller", isa_tier::avx, false, false}, {"piledriver", isa_tier::avx, false, false},
+    {"bulldozer", isa_tier::avx, false, false},
+};
+const std::size_t kProvider2ConfigCount = sizeof kProvider2Configs / sizeof kProvider2Configs[0];
+
+const char *provider2_config_for(const processor_features &f) {
+  const isa_tier tier = tier_of(f);
+  for (const provider2_config &c : kProvider2Configs)
+    if (c.chosen && c.needs <= tier && (f.amd || !c.amd_only)) return c.name;
+  return "generic";
+}
+
+bool provider2_config_tier(const char *name, isa_tier &tier) { return tier_by_name(kProvider2Configs, name, tier); }
+
+int provider2_config_number(const char *(*arch_name)(int), const char *name) {
+  for (int id = 0; name && id < 64; ++id) {
+    const char *s = arch_name(id);
+    if (s && std::strcmp(s, name) == 0) return id;
+    if (!s || std::strcmp(s, "generic") == 0) break;
+  }
+  return -1;
 }
 
 }  // namespace orb::core

@@ -8,6 +8,10 @@
 // and the variable is meant for a program's own copy of the same library,
 // not for orb's.  So the core names the set itself, by what the processor
 // can do: the first of its table whose instructions the processor has.
+//
+// The second provider (blas/provider2.hpp) is chosen for the same way, from a
+// table of its configurations: it reads the number of one of them from
+// BLIS_ARCH_TYPE when it initialises.
 #pragma once
 
 #include "service/processor.hpp"
@@ -32,5 +36,28 @@ const char *provider_kernels_for(const processor_features &f);
 
 //! The tier of the set called `name` (any case), or false when the table has no such set.
 bool provider_kernel_tier(const char *name, isa_tier &tier);
+
+//! A configuration of the second provider and what it needs.
+struct provider2_config {
+  const char *name;  //!< as the provider's bli_arch_string reports it
+  isa_tier needs;
+  bool amd_only;     //!< chosen only on AMD parts
+  bool chosen;       //!< one the core may ask for; the others are only recognised (the provider's own picks)
+};
+
+//! Every configuration the core knows, those it chooses from first and best first.
+extern const provider2_config kProvider2Configs[];
+extern const std::size_t kProvider2ConfigCount;
+
+//! The best configuration `f` can run ("generic" at the least).
+const char *provider2_config_for(const processor_features &f);
+
+//! The tier of the configuration called `name`, or false when the table has no such configuration.
+bool provider2_config_tier(const char *name, isa_tier &tier);
+
+//! The provider's number for the configuration `name`, which BLIS_ARCH_TYPE
+//! takes: its position among the names `arch_name` (the provider's
+//! bli_arch_string) gives, a list that ends with "generic"; -1 when absent.
+int provider2_config_number(const char *(*arch_name)(int), const char *name);
 
 }  // namespace orb::core

@@ -29,6 +29,7 @@ constexpr Message kCatalogue[] = {
     {orb::kMsgThreadSetting, 1, "  %s cannot run with the thread setting in force\n"},
     {orb::kMsgProviderNotLoaded, 1, "orb: cannot load the kernel provider %s\n"},
     {orb::kMsgProviderLacks, 2, "orb: the kernel provider %s lacks the routine %s\n"},
+    {orb::kMsgProvider2Unused, 2, "orb: the second kernel provider %s is not used: %s\n"},
     {orb::kMsgNullPointer, 1, "  a required pointer argument (%s) is null\n"},
     {orb::kMsgTooLarge32, 1, "  %s: a size exceeds the 32-bit interface; call the 64-bit interface\n"},
 };

@@ -120,6 +120,13 @@ const char *orb_serv_provider_path(void);
 const char *orb_serv_provider_kernels(void);
 const char *orb_serv_provider_config(void);
 
+/* The second kernel provider, which computes the products it is faster at:
+ * its path and the name of the configuration it runs (NULL where it does not
+ * say), or NULL for both when the process has none.  Each opens it first when
+ * no kernel call has. */
+const char *orb_serv_provider2_path(void);
+const char *orb_serv_provider2_config(void);
+
 /* ---- Threading layer (liborb_tsq_thread.so.2) ------------------------ */
 
 /* Thread budget and settings. */

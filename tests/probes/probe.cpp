@@ -5,6 +5,12 @@
 //                               process's thread count before and after, whether the product was right,
 //                               what OPENBLAS_NUM_THREADS and OPENBLAS_CORETYPE hold afterwards, and the
 //                               kernel set the provider reports
+//   probe provider2             reports the second provider's path and configuration, runs four small
+//                               products through the core's kernel (one the routing rule sends to the
+//                               second provider, and one too deep, one transposed, one off the cache
+//                               lines) and reports for each whether it was right and, when the second
+//                               provider is the tests' stand-in, how many calls reached it; then what
+//                               BLIS_ARCH_TYPE holds
 //   probe env                   prints what the environment reader recorded
 //   probe cleanup N             registers N clean-ups that print their index at unload
 //   probe cleanup-reenter       fills the clean-up list; the last clean-up registers another as it runs
@@ -22,7 +28,9 @@
 #include <orb/orb_service.h>
 
 #include <dirent.h>
+#include <dlfcn.h>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <cstdio>
@@ -202,9 +210,55 @@ int calls(const char *form) {
 
 }  // namespace
 
+// Calls of the tests' stand-in second provider so far, or -1 when the second
+// provider is another file (or none).
+long provider2_calls() {
+  const char *path = orb_serv_provider2_path();
+  void *h = path ? dlopen(path, RTLD_NOW | RTLD_NOLOAD) : nullptr;
+  const long *calls = h ? static_cast<const long *>(dlsym(h, "orb_fake_gemm_calls")) : nullptr;
+  const long n = calls ? *calls : -1;
+  if (h) dlclose(h);
+  return n;
+}
+
+// C = op(A) B for 24 x 24 operands of depth k, all ones in A and twos in B,
+// their storage `offset` bytes past a 64-byte boundary; reports under `name`.
+void routed_product(const char *name, const char *ta, ORB_INT k, size_t offset) {
+  const ORB_INT n = 24, ld_ab = (*ta == 'N' ? n : k);
+  const size_t bytes = sizeof(double) * static_cast<size_t>(n * std::max(n, k)) + 64;
+  char *store[3];
+  double *x[3];
+  for (int i = 0; i < 3; ++i) {
+    store[i] = static_cast<char *>(std::aligned_alloc(64, bytes));
+    x[i] = reinterpret_cast<double *>(store[i] + offset);
+  }
+  std::fill(x[0], x[0] + n * k, 1.0);
+  std::fill(x[1], x[1] + n * k, 2.0);
+  std::fill(x[2], x[2] + n * n, -1.0);
+  const double alpha = 1.0, beta = 0.0;
+  const long before = provider2_calls();
+  orb_blas_xdgemm(ta, "N", &n, &n, &k, &alpha, x[0], &ld_ab, x[1], &k, &beta, x[2], &n);
+  const bool ok = std::all_of(x[2], x[2] + n * n, [k](double v) { return v == 2.0 * static_cast<double>(k); });
+  std::printf("%s_ok=%d\n%s_calls=%ld\n", name, ok, name, before < 0 ? -1 : provider2_calls() - before);
+  for (char *p : store) std::free(p);
+}
+
+int provider2() {
+  const char *path = orb_serv_provider2_path(), *config = orb_serv_provider2_config();
+  std::printf("path=%s\nconfig=%s\n", path ? path : "none", config ? config : "none");
+  routed_product("routed", "N", 32, 0);
+  routed_product("deep", "N", 65, 0);
+  routed_product("transposed", "T", 32, 0);
+  routed_product("off_lines", "N", 32, 8);
+  const char *arch = std::getenv("BLIS_ARCH_TYPE");
+  std::printf("blis_arch_env=%s\n", arch ? arch : "unset");
+  return 0;
+}
+
 int main(int argc, char **argv) {
   const std::string mode = argc > 1 ? argv[1] : "";
   if (mode == "provider") return provider();
+  if (mode == "provider2") return provider2();
   if (mode == "env") {
     OrbEnvSettings s;
     orb_serv_get_env_settings(&s);

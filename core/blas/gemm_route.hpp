@@ -1,0 +1,38 @@
+// Which provider computes a product that the core hands to a provider.
+//
+// The rule looks at the precision, the transpositions, k and whether the
+// operands start on cache lines, never at m or n.  Strict reproducibility
+// keeps the first provider whatever the product: its results must not change
+// with the shape of the pieces a threaded call is cut into, and a piece's
+// operands may start on a cache line where another piece's do not.  Outside
+// strict mode the pieces of one call may go to different providers; their
+// results differ only by rounding.  The measurements behind the rule are in
+// gemm_route.cpp and docs/performance.md.
+#pragma once
+
+#include <cstdint>
+
+namespace orb::core {
+
+//! The providers a product can go to.
+enum class gemm_provider { first, second };
+
+//! What the rule looks at.
+struct gemm_route_case {
+  char precision;       //!< 's', 'd', 'c' or 'z'
+  bool transposed;      //!< op(A) or op(B) is not the matrix itself
+  int64_t k;
+  bool on_cache_lines;  //!< A, B and C start on 64-byte boundaries
+  bool strict;          //!< strict reproducibility is in force
+};
+
+//! The deepest product (k) of `precision` that goes to the second provider;
+//! 0 when none does.
+int64_t gemm_second_provider_depth(char precision);
+
+gemm_provider gemm_provider_for(const gemm_route_case &c);
+
+//! Whether `p` is on a 64-byte boundary.
+inline bool starts_on_cache_line(const void *p) { return reinterpret_cast<std::uintptr_t>(p) % 64 == 0; }
+
+}  // namespace orb::core

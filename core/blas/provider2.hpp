@@ -1,0 +1,41 @@
+// The second kernel provider, for the products it computes faster.
+//
+// A serial BLAS with 64-bit integers (by default the distribution's serial
+// BLIS), opened privately like the first provider (blas/provider.hpp) and
+// holding only the routines that blas/gemm_route.hpp sends to it.  It is an
+// optimisation: a process without it, or that turned it off, runs everything
+// on the first provider.
+#pragma once
+
+#include "blas/provider.hpp"
+
+namespace orb::core {
+
+//! Every routine the core takes from the second provider, one line each, as
+//! ORB_PROVIDER_ROUTINES lists the first provider's.
+#define ORB_PROVIDER2_ROUTINES(X)  \
+  X(dgemm, provider_gemm_fn<double>)
+
+//! The second provider's routines, bound once.
+struct provider2_table {
+#define ORB_PROVIDER2_FIELD(name, type) type name;
+  ORB_PROVIDER2_ROUTINES(ORB_PROVIDER2_FIELD)
+#undef ORB_PROVIDER2_FIELD
+};
+
+//! The routine of `table` of type F, or null when the second provider has
+//! none of that type: `provider2_routine(table, provider_gemm_fn<T>{})`.
+template <class F>
+F provider2_routine(const provider2_table &, F) {
+  return nullptr;
+}
+#define ORB_PROVIDER2_ROUTINE(name, type) \
+  inline type provider2_routine(const provider2_table &t, type) { return t.name; }
+ORB_PROVIDER2_ROUTINES(ORB_PROVIDER2_ROUTINE)
+#undef ORB_PROVIDER2_ROUTINE
+
+//! The bound table, or null when the process has no second provider.  The
+//! first call opens it.
+const provider2_table *provider2();
+
+}  // namespace orb::core
