@@ -18,3 +18,9 @@ extern "C" int orb_blas_check_gemv(const char *trans, const ORB_INT *m, const OR
                                    const ORB_INT *incy) {
   return orb::rules::check_gemv(trans, m, n, alpha, lda, incx, beta, incy);
 }
+
+extern "C" int orb_blas_check_trsm(const char *side, const char *uplo, const char *transa, const char *diag,
+                                   const ORB_INT *m, const ORB_INT *n, const void *alpha, const ORB_INT *lda,
+                                   const ORB_INT *ldb) {
+  return orb::rules::check_trsm(side, uplo, transa, diag, m, n, alpha, lda, ldb);
+}

@@ -77,6 +77,12 @@ using provider_rotm_fn = void (*)(const fint *, T *, const fint *, T *, const fi
 template <class T>
 using provider_index_fn = fint (*)(const fint *, const T *, const fint *);
 
+//! A provider TRSM: the Fortran argument list, then the hidden lengths of the four characters.
+template <class T>
+using provider_trsm_fn = void (*)(const char *, const char *, const char *, const char *, const fint *,
+                                  const fint *, const T *, const T *, const fint *, T *, const fint *, std::size_t,
+                                  std::size_t, std::size_t, std::size_t);
+
 //! Every routine the core takes from the provider, one line each: the field of
 //! provider_table (also the provider's Fortran name less its underscore) and
 //! its pointer type.  A new provider routine is one more line here.
@@ -138,7 +144,11 @@ using provider_index_fn = fint (*)(const fint *, const T *, const fint *);
   X(isamin, provider_index_fn<float>)         \
   X(idamin, provider_index_fn<double>)        \
   X(icamin, provider_index_fn<ORB_Complex8>)  \
-  X(izamin, provider_index_fn<ORB_Complex16>)
+  X(izamin, provider_index_fn<ORB_Complex16>) \
+  X(strsm, provider_trsm_fn<float>)           \
+  X(dtrsm, provider_trsm_fn<double>)          \
+  X(ctrsm, provider_trsm_fn<ORB_Complex8>)    \
+  X(ztrsm, provider_trsm_fn<ORB_Complex16>)
 
 //! The provider's routines, bound once.
 struct provider_table {

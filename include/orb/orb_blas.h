@@ -141,6 +141,18 @@ ORB_GEMM_BATCH_STRIDED_DECL(orb_blas_lp64_zgemm_batch_strided, ORB_Complex16, in
 ORB_LEVEL1_DECLS(orb_blas_, ORB_INT)
 ORB_LEVEL1_DECLS(orb_blas_lp64_, int)
 
+/* ---- Level 3 beyond the general product --------------------------------- */
+
+/* Triangular solve with many right-hand sides: B := alpha op(A)^-1 B for side
+ * 'L' (A of order m), B := alpha B op(A)^-1 for side 'R' (A of order n); uplo
+ * names the triangle of A that is read, diag 'U' a unit diagonal (not read). */
+#define ORB_TRSM_DECL(name, T, I)                                                                             \
+  void name(const char *side, const char *uplo, const char *transa, const char *diag, const I *m, const I *n, \
+            const T *alpha, const T *a, const I *lda, T *b, const I *ldb)
+
+ORB_LEVEL1_EACH_TYPE(ORB_TRSM_DECL, orb_blas_, trsm, ORB_INT)
+ORB_LEVEL1_EACH_TYPE(ORB_TRSM_DECL, orb_blas_lp64_, trsm, int)
+
 ORB_END_DECLS
 
 #endif

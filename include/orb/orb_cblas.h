@@ -11,7 +11,8 @@
  * that call's standard argument number (the layout is argument 1), and
  * RowMajorStrg is 1 while the report of a row-major call runs.  orb's own
  * cblas_xerbla maps info back to the position in the caller's argument list
- * (for a row-major gemm it exchanges m and n, lda and ldb; for gemv m and n)
+ * (for a row-major gemm it exchanges m and n, lda and ldb; for gemv and trsm m
+ * and n)
  * and forwards it to the global xerbla_ under the routine's CBLAS name, e.g.
  * ("cblas_dgemm", 9) for a row-major call whose lda is too small.  A program
  * may define either cblas_xerbla or xerbla_ to catch the reports itself. */
@@ -45,6 +46,16 @@ void cblas_cgemm(CBLAS_LAYOUT layout, CBLAS_TRANSPOSE transa, CBLAS_TRANSPOSE tr
                  const void *alpha, const void *a, int lda, const void *b, int ldb, const void *beta, void *c, int ldc);
 void cblas_zgemm(CBLAS_LAYOUT layout, CBLAS_TRANSPOSE transa, CBLAS_TRANSPOSE transb, int m, int n, int k,
                  const void *alpha, const void *a, int lda, const void *b, int ldb, const void *beta, void *c, int ldc);
+
+/* Triangular solve: B := alpha op(A)^-1 B (CblasLeft) or alpha B op(A)^-1 (CblasRight) */
+void cblas_strsm(CBLAS_LAYOUT layout, CBLAS_SIDE side, CBLAS_UPLO uplo, CBLAS_TRANSPOSE transa, CBLAS_DIAG diag, int m,
+                 int n, float alpha, const float *a, int lda, float *b, int ldb);
+void cblas_dtrsm(CBLAS_LAYOUT layout, CBLAS_SIDE side, CBLAS_UPLO uplo, CBLAS_TRANSPOSE transa, CBLAS_DIAG diag, int m,
+                 int n, double alpha, const double *a, int lda, double *b, int ldb);
+void cblas_ctrsm(CBLAS_LAYOUT layout, CBLAS_SIDE side, CBLAS_UPLO uplo, CBLAS_TRANSPOSE transa, CBLAS_DIAG diag, int m,
+                 int n, const void *alpha, const void *a, int lda, void *b, int ldb);
+void cblas_ztrsm(CBLAS_LAYOUT layout, CBLAS_SIDE side, CBLAS_UPLO uplo, CBLAS_TRANSPOSE transa, CBLAS_DIAG diag, int m,
+                 int n, const void *alpha, const void *a, int lda, void *b, int ldb);
 
 /* Batches of C := alpha op(A) op(B) + beta C: group_count groups of
  * group_size[g] products sharing the group's arguments (arrays indexed by

@@ -50,6 +50,11 @@ using namespace orb::test;
     if (trans && m && n && incx && incy) remember(&Observed::gemv, GemvCall{*trans, *m, *n, *incx, *incy}); \
     static const auto real = ORB_TEST_NEXT(orb_blas_x##p##gemv);                                              \
     real(trans, m, n, alpha, a, lda, x, incx, beta, y, incy);                                                 \
+  }                                                                                                           \
+  extern "C" ORB_TRSM_DECL(orb_blas_x##p##trsm, T, ORB_INT) {                                                 \
+    if (m && n) remember(&Observed::trsm, TrsmCall{*m, *n, b});                                               \
+    static const auto real = ORB_TEST_NEXT(orb_blas_x##p##trsm);                                              \
+    real(side, uplo, transa, diag, m, n, alpha, a, lda, b, ldb);                                              \
   }
 ORB_FOR_EACH_PRECISION(ORB_TEST_KERNELS)
 

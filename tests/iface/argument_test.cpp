@@ -11,6 +11,7 @@
 #include <utility>
 
 #include "blas_api.hpp"
+#include "triangular.hpp"
 
 namespace {
 
@@ -135,6 +136,71 @@ TEST_P(IllegalArguments, AreReportedByTheirNumberAndWriteNothing) {
 
 INSTANTIATE_TEST_SUITE_P(Forms, IllegalArguments, ::testing::ValuesIn(orb::test::kForms),
                          [](const auto &info) { return std::string(orb::test::form_name(info.param)); });
+
+// trsm in the caller's terms: side L, upper, no transposition, non-unit, m = 2, n = 3.
+struct TrsmArgs {
+  orb::test::TrsmOps ops = {'L', 'U', 'N', 'N'};
+  int m = 2, n = 3, lda_shift = 0, ldb_shift = 0;
+  bool bad_layout = false, no_a = false, no_b = false;
+  double alpha = 1.0;
+};
+
+struct TrsmCase {
+  const char *what;
+  void (*change)(TrsmArgs &);
+  int fortran, column, row;  // expected number; 0: legal
+};
+
+// A row-major call is checked as its twin (side and triangle flipped, m and
+// n exchanged), yet reported at the caller's own positions: of two bad sizes,
+// the caller's n first.
+const std::vector<TrsmCase> kTrsmCases = {
+    {"side", [](TrsmArgs &c) { c.ops.side = 'X'; }, 1, 2, 2},
+    {"uplo", [](TrsmArgs &c) { c.ops.uplo = 'X'; }, 2, 3, 3},
+    {"transa", [](TrsmArgs &c) { c.ops.trans = 'X'; }, 3, 4, 4},
+    {"diag", [](TrsmArgs &c) { c.ops.diag = 'X'; }, 4, 5, 5},
+    {"m", [](TrsmArgs &c) { c.m = -1; }, 5, 6, 6},
+    {"n", [](TrsmArgs &c) { c.n = -1; }, 6, 7, 7},
+    {"m and n", [](TrsmArgs &c) { c.m = c.n = -1; }, 5, 6, 7},
+    {"lda", [](TrsmArgs &c) { c.lda_shift = -1; }, 9, 10, 10},
+    {"lda, right side", [](TrsmArgs &c) { c.ops.side = 'R', c.lda_shift = -1; }, 9, 10, 10},
+    {"ldb", [](TrsmArgs &c) { c.ldb_shift = -1; }, 11, 12, 12},
+    {"A missing", [](TrsmArgs &c) { c.no_a = true; }, 8, 9, 9},
+    {"B missing", [](TrsmArgs &c) { c.no_b = true; }, 10, 11, 11},
+    {"layout", [](TrsmArgs &c) { c.bad_layout = true; }, 0, 1, 1},
+    {"lower-case letters", [](TrsmArgs &c) { c.ops = {'r', 'l', 'c', 'u'}; }, 0, 0, 0},
+    {"nothing to do, no arrays", [](TrsmArgs &c) { c.n = 0, c.no_a = c.no_b = true; }, 0, 0, 0},
+    {"alpha 0 reads no A", [](TrsmArgs &c) { c.alpha = 0, c.no_a = true; }, 0, 0, 0},
+};
+
+TEST_P(IllegalArguments, OfTrsmAreReportedByTheirNumberAndWriteNothing) {
+  const bool row = GetParam() == Form::CblasRow, cblas = row || GetParam() == Form::CblasColumn;
+  for (const TrsmCase &cs : kTrsmCases) {
+    if (!cblas && cs.fortran == 0 && cs.column != 0) continue;
+    SCOPED_TRACE(cs.what);
+    TrsmArgs c;
+    cs.change(c);
+    const std::vector<double> a(64, 1.0);
+    std::vector<double> b(64, 7.0);
+    const bool left = (c.ops.side | 0x20) == 'l';
+    const int lda = at_least_one(left ? c.m : c.n) + c.lda_shift, ldb = at_least_one(row ? c.n : c.m) + c.ldb_shift;
+    const double *pa = c.no_a ? nullptr : a.data();
+    double *pb = c.no_b ? nullptr : b.data();
+    reports.clear();
+    if (c.bad_layout)
+      cblas_dtrsm(static_cast<CBLAS_LAYOUT>(99), CblasLeft, CblasUpper, CblasNoTrans, CblasNonUnit, c.m, c.n, c.alpha,
+                  pa, lda, pb, ldb);
+    else
+      orb::test::call_trsm<double>(GetParam(), c.ops, c.m, c.n, c.alpha, pa, lda, pb, ldb);
+    const int want = row ? cs.row : cblas ? cs.column : cs.fortran;
+    if (want == 0) {
+      EXPECT_EQ(reports, Log{});
+      continue;
+    }
+    EXPECT_EQ(reports, (Log{{cblas ? "cblas_dtrsm" : "DTRSM ", want}}));
+    EXPECT_EQ(b, std::vector<double>(64, 7.0)) << "output written";
+  }
+}
 
 // Each precision reports under its own name; a missing scalar, which Fortran
 // passes by reference and CBLAS by address for complex types, is reported too.
