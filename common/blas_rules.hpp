@@ -69,6 +69,33 @@ int check_trsm(const char *side, const char *uplo, const char *transa, const cha
   return 0;
 }
 
+//! The transposition letters each rank-k update takes: the real SYRK any of
+//! N, T and C (C means T), the complex SYRK N or T, HERK N or C.
+constexpr const char *kSyrkRealOps = "NTC";
+constexpr const char *kSyrkComplexOps = "NT";
+constexpr const char *kHerkOps = "NC";
+
+//! SYRK and HERK: C := alpha op(A) op(A)^T + beta C (or ^H), C of order n,
+//! only its `uplo` triangle referenced, arguments
+//! (uplo 1, trans 2, n 3, k 4, alpha 5, a 6, lda 7, beta 8, c 9, ldc 10);
+//! `ops` lists the transposition letters the routine takes.
+template <class I>
+int check_syrk(const char *uplo, const char *trans, const I *n, const I *k, const void *alpha, const I *lda,
+               const void *beta, const I *ldc, const char *ops) {
+  if (!is_uplo(uplo)) return 1;
+  bool known = false;
+  for (const char *op = ops; trans && *op; ++op) known = known || same_letter(*trans, *op);
+  if (!known) return 2;
+  if (!n || *n < 0) return 3;
+  if (!k || *k < 0) return 4;
+  if (!alpha) return 5;
+  const int64_t rows_a = same_letter(*trans, 'N') ? *n : *k;
+  if (!lda || *lda < at_least_one(rows_a)) return 7;
+  if (!beta) return 8;
+  if (!ldc || *ldc < at_least_one(*n)) return 10;
+  return 0;
+}
+
 //! GEMV: y := alpha op(A) x + beta y, arguments
 //! (trans 1, m 2, n 3, alpha 4, a 5, lda 6, x 7, incx 8, beta 9, y 10, incy 11).
 template <class I>

@@ -24,3 +24,9 @@ extern "C" int orb_blas_check_trsm(const char *side, const char *uplo, const cha
                                    const ORB_INT *ldb) {
   return orb::rules::check_trsm(side, uplo, transa, diag, m, n, alpha, lda, ldb);
 }
+
+extern "C" int orb_blas_check_syrk(const char *uplo, const char *trans, const ORB_INT *n, const ORB_INT *k,
+                                   const void *alpha, const ORB_INT *lda, const void *beta, const ORB_INT *ldc,
+                                   const char *ops) {
+  return orb::rules::check_syrk(uplo, trans, n, k, alpha, lda, beta, ldc, ops);
+}

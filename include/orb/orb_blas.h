@@ -153,6 +153,24 @@ ORB_LEVEL1_DECLS(orb_blas_lp64_, int)
 ORB_LEVEL1_EACH_TYPE(ORB_TRSM_DECL, orb_blas_, trsm, ORB_INT)
 ORB_LEVEL1_EACH_TYPE(ORB_TRSM_DECL, orb_blas_lp64_, trsm, int)
 
+/* Rank-k update of a symmetric or Hermitian C of order n, only its uplo
+ * triangle referenced: C := alpha op(A) op(A)^T + beta C (?syrk; trans 'N':
+ * A is n x k, else k x n) or C := alpha op(A) op(A)^H + beta C (?herk, with
+ * real alpha and beta S). */
+#define ORB_SYRK_DECL(name, T, S, I)                                                                       \
+  void name(const char *uplo, const char *trans, const I *n, const I *k, const S *alpha, const T *a,       \
+            const I *lda, const S *beta, T *c, const I *ldc)
+#define ORB_SYRK_HERK_DECLS(pre, I)                        \
+  ORB_SYRK_DECL(pre##ssyrk, float, float, I);              \
+  ORB_SYRK_DECL(pre##dsyrk, double, double, I);            \
+  ORB_SYRK_DECL(pre##csyrk, ORB_Complex8, ORB_Complex8, I); \
+  ORB_SYRK_DECL(pre##zsyrk, ORB_Complex16, ORB_Complex16, I); \
+  ORB_SYRK_DECL(pre##cherk, ORB_Complex8, float, I);       \
+  ORB_SYRK_DECL(pre##zherk, ORB_Complex16, double, I);
+
+ORB_SYRK_HERK_DECLS(orb_blas_, ORB_INT)
+ORB_SYRK_HERK_DECLS(orb_blas_lp64_, int)
+
 ORB_END_DECLS
 
 #endif

@@ -57,6 +57,20 @@ void cblas_ctrsm(CBLAS_LAYOUT layout, CBLAS_SIDE side, CBLAS_UPLO uplo, CBLAS_TR
 void cblas_ztrsm(CBLAS_LAYOUT layout, CBLAS_SIDE side, CBLAS_UPLO uplo, CBLAS_TRANSPOSE transa, CBLAS_DIAG diag, int m,
                  int n, const void *alpha, const void *a, int lda, void *b, int ldb);
 
+/* Rank-k update of one triangle: C := alpha op(A) op(A)^T + beta C (syrk), alpha op(A) op(A)^H + beta C (herk) */
+void cblas_ssyrk(CBLAS_LAYOUT layout, CBLAS_UPLO uplo, CBLAS_TRANSPOSE trans, int n, int k, float alpha, const float *a,
+                 int lda, float beta, float *c, int ldc);
+void cblas_dsyrk(CBLAS_LAYOUT layout, CBLAS_UPLO uplo, CBLAS_TRANSPOSE trans, int n, int k, double alpha,
+                 const double *a, int lda, double beta, double *c, int ldc);
+void cblas_csyrk(CBLAS_LAYOUT layout, CBLAS_UPLO uplo, CBLAS_TRANSPOSE trans, int n, int k, const void *alpha,
+                 const void *a, int lda, const void *beta, void *c, int ldc);
+void cblas_zsyrk(CBLAS_LAYOUT layout, CBLAS_UPLO uplo, CBLAS_TRANSPOSE trans, int n, int k, const void *alpha,
+                 const void *a, int lda, const void *beta, void *c, int ldc);
+void cblas_cherk(CBLAS_LAYOUT layout, CBLAS_UPLO uplo, CBLAS_TRANSPOSE trans, int n, int k, float alpha, const void *a,
+                 int lda, float beta, void *c, int ldc);
+void cblas_zherk(CBLAS_LAYOUT layout, CBLAS_UPLO uplo, CBLAS_TRANSPOSE trans, int n, int k, double alpha,
+                 const void *a, int lda, double beta, void *c, int ldc);
+
 /* Batches of C := alpha op(A) op(B) + beta C: group_count groups of
  * group_size[g] products sharing the group's arguments (arrays indexed by
  * group), a, b and c one pointer per product numbered on across the groups;

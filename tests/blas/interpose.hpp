@@ -1,6 +1,6 @@
 // What the threaded BLAS drivers ask of the core, observed from the test
 // executable: its definitions of the kernels orb_blas_x?gemm,
-// orb_blas_x?gemv, orb_blas_x?trsm and the level-1 kernels (every precision), orb_serv_allocate, orb_serv_deallocate
+// orb_blas_x?gemv, orb_blas_x?trsm, orb_blas_x?syrk, orb_blas_x?herk and the level-1 kernels (every precision), orb_serv_allocate, orb_serv_deallocate
 // and orb_serv_cbwr_get take precedence over the core's, record each call and
 // forward it.
 #pragma once
@@ -37,6 +37,12 @@ struct TrsmCall {
   std::thread::id thread = std::this_thread::get_id();
 };
 
+//! A rank-k kernel call (?syrk, ?herk): the diagonal block of C it updates.
+struct SyrkCall {
+  ORB_INT n;
+  const void *c;
+};
+
 //! A level-1 kernel call: its length, where its x and y start, its increments.
 struct Level1Call {
   ORB_INT n;
@@ -48,6 +54,7 @@ struct Observed {
   std::vector<GemmCall> gemm;
   std::vector<GemvCall> gemv;
   std::vector<TrsmCall> trsm;
+  std::vector<SyrkCall> syrk;
   std::vector<Level1Call> level1;
   std::vector<long> alloc_bytes;
   std::vector<int> alloc_alignment;

@@ -11,6 +11,7 @@
 #include <utility>
 
 #include "blas_api.hpp"
+#include "rank_k.hpp"
 #include "triangular.hpp"
 
 namespace {
@@ -199,6 +200,77 @@ TEST_P(IllegalArguments, OfTrsmAreReportedByTheirNumberAndWriteNothing) {
     }
     EXPECT_EQ(reports, (Log{{cblas ? "cblas_dtrsm" : "DTRSM ", want}}));
     EXPECT_EQ(b, std::vector<double>(64, 7.0)) << "output written";
+  }
+}
+
+// syrk and herk in the caller's terms: upper, no transposition, n = 3, k = 2.
+struct SyrkArgs {
+  char uplo = 'U', trans = 'N';
+  int n = 3, k = 2, lda_shift = 0, ldc_shift = 0;
+  bool no_a = false, no_c = false;
+  double alpha = 1.0, beta = 0.5;
+};
+
+struct SyrkCase {
+  const char *what;
+  void (*change)(SyrkArgs &);
+  int fortran, cblas;  // expected number, the same for both layouts (nothing is exchanged); 0: legal
+  bool herk = false;   // the case is herk's (zherk), else dsyrk's
+};
+
+const std::vector<SyrkCase> kSyrkCases = {
+    {"uplo", [](SyrkArgs &c) { c.uplo = 'X'; }, 1, 2},
+    {"trans", [](SyrkArgs &c) { c.trans = 'X'; }, 2, 3},
+    {"herk takes no T", [](SyrkArgs &c) { c.trans = 'T'; }, 2, 3, true},
+    {"syrk takes C", [](SyrkArgs &c) { c.trans = 'C'; }, 0, 0},
+    {"n", [](SyrkArgs &c) { c.n = -1; }, 3, 4},
+    {"k", [](SyrkArgs &c) { c.k = -1; }, 4, 5},
+    {"lda", [](SyrkArgs &c) { c.lda_shift = -1; }, 7, 8},
+    {"lda, transposed", [](SyrkArgs &c) { c.trans = 'C', c.lda_shift = -1; }, 7, 8, true},
+    {"ldc", [](SyrkArgs &c) { c.ldc_shift = -1; }, 10, 11},
+    {"A missing", [](SyrkArgs &c) { c.no_a = true; }, 6, 7, true},
+    {"C missing", [](SyrkArgs &c) { c.no_c = true; }, 9, 10},
+    {"nothing to do, no arrays", [](SyrkArgs &c) { c.alpha = 0, c.beta = 1, c.no_a = c.no_c = true; }, 0, 0},
+};
+
+TEST_P(IllegalArguments, OfSyrkAndHerkAreReportedByTheirNumberAndWriteNothing) {
+  const bool row = GetParam() == Form::CblasRow, cblas = row || GetParam() == Form::CblasColumn;
+  for (const SyrkCase &cs : kSyrkCases) {
+    SCOPED_TRACE(cs.what);
+    SyrkArgs c;
+    cs.change(c);
+    std::vector<double> a(64, 1.0), out(64, 7.0);
+    // Rows of A as the form stores it: n for 'N' column-major or transposed row-major, else k.
+    const bool n_rows = ((c.trans | 0x20) == 'n') != row;
+    const int lda = at_least_one(n_rows ? c.n : c.k) + c.lda_shift, ldc = at_least_one(c.n) + c.ldc_shift;
+    const int64_t n8 = c.n, k8 = c.k, lda8 = lda, ldc8 = ldc;
+    const auto call = [&](auto *routine, const auto &alpha, const auto &beta, auto *pa, auto *pc) {
+      using R = std::remove_pointer_t<decltype(routine)>;
+      if (GetParam() == Form::Fortran32)
+        R::f32(&c.uplo, &c.trans, &c.n, &c.k, &alpha, pa, &lda, &beta, pc, &ldc);
+      else if (GetParam() == Form::Fortran64)
+        R::f64(&c.uplo, &c.trans, &n8, &k8, &alpha, pa, &lda8, &beta, pc, &ldc8);
+      else
+        R::cblas(row ? CblasRowMajor : CblasColMajor, c.uplo, c.trans, c.n, c.k, &alpha, pa, lda, &beta, pc, ldc);
+    };
+    reports.clear();
+    if (cs.herk) {
+      auto *pa = c.no_a ? nullptr : reinterpret_cast<const ORB_Complex16 *>(a.data());
+      auto *pc = c.no_c ? nullptr : reinterpret_cast<ORB_Complex16 *>(out.data());
+      call(static_cast<orb::test::RankK<ORB_Complex16, double> *>(nullptr), c.alpha, c.beta, pa, pc);
+    } else {
+      const double *pa = c.no_a ? nullptr : a.data();
+      double *pc = c.no_c ? nullptr : out.data();
+      call(static_cast<orb::test::RankK<double, double> *>(nullptr), c.alpha, c.beta, pa, pc);
+    }
+    const int want = cblas ? cs.cblas : cs.fortran;
+    if (want == 0) {
+      EXPECT_EQ(reports, Log{});
+      continue;
+    }
+    const std::string name = cblas ? (cs.herk ? "cblas_zherk" : "cblas_dsyrk") : (cs.herk ? "ZHERK " : "DSYRK ");
+    EXPECT_EQ(reports, (Log{{name, want}}));
+    EXPECT_EQ(out, std::vector<double>(64, 7.0)) << "output written";
   }
 }
 
