@@ -96,6 +96,26 @@ int check_syrk(const char *uplo, const char *trans, const I *n, const I *k, cons
   return 0;
 }
 
+//! SYMM and HEMM: C := alpha A B + beta C (side L, A of order m) or alpha B A
+//! + beta C (side R, A of order n), A symmetric or Hermitian with only its
+//! uplo triangle referenced, arguments
+//! (side 1, uplo 2, m 3, n 4, alpha 5, a 6, lda 7, b 8, ldb 9, beta 10, c 11, ldc 12).
+template <class I>
+int check_symm(const char *side, const char *uplo, const I *m, const I *n, const void *alpha, const I *lda,
+               const I *ldb, const void *beta, const I *ldc) {
+  if (!is_side(side)) return 1;
+  if (!is_uplo(uplo)) return 2;
+  if (!m || *m < 0) return 3;
+  if (!n || *n < 0) return 4;
+  if (!alpha) return 5;
+  const int64_t order = same_letter(*side, 'L') ? *m : *n;
+  if (!lda || *lda < at_least_one(order)) return 7;
+  if (!ldb || *ldb < at_least_one(*m)) return 9;
+  if (!beta) return 10;
+  if (!ldc || *ldc < at_least_one(*m)) return 12;
+  return 0;
+}
+
 //! GEMV: y := alpha op(A) x + beta y, arguments
 //! (trans 1, m 2, n 3, alpha 4, a 5, lda 6, x 7, incx 8, beta 9, y 10, incy 11).
 template <class I>

@@ -30,3 +30,9 @@ extern "C" int orb_blas_check_syrk(const char *uplo, const char *trans, const OR
                                    const char *ops) {
   return orb::rules::check_syrk(uplo, trans, n, k, alpha, lda, beta, ldc, ops);
 }
+
+extern "C" int orb_blas_check_symm(const char *side, const char *uplo, const ORB_INT *m, const ORB_INT *n,
+                                   const void *alpha, const ORB_INT *lda, const ORB_INT *ldb, const void *beta,
+                                   const ORB_INT *ldc) {
+  return orb::rules::check_symm(side, uplo, m, n, alpha, lda, ldb, beta, ldc);
+}

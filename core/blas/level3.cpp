@@ -107,6 +107,24 @@ void xsyrk(const char *uplo, const char *trans, const ORB_INT *n, const ORB_INT 
   kind::kernel()(uplo, trans, n, k, alpha, a, lda, beta, c, ldc, 1, 1);
 }
 
+//! SYMM (hermitian false) or HEMM.
+template <class T, bool hermitian>
+void xsymm(const char *side, const char *uplo, const ORB_INT *m, const ORB_INT *n, const T *alpha, const T *a,
+           const ORB_INT *lda, const T *b, const ORB_INT *ldb, const T *beta, T *c, const ORB_INT *ldc,
+           provider_symm_fn<T> (*kernel)()) {
+  const int info = rules::check_symm(side, uplo, m, n, alpha, lda, ldb, beta, ldc);
+  if (info != 0) {
+    report_xerbla(level3_traits<T>::routine(hermitian ? "HEMM" : "SYMM").c_str(), info);
+    return;
+  }
+  if (*m == 0 || *n == 0 || (is_zero(*alpha) && is_one(*beta))) return;
+  if (is_zero(*alpha)) {
+    scale_matrix(*beta, c, *m, *n, *ldc);
+    return;
+  }
+  kernel()(side, uplo, m, n, alpha, a, lda, b, ldb, beta, c, ldc, 1, 1);
+}
+
 }  // namespace
 
 }  // namespace orb::core
@@ -130,3 +148,13 @@ extern "C" ORB_SYRK_DECL(orb_blas_xcherk, ORB_Complex8, float, ORB_INT) {
 extern "C" ORB_SYRK_DECL(orb_blas_xzherk, ORB_Complex16, double, ORB_INT) {
   orb::core::xsyrk<ORB_Complex16, double>(uplo, trans, n, k, alpha, a, lda, beta, c, ldc);
 }
+
+#define ORB_XSYMM(name, T, hermitian)                                                                           \
+  extern "C" ORB_SYMM_DECL(orb_blas_x##name, T, ORB_INT) {                                                     \
+    orb::core::xsymm<T, hermitian>(side, uplo, m, n, alpha, a, lda, b, ldb, beta, c, ldc,                      \
+                                   [] { return orb::core::provider().name; });                                 \
+  }
+#define ORB_XSYMM_EACH(p, P, T) ORB_XSYMM(p##symm, T, false)
+ORB_FOR_EACH_PRECISION(ORB_XSYMM_EACH)
+ORB_XSYMM(chemm, ORB_Complex8, true)
+ORB_XSYMM(zhemm, ORB_Complex16, true)

@@ -90,6 +90,12 @@ using provider_syrk_fn = void (*)(const char *, const char *, const fint *, cons
 template <class T>
 using provider_herk_fn = provider_syrk_fn<T, provider_real_t<T>>;
 
+//! A provider SYMM or HEMM: the Fortran argument list, then the hidden lengths of the two characters.
+template <class T>
+using provider_symm_fn = void (*)(const char *, const char *, const fint *, const fint *, const T *, const T *,
+                                  const fint *, const T *, const fint *, const T *, T *, const fint *, std::size_t,
+                                  std::size_t);
+
 //! Every routine the core takes from the provider, one line each: the field of
 //! provider_table (also the provider's Fortran name less its underscore) and
 //! its pointer type.  A new provider routine is one more line here.
@@ -161,7 +167,13 @@ using provider_herk_fn = provider_syrk_fn<T, provider_real_t<T>>;
   X(csyrk, provider_syrk_fn<ORB_Complex8>)    \
   X(zsyrk, provider_syrk_fn<ORB_Complex16>)   \
   X(cherk, provider_herk_fn<ORB_Complex8>)    \
-  X(zherk, provider_herk_fn<ORB_Complex16>)
+  X(zherk, provider_herk_fn<ORB_Complex16>)   \
+  X(ssymm, provider_symm_fn<float>)           \
+  X(dsymm, provider_symm_fn<double>)          \
+  X(csymm, provider_symm_fn<ORB_Complex8>)    \
+  X(zsymm, provider_symm_fn<ORB_Complex16>)   \
+  X(chemm, provider_symm_fn<ORB_Complex8>)    \
+  X(zhemm, provider_symm_fn<ORB_Complex16>)
 
 //! The provider's routines, bound once.
 struct provider_table {

@@ -171,6 +171,20 @@ ORB_LEVEL1_EACH_TYPE(ORB_TRSM_DECL, orb_blas_lp64_, trsm, int)
 ORB_SYRK_HERK_DECLS(orb_blas_, ORB_INT)
 ORB_SYRK_HERK_DECLS(orb_blas_lp64_, int)
 
+/* Product with a symmetric (?symm) or Hermitian (?hemm) A, only its uplo
+ * triangle referenced: C := alpha A B + beta C for side 'L' (A of order m),
+ * C := alpha B A + beta C for side 'R' (A of order n). */
+#define ORB_SYMM_DECL(name, T, I)                                                                          \
+  void name(const char *side, const char *uplo, const I *m, const I *n, const T *alpha, const T *a,        \
+            const I *lda, const T *b, const I *ldb, const T *beta, T *c, const I *ldc)
+#define ORB_SYMM_HEMM_DECLS(pre, I)                  \
+  ORB_LEVEL1_EACH_TYPE(ORB_SYMM_DECL, pre, symm, I)  \
+  ORB_SYMM_DECL(pre##chemm, ORB_Complex8, I);        \
+  ORB_SYMM_DECL(pre##zhemm, ORB_Complex16, I);
+
+ORB_SYMM_HEMM_DECLS(orb_blas_, ORB_INT)
+ORB_SYMM_HEMM_DECLS(orb_blas_lp64_, int)
+
 ORB_END_DECLS
 
 #endif

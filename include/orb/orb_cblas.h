@@ -11,8 +11,8 @@
  * that call's standard argument number (the layout is argument 1), and
  * RowMajorStrg is 1 while the report of a row-major call runs.  orb's own
  * cblas_xerbla maps info back to the position in the caller's argument list
- * (for a row-major gemm it exchanges m and n, lda and ldb; for gemv and trsm m
- * and n)
+ * (for a row-major gemm it exchanges m and n, lda and ldb; for gemv, trsm,
+ * symm and hemm m and n)
  * and forwards it to the global xerbla_ under the routine's CBLAS name, e.g.
  * ("cblas_dgemm", 9) for a row-major call whose lda is too small.  A program
  * may define either cblas_xerbla or xerbla_ to catch the reports itself. */
@@ -70,6 +70,20 @@ void cblas_cherk(CBLAS_LAYOUT layout, CBLAS_UPLO uplo, CBLAS_TRANSPOSE trans, in
                  int lda, float beta, void *c, int ldc);
 void cblas_zherk(CBLAS_LAYOUT layout, CBLAS_UPLO uplo, CBLAS_TRANSPOSE trans, int n, int k, double alpha,
                  const void *a, int lda, double beta, void *c, int ldc);
+
+/* C := alpha A B + beta C (CblasLeft) or alpha B A + beta C (CblasRight), A symmetric (symm) or Hermitian (hemm) */
+void cblas_ssymm(CBLAS_LAYOUT layout, CBLAS_SIDE side, CBLAS_UPLO uplo, int m, int n, float alpha, const float *a,
+                 int lda, const float *b, int ldb, float beta, float *c, int ldc);
+void cblas_dsymm(CBLAS_LAYOUT layout, CBLAS_SIDE side, CBLAS_UPLO uplo, int m, int n, double alpha, const double *a,
+                 int lda, const double *b, int ldb, double beta, double *c, int ldc);
+void cblas_csymm(CBLAS_LAYOUT layout, CBLAS_SIDE side, CBLAS_UPLO uplo, int m, int n, const void *alpha, const void *a,
+                 int lda, const void *b, int ldb, const void *beta, void *c, int ldc);
+void cblas_zsymm(CBLAS_LAYOUT layout, CBLAS_SIDE side, CBLAS_UPLO uplo, int m, int n, const void *alpha, const void *a,
+                 int lda, const void *b, int ldb, const void *beta, void *c, int ldc);
+void cblas_chemm(CBLAS_LAYOUT layout, CBLAS_SIDE side, CBLAS_UPLO uplo, int m, int n, const void *alpha, const void *a,
+                 int lda, const void *b, int ldb, const void *beta, void *c, int ldc);
+void cblas_zhemm(CBLAS_LAYOUT layout, CBLAS_SIDE side, CBLAS_UPLO uplo, int m, int n, const void *alpha, const void *a,
+                 int lda, const void *b, int ldb, const void *beta, void *c, int ldc);
 
 /* Batches of C := alpha op(A) op(B) + beta C: group_count groups of
  * group_size[g] products sharing the group's arguments (arrays indexed by

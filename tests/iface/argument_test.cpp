@@ -12,6 +12,7 @@
 
 #include "blas_api.hpp"
 #include "rank_k.hpp"
+#include "symmetric.hpp"
 #include "triangular.hpp"
 
 namespace {
@@ -272,6 +273,82 @@ TEST_P(IllegalArguments, OfSyrkAndHerkAreReportedByTheirNumberAndWriteNothing) {
     EXPECT_EQ(reports, (Log{{name, want}}));
     EXPECT_EQ(out, std::vector<double>(64, 7.0)) << "output written";
   }
+}
+
+// symm and hemm in the caller's terms: side L, upper, m = 2, n = 3.
+struct SymmArgs {
+  char side = 'L', uplo = 'U';
+  int m = 2, n = 3, lda_shift = 0, ldb_shift = 0, ldc_shift = 0;
+  bool no_a = false, no_b = false, no_c = false;
+  double alpha = 1.0, beta = 0.5;
+};
+
+struct SymmCase {
+  const char *what;
+  void (*change)(SymmArgs &);
+  int fortran, column, row;  // expected number; 0: legal
+};
+
+// A row-major call is checked as its twin (side and uplo flipped, m and n
+// exchanged) and reported at the caller's own positions.
+const std::vector<SymmCase> kSymmCases = {
+    {"side", [](SymmArgs &c) { c.side = 'X'; }, 1, 2, 2},
+    {"uplo", [](SymmArgs &c) { c.uplo = 'X'; }, 2, 3, 3},
+    {"m", [](SymmArgs &c) { c.m = -1; }, 3, 4, 4},
+    {"n", [](SymmArgs &c) { c.n = -1; }, 4, 5, 5},
+    {"m and n", [](SymmArgs &c) { c.m = c.n = -1; }, 3, 4, 5},
+    {"lda", [](SymmArgs &c) { c.lda_shift = -1; }, 7, 8, 8},
+    {"lda, right side", [](SymmArgs &c) { c.side = 'R', c.lda_shift = -1; }, 7, 8, 8},
+    {"ldb", [](SymmArgs &c) { c.ldb_shift = -1; }, 9, 10, 10},
+    {"ldc", [](SymmArgs &c) { c.ldc_shift = -1; }, 12, 13, 13},
+    {"A missing", [](SymmArgs &c) { c.no_a = true; }, 6, 7, 7},
+    {"B missing", [](SymmArgs &c) { c.no_b = true; }, 8, 9, 9},
+    {"C missing", [](SymmArgs &c) { c.no_c = true; }, 11, 12, 12},
+    {"alpha 0 reads neither A nor B", [](SymmArgs &c) { c.alpha = 0, c.no_a = c.no_b = true; }, 0, 0, 0},
+};
+
+TEST_P(IllegalArguments, OfSymmAndHemmAreReportedByTheirNumberAndWriteNothing) {
+  const bool row = GetParam() == Form::CblasRow, cblas = row || GetParam() == Form::CblasColumn;
+  for (const bool hermitian : {false, true})
+    for (const SymmCase &cs : kSymmCases) {
+      SCOPED_TRACE(std::string(hermitian ? "zhemm " : "dsymm ") + cs.what);
+      SymmArgs c;
+      cs.change(c);
+      const std::vector<double> a(128, 1.0), b(128, 1.0);
+      std::vector<double> out(128, 7.0);
+      const bool left = (c.side | 0x20) == 'l';
+      const int lda = at_least_one(left ? c.m : c.n) + c.lda_shift;
+      const int ldb = at_least_one(row ? c.n : c.m) + c.ldb_shift, ldc = at_least_one(row ? c.n : c.m) + c.ldc_shift;
+      const int64_t m8 = c.m, n8 = c.n, lda8 = lda, ldb8 = ldb, ldc8 = ldc;
+      const auto call = [&](auto *routine, const auto *pa, const auto *pb, auto *pc) {
+        using R = std::remove_pointer_t<decltype(routine)>;
+        using T = std::remove_const_t<std::remove_pointer_t<decltype(pa)>>;
+        const T alpha = orb::test::narrow<T>(c.alpha), beta = orb::test::narrow<T>(c.beta);
+        if (GetParam() == Form::Fortran32)
+          R::f32(&c.side, &c.uplo, &c.m, &c.n, &alpha, pa, &lda, pb, &ldb, &beta, pc, &ldc);
+        else if (GetParam() == Form::Fortran64)
+          R::f64(&c.side, &c.uplo, &m8, &n8, &alpha, pa, &lda8, pb, &ldb8, &beta, pc, &ldc8);
+        else
+          R::cblas(row ? CblasRowMajor : CblasColMajor, c.side, c.uplo, c.m, c.n, &alpha, pa, lda, pb, ldb, &beta,
+                   pc, ldc);
+      };
+      const auto z = [](const double *p) { return reinterpret_cast<const ORB_Complex16 *>(p); };
+      reports.clear();
+      if (hermitian)
+        call(static_cast<orb::test::SymmApi<ORB_Complex16, true> *>(nullptr), c.no_a ? nullptr : z(a.data()),
+             c.no_b ? nullptr : z(b.data()), c.no_c ? nullptr : reinterpret_cast<ORB_Complex16 *>(out.data()));
+      else
+        call(static_cast<orb::test::SymmApi<double, false> *>(nullptr), c.no_a ? nullptr : a.data(),
+             c.no_b ? nullptr : b.data(), c.no_c ? nullptr : out.data());
+      const int want = row ? cs.row : cblas ? cs.column : cs.fortran;
+      if (want == 0) {
+        EXPECT_EQ(reports, Log{});
+        continue;
+      }
+      const std::string name = cblas ? (hermitian ? "cblas_zhemm" : "cblas_dsymm") : (hermitian ? "ZHEMM " : "DSYMM ");
+      EXPECT_EQ(reports, (Log{{name, want}}));
+      EXPECT_EQ(out, std::vector<double>(128, 7.0)) << "output written";
+    }
 }
 
 // Each precision reports under its own name; a missing scalar, which Fortran

@@ -1,4 +1,8 @@
-// Right-hand sides of a triangular solve onto workers.
+// Right-hand sides of a triangular solve onto workers, and the columns (or
+// rows) of C of a product with a symmetric or Hermitian A, which fall the
+// same way: each column of C is A times a column of B, order^2 multiply-adds,
+// independent of the others.  The rule counts a solve's order^2 / 2, so a
+// product reaches each worker count at half the work a solve needs for it.
 //
 // Each right-hand side (a column of B when A stands on the left, a row of B
 // when it stands on the right) is solved on its own: the pieces are

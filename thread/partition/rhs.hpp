@@ -1,5 +1,6 @@
 // Right-hand sides: a triangular solve cut into independent blocks of the
-// right-hand sides it solves for.
+// right-hand sides it solves for (and a symmetric product into blocks of the
+// columns or rows of C, which cut the same way).
 #pragma once
 
 #include "partition/range.hpp"

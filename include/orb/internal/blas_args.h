@@ -13,8 +13,8 @@
 struct blas_args_t {
   const char *transa;  //!< caller's character for op(A) (GEMV: its trans)
   const char *transb;  //!< caller's character for op(B) (TRSM: diag)
-  const void *word2;   //!< TRSM: the caller's side; SYRK, HERK: uplo; GEMM leaves it unset
-  const void *word3;   //!< TRSM: the caller's uplo; GEMM leaves it unset
+  const void *word2;   //!< TRSM, SYMM, HEMM: the caller's side; SYRK, HERK: uplo; GEMM leaves it unset
+  const void *word3;   //!< TRSM, SYMM, HEMM: the caller's uplo; GEMM leaves it unset
   ORB_INT m;           //!< rows of C
   ORB_INT n;           //!< columns of C
   ORB_INT k;           //!< inner dimension
