@@ -4,10 +4,9 @@
 // block of columns (side L) or rows (side R) of C, the blocks of the rule,
 // together C and each once.
 #include "interpose.hpp"
-#include "partition/rhs.hpp"
+#include "rhs_blocks.hpp"
 #include "symmetric.hpp"
 
-#include <set>
 
 namespace orb::test {
 namespace {
@@ -54,20 +53,13 @@ void sweep() {
                          });
         const Observed seen = observed();
         ASSERT_EQ(seen.symm.size(), static_cast<size_t>(workers));
-        std::set<std::pair<ORB_INT, ORB_INT>> blocks;  // (first column or row, count)
+        RhsBlocks blocks;  // (first column or row, count)
         for (const SymmCall &call : seen.symm) {
           EXPECT_EQ(left ? call.m : call.n, left ? cs.m : cs.n);
           const ORB_INT offset = static_cast<const T *>(call.c) - base;
           blocks.insert(left ? std::make_pair(offset / ldc, call.n) : std::make_pair(offset, call.m));
         }
-        ORB_INT next = 0;
-        int64_t i = 0;
-        for (const auto &[first, count] : blocks) {
-          EXPECT_EQ(first, next);
-          EXPECT_EQ(count, thr::rhs_range(rhs, workers, i++).size());
-          next = first + count;
-        }
-        EXPECT_EQ(next, rhs);
+        expect_rule_blocks(blocks, rhs, workers);
       }
 }
 

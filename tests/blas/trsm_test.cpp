@@ -4,10 +4,9 @@
 // right-hand sides, the blocks of the rule, together B and each once.
 #include "hooks.hpp"
 #include "interpose.hpp"
-#include "partition/rhs.hpp"
+#include "rhs_blocks.hpp"
 #include "triangular.hpp"
 
-#include <set>
 
 namespace orb::test {
 namespace {
@@ -56,20 +55,13 @@ TYPED_TEST(Results, TrsmDriverSolvesEverySideTriangleOperationAndDiagonal) {
       // columns (side R), and the blocks' starts, sorted, tile B.
       const Observed seen = observed();
       ASSERT_EQ(seen.trsm.size(), static_cast<size_t>(workers));
-      std::set<std::pair<ORB_INT, ORB_INT>> blocks;  // (first right-hand side, count)
+      RhsBlocks blocks;  // (first right-hand side, count)
       for (const TrsmCall &call : seen.trsm) {
         EXPECT_EQ(left ? call.m : call.n, order);
         const ORB_INT offset = static_cast<const T *>(call.b) - base;
         blocks.insert(left ? std::make_pair(offset / ldb, call.n) : std::make_pair(offset, call.m));
       }
-      ORB_INT next = 0;
-      int64_t i = 0;
-      for (const auto &[first, count] : blocks) {
-        EXPECT_EQ(first, next);
-        EXPECT_EQ(count, thr::rhs_range(rhs, workers, i++).size());
-        next = first + count;
-      }
-      EXPECT_EQ(next, rhs);
+      expect_rule_blocks(blocks, rhs, workers);
     }
 }
 
