@@ -8,6 +8,7 @@
 #include <orb/orb_cblas.h>
 #include <orb/orb_service.h>
 
+#include <algorithm>
 #include <utility>
 
 #include "blas_api.hpp"
@@ -139,216 +140,76 @@ TEST_P(IllegalArguments, AreReportedByTheirNumberAndWriteNothing) {
 INSTANTIATE_TEST_SUITE_P(Forms, IllegalArguments, ::testing::ValuesIn(orb::test::kForms),
                          [](const auto &info) { return std::string(orb::test::form_name(info.param)); });
 
-// trsm in the caller's terms: side L, upper, no transposition, non-unit, m = 2, n = 3.
-struct TrsmArgs {
-  orb::test::TrsmOps ops = {'L', 'U', 'N', 'N'};
-  int m = 2, n = 3, lda_shift = 0, ldb_shift = 0;
-  bool bad_layout = false, no_a = false, no_b = false;
-  double alpha = 1.0;
-};
-
-struct TrsmCase {
-  const char *what;
-  void (*change)(TrsmArgs &);
-  int fortran, column, row;  // expected number; 0: legal
-};
-
-// A row-major call is checked as its twin (side and triangle flipped, m and
-// n exchanged), yet reported at the caller's own positions: of two bad sizes,
-// the caller's n first.
-const std::vector<TrsmCase> kTrsmCases = {
-    {"side", [](TrsmArgs &c) { c.ops.side = 'X'; }, 1, 2, 2},
-    {"uplo", [](TrsmArgs &c) { c.ops.uplo = 'X'; }, 2, 3, 3},
-    {"transa", [](TrsmArgs &c) { c.ops.trans = 'X'; }, 3, 4, 4},
-    {"diag", [](TrsmArgs &c) { c.ops.diag = 'X'; }, 4, 5, 5},
-    {"m", [](TrsmArgs &c) { c.m = -1; }, 5, 6, 6},
-    {"n", [](TrsmArgs &c) { c.n = -1; }, 6, 7, 7},
-    {"m and n", [](TrsmArgs &c) { c.m = c.n = -1; }, 5, 6, 7},
-    {"lda", [](TrsmArgs &c) { c.lda_shift = -1; }, 9, 10, 10},
-    {"lda, right side", [](TrsmArgs &c) { c.ops.side = 'R', c.lda_shift = -1; }, 9, 10, 10},
-    {"ldb", [](TrsmArgs &c) { c.ldb_shift = -1; }, 11, 12, 12},
-    {"A missing", [](TrsmArgs &c) { c.no_a = true; }, 8, 9, 9},
-    {"B missing", [](TrsmArgs &c) { c.no_b = true; }, 10, 11, 11},
-    {"layout", [](TrsmArgs &c) { c.bad_layout = true; }, 0, 1, 1},
-    {"lower-case letters", [](TrsmArgs &c) { c.ops = {'r', 'l', 'c', 'u'}; }, 0, 0, 0},
-    {"nothing to do, no arrays", [](TrsmArgs &c) { c.n = 0, c.no_a = c.no_b = true; }, 0, 0, 0},
-    {"alpha 0 reads no A", [](TrsmArgs &c) { c.alpha = 0, c.no_a = true; }, 0, 0, 0},
-};
-
-TEST_P(IllegalArguments, OfTrsmAreReportedByTheirNumberAndWriteNothing) {
-  const bool row = GetParam() == Form::CblasRow, cblas = row || GetParam() == Form::CblasColumn;
-  for (const TrsmCase &cs : kTrsmCases) {
-    if (!cblas && cs.fortran == 0 && cs.column != 0) continue;
-    SCOPED_TRACE(cs.what);
-    TrsmArgs c;
-    cs.change(c);
-    const std::vector<double> a(64, 1.0);
-    std::vector<double> b(64, 7.0);
-    const bool left = (c.ops.side | 0x20) == 'l';
-    const int lda = at_least_one(left ? c.m : c.n) + c.lda_shift, ldb = at_least_one(row ? c.n : c.m) + c.ldb_shift;
-    const double *pa = c.no_a ? nullptr : a.data();
-    double *pb = c.no_b ? nullptr : b.data();
-    reports.clear();
-    if (c.bad_layout)
-      cblas_dtrsm(static_cast<CBLAS_LAYOUT>(99), CblasLeft, CblasUpper, CblasNoTrans, CblasNonUnit, c.m, c.n, c.alpha,
-                  pa, lda, pb, ldb);
-    else
-      orb::test::call_trsm<double>(GetParam(), c.ops, c.m, c.n, c.alpha, pa, lda, pb, ldb);
-    const int want = row ? cs.row : cblas ? cs.column : cs.fortran;
-    if (want == 0) {
-      EXPECT_EQ(reports, Log{});
-      continue;
-    }
-    EXPECT_EQ(reports, (Log{{cblas ? "cblas_dtrsm" : "DTRSM ", want}}));
-    EXPECT_EQ(b, std::vector<double>(64, 7.0)) << "output written";
-  }
-}
-
-// syrk and herk in the caller's terms: upper, no transposition, n = 3, k = 2.
-struct SyrkArgs {
-  char uplo = 'U', trans = 'N';
-  int n = 3, k = 2, lda_shift = 0, ldc_shift = 0;
-  bool no_a = false, no_c = false;
-  double alpha = 1.0, beta = 0.5;
-};
-
-struct SyrkCase {
-  const char *what;
-  void (*change)(SyrkArgs &);
-  int fortran, cblas;  // expected number, the same for both layouts (nothing is exchanged); 0: legal
-  bool herk = false;   // the case is herk's (zherk), else dsyrk's
-};
-
-const std::vector<SyrkCase> kSyrkCases = {
-    {"uplo", [](SyrkArgs &c) { c.uplo = 'X'; }, 1, 2},
-    {"trans", [](SyrkArgs &c) { c.trans = 'X'; }, 2, 3},
-    {"herk takes no T", [](SyrkArgs &c) { c.trans = 'T'; }, 2, 3, true},
-    {"syrk takes C", [](SyrkArgs &c) { c.trans = 'C'; }, 0, 0},
-    {"n", [](SyrkArgs &c) { c.n = -1; }, 3, 4},
-    {"k", [](SyrkArgs &c) { c.k = -1; }, 4, 5},
-    {"lda", [](SyrkArgs &c) { c.lda_shift = -1; }, 7, 8},
-    {"lda, transposed", [](SyrkArgs &c) { c.trans = 'C', c.lda_shift = -1; }, 7, 8, true},
-    {"ldc", [](SyrkArgs &c) { c.ldc_shift = -1; }, 10, 11},
-    {"A missing", [](SyrkArgs &c) { c.no_a = true; }, 6, 7, true},
-    {"C missing", [](SyrkArgs &c) { c.no_c = true; }, 9, 10},
-    {"nothing to do, no arrays", [](SyrkArgs &c) { c.alpha = 0, c.beta = 1, c.no_a = c.no_c = true; }, 0, 0},
-};
-
-TEST_P(IllegalArguments, OfSyrkAndHerkAreReportedByTheirNumberAndWriteNothing) {
-  const bool row = GetParam() == Form::CblasRow, cblas = row || GetParam() == Form::CblasColumn;
-  for (const SyrkCase &cs : kSyrkCases) {
-    SCOPED_TRACE(cs.what);
-    SyrkArgs c;
-    cs.change(c);
-    std::vector<double> a(64, 1.0), out(64, 7.0);
-    // Rows of A as the form stores it: n for 'N' column-major or transposed row-major, else k.
-    const bool n_rows = ((c.trans | 0x20) == 'n') != row;
-    const int lda = at_least_one(n_rows ? c.n : c.k) + c.lda_shift, ldc = at_least_one(c.n) + c.ldc_shift;
-    const int64_t n8 = c.n, k8 = c.k, lda8 = lda, ldc8 = ldc;
-    const auto call = [&](auto *routine, const auto &alpha, const auto &beta, auto *pa, auto *pc) {
-      using R = std::remove_pointer_t<decltype(routine)>;
-      if (GetParam() == Form::Fortran32)
-        R::f32(&c.uplo, &c.trans, &c.n, &c.k, &alpha, pa, &lda, &beta, pc, &ldc);
-      else if (GetParam() == Form::Fortran64)
-        R::f64(&c.uplo, &c.trans, &n8, &k8, &alpha, pa, &lda8, &beta, pc, &ldc8);
-      else
-        R::cblas(row ? CblasRowMajor : CblasColMajor, c.uplo, c.trans, c.n, c.k, &alpha, pa, lda, &beta, pc, ldc);
-    };
-    reports.clear();
-    if (cs.herk) {
-      auto *pa = c.no_a ? nullptr : reinterpret_cast<const ORB_Complex16 *>(a.data());
-      auto *pc = c.no_c ? nullptr : reinterpret_cast<ORB_Complex16 *>(out.data());
-      call(static_cast<orb::test::RankK<ORB_Complex16, double> *>(nullptr), c.alpha, c.beta, pa, pc);
-    } else {
-      const double *pa = c.no_a ? nullptr : a.data();
-      double *pc = c.no_c ? nullptr : out.data();
-      call(static_cast<orb::test::RankK<double, double> *>(nullptr), c.alpha, c.beta, pa, pc);
-    }
-    const int want = cblas ? cs.cblas : cs.fortran;
-    if (want == 0) {
-      EXPECT_EQ(reports, Log{});
-      continue;
-    }
-    const std::string name = cblas ? (cs.herk ? "cblas_zherk" : "cblas_dsyrk") : (cs.herk ? "ZHERK " : "DSYRK ");
-    EXPECT_EQ(reports, (Log{{name, want}}));
-    EXPECT_EQ(out, std::vector<double>(64, 7.0)) << "output written";
-  }
-}
-
-// symm and hemm in the caller's terms: side L, upper, m = 2, n = 3.
-struct SymmArgs {
-  char side = 'L', uplo = 'U';
-  int m = 2, n = 3, lda_shift = 0, ldb_shift = 0, ldc_shift = 0;
-  bool no_a = false, no_b = false, no_c = false;
-  double alpha = 1.0, beta = 0.5;
-};
-
-struct SymmCase {
-  const char *what;
-  void (*change)(SymmArgs &);
-  int fortran, column, row;  // expected number; 0: legal
-};
-
-// A row-major call is checked as its twin (side and uplo flipped, m and n
-// exchanged) and reported at the caller's own positions.
-const std::vector<SymmCase> kSymmCases = {
-    {"side", [](SymmArgs &c) { c.side = 'X'; }, 1, 2, 2},
-    {"uplo", [](SymmArgs &c) { c.uplo = 'X'; }, 2, 3, 3},
-    {"m", [](SymmArgs &c) { c.m = -1; }, 3, 4, 4},
-    {"n", [](SymmArgs &c) { c.n = -1; }, 4, 5, 5},
-    {"m and n", [](SymmArgs &c) { c.m = c.n = -1; }, 3, 4, 5},
-    {"lda", [](SymmArgs &c) { c.lda_shift = -1; }, 7, 8, 8},
-    {"lda, right side", [](SymmArgs &c) { c.side = 'R', c.lda_shift = -1; }, 7, 8, 8},
-    {"ldb", [](SymmArgs &c) { c.ldb_shift = -1; }, 9, 10, 10},
-    {"ldc", [](SymmArgs &c) { c.ldc_shift = -1; }, 12, 13, 13},
-    {"A missing", [](SymmArgs &c) { c.no_a = true; }, 6, 7, 7},
-    {"B missing", [](SymmArgs &c) { c.no_b = true; }, 8, 9, 9},
-    {"C missing", [](SymmArgs &c) { c.no_c = true; }, 11, 12, 12},
-    {"alpha 0 reads neither A nor B", [](SymmArgs &c) { c.alpha = 0, c.no_a = c.no_b = true; }, 0, 0, 0},
-};
-
-TEST_P(IllegalArguments, OfSymmAndHemmAreReportedByTheirNumberAndWriteNothing) {
-  const bool row = GetParam() == Form::CblasRow, cblas = row || GetParam() == Form::CblasColumn;
-  for (const bool hermitian : {false, true})
-    for (const SymmCase &cs : kSymmCases) {
-      SCOPED_TRACE(std::string(hermitian ? "zhemm " : "dsymm ") + cs.what);
-      SymmArgs c;
-      cs.change(c);
-      const std::vector<double> a(128, 1.0), b(128, 1.0);
-      std::vector<double> out(128, 7.0);
-      const bool left = (c.side | 0x20) == 'l';
-      const int lda = at_least_one(left ? c.m : c.n) + c.lda_shift;
-      const int ldb = at_least_one(row ? c.n : c.m) + c.ldb_shift, ldc = at_least_one(row ? c.n : c.m) + c.ldc_shift;
-      const int64_t m8 = c.m, n8 = c.n, lda8 = lda, ldb8 = ldb, ldc8 = ldc;
-      const auto call = [&](auto *routine, const auto *pa, const auto *pb, auto *pc) {
-        using R = std::remove_pointer_t<decltype(routine)>;
-        using T = std::remove_const_t<std::remove_pointer_t<decltype(pa)>>;
-        const T alpha = orb::test::narrow<T>(c.alpha), beta = orb::test::narrow<T>(c.beta);
-        if (GetParam() == Form::Fortran32)
-          R::f32(&c.side, &c.uplo, &c.m, &c.n, &alpha, pa, &lda, pb, &ldb, &beta, pc, &ldc);
-        else if (GetParam() == Form::Fortran64)
-          R::f64(&c.side, &c.uplo, &m8, &n8, &alpha, pa, &lda8, pb, &ldb8, &beta, pc, &ldc8);
-        else
-          R::cblas(row ? CblasRowMajor : CblasColMajor, c.side, c.uplo, c.m, c.n, &alpha, pa, lda, pb, ldb, &beta,
-                   pc, ldc);
-      };
-      const auto z = [](const double *p) { return reinterpret_cast<const ORB_Complex16 *>(p); };
-      reports.clear();
-      if (hermitian)
-        call(static_cast<orb::test::SymmApi<ORB_Complex16, true> *>(nullptr), c.no_a ? nullptr : z(a.data()),
-             c.no_b ? nullptr : z(b.data()), c.no_c ? nullptr : reinterpret_cast<ORB_Complex16 *>(out.data()));
-      else
-        call(static_cast<orb::test::SymmApi<double, false> *>(nullptr), c.no_a ? nullptr : a.data(),
-             c.no_b ? nullptr : b.data(), c.no_c ? nullptr : out.data());
-      const int want = row ? cs.row : cblas ? cs.column : cs.fortran;
-      if (want == 0) {
-        EXPECT_EQ(reports, Log{});
-        continue;
-      }
-      const std::string name = cblas ? (hermitian ? "cblas_zhemm" : "cblas_dsymm") : (hermitian ? "ZHEMM " : "DSYMM ");
-      EXPECT_EQ(reports, (Log{{name, want}}));
-      EXPECT_EQ(out, std::vector<double>(128, 7.0)) << "output written";
-    }
+// The standard positions of trsm, syrk, herk, symm and hemm, in both CBLAS layouts,
+// are the reference test programs' error exits (tests/client), run against
+// liborb.  What orb adds is a report for an operand not given: A (and B)
+// when alpha != 0, C when the call changes it, at the standard position (+1
+// for CBLAS; no position of these changes places in a row-major call).
+TEST_P(IllegalArguments, MissingOperandsOfTheLevel3Routines) {
+  using orb::test::RankK;
+  using orb::test::SymmApi;
+  const bool cblas = GetParam() == Form::CblasRow || GetParam() == Form::CblasColumn;
+  const auto layout = GetParam() == Form::CblasRow ? CblasRowMajor : CblasColMajor;
+  const int n = 3, ld = 3;
+  const int64_t n8 = n, ld8 = ld;
+  const double one = 1, half = 0.5;
+  const ORB_Complex16 zone = {1, 0}, zhalf = {0.5, 0};
+  std::vector<double> a(64, 1.0), out(64, 7.0);
+  double *c = out.data();
+  auto *zc = reinterpret_cast<ORB_Complex16 *>(out.data());
+  const auto *za = reinterpret_cast<const ORB_Complex16 *>(a.data());
+  // Each call: (A, B, C) present or not; which report it makes.
+  const auto trsm = [&](double alpha, const double *pa, double *pb) {
+    orb::test::call_trsm<double>(GetParam(), {'R', 'L', 'T', 'U'}, n, n, alpha, pa, ld, pb, ld);
+  };
+  const auto syrk = [&](const double *pa, double *pc) {
+    using R = RankK<double, double>;
+    if (GetParam() == Form::Fortran32) R::f32("L", "N", &n, &n, &one, pa, &ld, &half, pc, &ld);
+    else if (GetParam() == Form::Fortran64) R::f64("L", "N", &n8, &n8, &one, pa, &ld8, &half, pc, &ld8);
+    else R::cblas(layout, 'L', 'N', n, n, &one, pa, ld, &half, pc, ld);
+  };
+  const auto herk = [&](const ORB_Complex16 *pa, ORB_Complex16 *pc) {
+    using R = RankK<ORB_Complex16, double>;
+    if (GetParam() == Form::Fortran32) R::f32("U", "C", &n, &n, &one, pa, &ld, &half, pc, &ld);
+    else if (GetParam() == Form::Fortran64) R::f64("U", "C", &n8, &n8, &one, pa, &ld8, &half, pc, &ld8);
+    else R::cblas(layout, 'U', 'C', n, n, &one, pa, ld, &half, pc, ld);
+  };
+  const auto symm = [&](const double *pa, const double *pb, double *pc) {
+    using R = SymmApi<double, false>;
+    if (GetParam() == Form::Fortran32) R::f32("R", "U", &n, &n, &one, pa, &ld, pb, &ld, &half, pc, &ld);
+    else if (GetParam() == Form::Fortran64) R::f64("R", "U", &n8, &n8, &one, pa, &ld8, pb, &ld8, &half, pc, &ld8);
+    else R::cblas(layout, 'R', 'U', n, n, &one, pa, ld, pb, ld, &half, pc, ld);
+  };
+  const auto hemm = [&](const ORB_Complex16 *pa, const ORB_Complex16 *pb, ORB_Complex16 *pc) {
+    using R = SymmApi<ORB_Complex16, true>;
+    if (GetParam() == Form::Fortran32) R::f32("L", "L", &n, &n, &zone, pa, &ld, pb, &ld, &zhalf, pc, &ld);
+    else if (GetParam() == Form::Fortran64) R::f64("L", "L", &n8, &n8, &zone, pa, &ld8, pb, &ld8, &zhalf, pc, &ld8);
+    else R::cblas(layout, 'L', 'L', n, n, &zone, pa, ld, pb, ld, &zhalf, pc, ld);
+  };
+  reports.clear();
+  trsm(1, nullptr, c);
+  trsm(1, a.data(), nullptr);
+  trsm(0, nullptr, c);  // alpha = 0 reads no A: legal, and B is cleared
+  std::fill(out.begin(), out.end(), 7.0);
+  syrk(nullptr, c);
+  syrk(a.data(), nullptr);
+  herk(nullptr, zc);
+  symm(nullptr, a.data(), c);
+  symm(a.data(), nullptr, c);
+  symm(a.data(), a.data(), nullptr);
+  hemm(za, nullptr, zc);
+  const int s = cblas ? 1 : 0;
+  const auto name = [&](const char *fortran, const char *c_name) { return std::string(cblas ? c_name : fortran); };
+  EXPECT_EQ(reports, (Log{{name("DTRSM ", "cblas_dtrsm"), 8 + s},
+                          {name("DTRSM ", "cblas_dtrsm"), 10 + s},
+                          {name("DSYRK ", "cblas_dsyrk"), 6 + s},
+                          {name("DSYRK ", "cblas_dsyrk"), 9 + s},
+                          {name("ZHERK ", "cblas_zherk"), 6 + s},
+                          {name("DSYMM ", "cblas_dsymm"), 6 + s},
+                          {name("DSYMM ", "cblas_dsymm"), 8 + s},
+                          {name("DSYMM ", "cblas_dsymm"), 11 + s},
+                          {name("ZHEMM ", "cblas_zhemm"), 8 + s}}));
+  EXPECT_EQ(out, std::vector<double>(64, 7.0)) << "output written";
 }
 
 // Each precision reports under its own name; a missing scalar, which Fortran

@@ -128,11 +128,6 @@ void check_trsm(const TrsmOps &o, ORB_INT m, ORB_INT n, cld alpha, ORB_INT pad, 
   EXPECT_TRUE(solves_trsm(b, b0, o, m, n, al, a, lda, ldb));
 }
 
-//! The column-major twin of a row-major solve: side and triangle flipped.
-inline TrsmOps row_major_twin(const TrsmOps &o) {
-  return {same(o.side, 'L') ? 'R' : 'L', same(o.uplo, 'U') ? 'L' : 'U', o.trans, o.diag};
-}
-
 inline CBLAS_SIDE cblas_side(char s) {
   return same(s, 'L') ? CblasLeft : same(s, 'R') ? CblasRight : static_cast<CBLAS_SIDE>(0);
 }
