@@ -42,18 +42,17 @@ struct SymmCall {
 };
 
 // The threaded driver of each routine, handed the checked call with its
-// integers already 64 bits wide; hermitian chooses ?hemm.
-#define ORB_THREADED_SYMM(p, P, T)                                                                              \
-  void threaded_symm(const SymmCall<T> &s, bool hermitian) {                                                   \
-    const auto driver = hermitian ? orb_blas_##p##hemm : orb_blas_##p##symm;                                   \
-    driver(&s.side, &s.uplo, &s.m, &s.n, s.alpha, s.a, &s.lda, s.b, &s.ldb, s.beta, s.c, &s.ldc);              \
+// integers already 64 bits wide; hermitian chooses ?hemm, which only the
+// complex types have (the real names never ask for it).
+#define ORB_THREADED_SYMM(T, symm, hemm)                                                                  \
+  void threaded_symm(const SymmCall<T> &s, bool hermitian) {                                             \
+    (hermitian ? hemm : symm)(&s.side, &s.uplo, &s.m, &s.n, s.alpha, s.a, &s.lda, s.b, &s.ldb, s.beta, s.c, \
+                              &s.ldc);                                                                   \
   }
-// Only the complex types have a Hermitian product; the real ones never ask for it.
-#define orb_blas_shemm orb_blas_ssymm
-#define orb_blas_dhemm orb_blas_dsymm
-ORB_FOR_EACH_PRECISION(ORB_THREADED_SYMM)
-#undef orb_blas_shemm
-#undef orb_blas_dhemm
+ORB_THREADED_SYMM(float, orb_blas_ssymm, orb_blas_ssymm)
+ORB_THREADED_SYMM(double, orb_blas_dsymm, orb_blas_dsymm)
+ORB_THREADED_SYMM(ORB_Complex8, orb_blas_csymm, orb_blas_chemm)
+ORB_THREADED_SYMM(ORB_Complex16, orb_blas_zsymm, orb_blas_zhemm)
 #undef ORB_THREADED_SYMM
 
 // The standard's early return: no entry of C changes.
