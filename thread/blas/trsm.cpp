@@ -6,8 +6,7 @@
 // (partition/rhs.cpp): the columns of B when A stands on the left, the rows
 // of B when it stands on the right; each worker solves its block with one
 // call of the sequential kernel, the whole triangle and the caller's alpha.
-// The blocks are disjoint and no worker reads another's, so no lock is taken
-// and the result does not depend on the cut.
+// The blocks are disjoint and no worker reads another's, so no lock is taken.
 //
 // In this order:
 //   1. An illegal call goes, unchanged, to the sequential kernel, which
