@@ -13,6 +13,7 @@
 
 #include "libraries.hpp"
 #include "measure.hpp"
+#include "routine_table.hpp"
 
 #include <orb/orb_blas.h>
 #include <orb/orb_service.h>
@@ -100,13 +101,6 @@ double bytes_moved(const std::string &routine, long n) {
   return per * static_cast<double>(n);
 }
 
-struct Measured {
-  bool ran = false;
-  Timing timing;
-  std::vector<double> round_best;
-  double answer = 0;
-};
-
 void measure_length(const Level1Options &o, const std::vector<GemmLibrary> &libs,
                     const std::vector<Level1Entries> &entries, long n, int &status) {
   std::vector<double> x(static_cast<size_t>(n)), y(static_cast<size_t>(n));
@@ -115,57 +109,24 @@ void measure_length(const Level1Options &o, const std::vector<GemmLibrary> &libs
     y[static_cast<size_t>(i)] = 0.5 - 1.0 / static_cast<double>(3 + i % 89);
   }
   for (const std::string routine : kRoutines) {
-    std::vector<Measured> m(libs.size());
-    std::vector<Contestant> contestants;
-    std::vector<size_t> who;
-    double settle_s = 0;
+    std::vector<double> answer(libs.size(), 0.0);
+    std::vector<std::function<void()>> calls(libs.size());
     for (size_t i = 0; i < libs.size(); ++i) {
       if (!libs[i].available()) continue;
       const Level1Entries &e = entries[i];
-      std::function<void()> call;
-      if (routine == "ddot") call = [&, i] { m[i].answer = e.dot(n, x.data(), y.data()); };
-      if (routine == "dnrm2") call = [&, i] { m[i].answer = e.nrm2(n, x.data(), y.data()); };
-      if (routine == "daxpy") call = [&] { e.axpy(n, 1e-9, x.data(), y.data()); };
-      call();  // untimed: pools start, pages settle
-      const double t0 = now_s();
-      call();
-      const double one_call = now_s() - t0;
-      contestants.push_back({call, calls_per_round(one_call, o.target_s, o.rounds), {}, {}});
-      who.push_back(i);
-      settle_s = std::max(settle_s, libs[i].settle_s);
+      if (routine == "ddot") calls[i] = [&, i] { answer[i] = e.dot(n, x.data(), y.data()); };
+      if (routine == "dnrm2") calls[i] = [&, i] { answer[i] = e.nrm2(n, x.data(), y.data()); };
+      if (routine == "daxpy") calls[i] = [&] { e.axpy(n, 1e-9, x.data(), y.data()); };
     }
-    interleave(contestants, o.rounds, settle_s);
-    for (size_t c = 0; c < who.size(); ++c) {
-      m[who[c]].ran = true;
-      m[who[c]].timing = summarize(contestants[c].seconds);
-      m[who[c]].round_best = contestants[c].round_best;
-    }
-    // orb first, serial provider second (libraries.cpp); the best peer is the fastest one.
-    int best = -1;
-    for (size_t i = 0; i < libs.size(); ++i)
-      if (libs[i].peer && m[i].ran && (best < 0 || m[i].timing.best_s < m[best].timing.best_s))
-        best = static_cast<int>(i);
-    std::printf("%-6s %9ld", routine.c_str(), n);
-    for (size_t i = 0; i < libs.size(); ++i) {
-      if (!m[i].ran) {
-        std::printf("  %14s", "n/a");
-        continue;
-      }
-      std::printf("  %8.1f GB/s", bytes_moved(routine, n) / m[i].timing.best_s * 1e-9);
-      const double scale = std::abs(m[0].answer) * 1e-10 * std::log2(static_cast<double>(n));
-      if (routine != "daxpy" && m[0].ran && i > 0 && std::abs(m[i].answer - m[0].answer) > scale) {
+    time_row(libs, calls, routine.c_str(), n, o.target_s, o.rounds, [&](size_t i, double best_s) {
+      std::printf("  %8.1f GB/s", bytes_moved(routine, n) / best_s * 1e-9);
+      const double scale = std::abs(answer[0]) * 1e-10 * std::log2(static_cast<double>(n));
+      if (routine != "daxpy" && calls[0] && i > 0 && std::abs(answer[i] - answer[0]) > scale) {
         std::fprintf(stderr, "orb-bench level1: %s %ld: %s answers %.17g, orb %.17g\n", routine.c_str(), n,
-                     libs[i].label.c_str(), m[i].answer, m[0].answer);
+                     libs[i].label.c_str(), answer[i], answer[0]);
         status = 1;
       }
-    }
-    const double to_serial = m[0].ran && m[1].ran ? paired_speedup(m[0].round_best, m[1].round_best) : NAN;
-    const double to_peer = m[0].ran && best >= 0 ? paired_speedup(m[0].round_best, m[best].round_best) : NAN;
-    const auto ratio = [](double r) { std::isnan(r) ? std::printf("  %8s", "n/a") : std::printf("  %7.2fx", r); };
-    ratio(to_serial);
-    ratio(to_peer);
-    std::printf(" %s\n", best >= 0 ? libs[best].label.c_str() : "");
-    std::fflush(stdout);
+    });
   }
 }
 
@@ -237,13 +198,7 @@ int level1_main(const std::vector<std::string> &args) {
   std::printf("level-1 routines, %d threads; GB/s from each library's best call; ratios: orb over the serial\n"
               "provider and over the fastest peer, paired round by round\n\n",
               threads);
-  for (const GemmLibrary &lib : libs)
-    std::printf("  %-16s %s%s%s\n", lib.label.c_str(), lib.available() ? lib.about.c_str() : "n/a: ",
-                lib.available() ? "" : lib.missing.c_str(),
-                lib.kernels.forced.empty() ? "" : (" [" + lib.kernels.forced + "]").c_str());
-  std::printf("\n%-6s %9s", "", "n");
-  for (const GemmLibrary &lib : libs) std::printf("  %14s", lib.label.c_str());
-  std::printf("  %8s  %8s\n", "/serial", "/peer");
+  print_libraries(libs, "n");
   int status = 0;
   for (long n : o.lengths) measure_length(o, libs, entries, n, status);
   return status;

@@ -43,6 +43,79 @@ int check_gemm(const char *transa, const char *transb, const I *m, const I *n, c
   return 0;
 }
 
+//! 'L' or 'R': which side of B a triangular or symmetric matrix stands on.
+inline bool is_side(const char *c) { return c && (same_letter(*c, 'L') || same_letter(*c, 'R')); }
+//! 'U' or 'L': which triangle of a matrix is referenced.
+inline bool is_uplo(const char *c) { return c && (same_letter(*c, 'U') || same_letter(*c, 'L')); }
+//! 'U' (unit diagonal, not read) or 'N'.
+inline bool is_diag(const char *c) { return c && (same_letter(*c, 'U') || same_letter(*c, 'N')); }
+
+//! TRSM: B := alpha op(A)^-1 B (side L) or alpha B op(A)^-1 (side R), A
+//! triangular of order m (side L) or n (side R), arguments
+//! (side 1, uplo 2, transa 3, diag 4, m 5, n 6, alpha 7, a 8, lda 9, b 10, ldb 11).
+template <class I>
+int check_trsm(const char *side, const char *uplo, const char *transa, const char *diag, const I *m, const I *n,
+               const void *alpha, const I *lda, const I *ldb) {
+  if (!is_side(side)) return 1;
+  if (!is_uplo(uplo)) return 2;
+  if (!is_operation(transa)) return 3;
+  if (!is_diag(diag)) return 4;
+  if (!m || *m < 0) return 5;
+  if (!n || *n < 0) return 6;
+  if (!alpha) return 7;
+  const int64_t order = same_letter(*side, 'L') ? *m : *n;
+  if (!lda || *lda < at_least_one(order)) return 9;
+  if (!ldb || *ldb < at_least_one(*m)) return 11;
+  return 0;
+}
+
+//! The transposition letters each rank-k update takes: the real SYRK any of
+//! N, T and C (C means T), the complex SYRK N or T, HERK N or C.
+constexpr const char *kSyrkRealOps = "NTC";
+constexpr const char *kSyrkComplexOps = "NT";
+constexpr const char *kHerkOps = "NC";
+
+//! SYRK and HERK: C := alpha op(A) op(A)^T + beta C (or ^H), C of order n,
+//! only its `uplo` triangle referenced, arguments
+//! (uplo 1, trans 2, n 3, k 4, alpha 5, a 6, lda 7, beta 8, c 9, ldc 10);
+//! `ops` lists the transposition letters the routine takes.
+template <class I>
+int check_syrk(const char *uplo, const char *trans, const I *n, const I *k, const void *alpha, const I *lda,
+               const void *beta, const I *ldc, const char *ops) {
+  if (!is_uplo(uplo)) return 1;
+  bool known = false;
+  for (const char *op = ops; trans && *op; ++op) known = known || same_letter(*trans, *op);
+  if (!known) return 2;
+  if (!n || *n < 0) return 3;
+  if (!k || *k < 0) return 4;
+  if (!alpha) return 5;
+  const int64_t rows_a = same_letter(*trans, 'N') ? *n : *k;
+  if (!lda || *lda < at_least_one(rows_a)) return 7;
+  if (!beta) return 8;
+  if (!ldc || *ldc < at_least_one(*n)) return 10;
+  return 0;
+}
+
+//! SYMM and HEMM: C := alpha A B + beta C (side L, A of order m) or alpha B A
+//! + beta C (side R, A of order n), A symmetric or Hermitian with only its
+//! uplo triangle referenced, arguments
+//! (side 1, uplo 2, m 3, n 4, alpha 5, a 6, lda 7, b 8, ldb 9, beta 10, c 11, ldc 12).
+template <class I>
+int check_symm(const char *side, const char *uplo, const I *m, const I *n, const void *alpha, const I *lda,
+               const I *ldb, const void *beta, const I *ldc) {
+  if (!is_side(side)) return 1;
+  if (!is_uplo(uplo)) return 2;
+  if (!m || *m < 0) return 3;
+  if (!n || *n < 0) return 4;
+  if (!alpha) return 5;
+  const int64_t order = same_letter(*side, 'L') ? *m : *n;
+  if (!lda || *lda < at_least_one(order)) return 7;
+  if (!ldb || *ldb < at_least_one(*m)) return 9;
+  if (!beta) return 10;
+  if (!ldc || *ldc < at_least_one(*m)) return 12;
+  return 0;
+}
+
 //! GEMV: y := alpha op(A) x + beta y, arguments
 //! (trans 1, m 2, n 3, alpha 4, a 5, lda 6, x 7, incx 8, beta 9, y 10, incy 11).
 template <class I>

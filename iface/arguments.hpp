@@ -21,6 +21,12 @@ inline char transpose_letter(int trans) {
   }
 }
 
+//! 'L' or 'R' for a CBLAS side, 'U' or 'L' for a triangle, 'U' or 'N' for a
+//! diagonal; 0 for any other value.
+inline char side_letter(int side) { return side == CblasLeft ? 'L' : side == CblasRight ? 'R' : 0; }
+inline char uplo_letter(int uplo) { return uplo == CblasUpper ? 'U' : uplo == CblasLower ? 'L' : 0; }
+inline char diag_letter(int diag) { return diag == CblasUnit ? 'U' : diag == CblasNonUnit ? 'N' : 0; }
+
 inline bool known_layout(int layout) { return layout == CblasRowMajor || layout == CblasColMajor; }
 
 //! Appends a CBLAS layout or transposition by its enumerator's name, or by
@@ -37,6 +43,18 @@ inline CallText &cblas_transpose(CallText &t, int trans) {
     case CblasConjTrans: return t.word("CblasConjTrans");
     default: return t.integer(static_cast<int64_t>(trans));
   }
+}
+
+//! Appends a CBLAS side, triangle or diagonal by its enumerator's name, or by
+//! its number when it has none.
+inline CallText &cblas_side(CallText &t, int side) {
+  return side_letter(side) ? t.word(side == CblasLeft ? "CblasLeft" : "CblasRight") : t.integer(int64_t{side});
+}
+inline CallText &cblas_uplo(CallText &t, int uplo) {
+  return uplo_letter(uplo) ? t.word(uplo == CblasUpper ? "CblasUpper" : "CblasLower") : t.integer(int64_t{uplo});
+}
+inline CallText &cblas_diag(CallText &t, int diag) {
+  return diag_letter(diag) ? t.word(diag == CblasUnit ? "CblasUnit" : "CblasNonUnit") : t.integer(int64_t{diag});
 }
 
 //! Swaps the report positions a and b: a row-major call reaches the column-

@@ -18,3 +18,21 @@ extern "C" int orb_blas_check_gemv(const char *trans, const ORB_INT *m, const OR
                                    const ORB_INT *incy) {
   return orb::rules::check_gemv(trans, m, n, alpha, lda, incx, beta, incy);
 }
+
+extern "C" int orb_blas_check_trsm(const char *side, const char *uplo, const char *transa, const char *diag,
+                                   const ORB_INT *m, const ORB_INT *n, const void *alpha, const ORB_INT *lda,
+                                   const ORB_INT *ldb) {
+  return orb::rules::check_trsm(side, uplo, transa, diag, m, n, alpha, lda, ldb);
+}
+
+extern "C" int orb_blas_check_syrk(const char *uplo, const char *trans, const ORB_INT *n, const ORB_INT *k,
+                                   const void *alpha, const ORB_INT *lda, const void *beta, const ORB_INT *ldc,
+                                   const char *ops) {
+  return orb::rules::check_syrk(uplo, trans, n, k, alpha, lda, beta, ldc, ops);
+}
+
+extern "C" int orb_blas_check_symm(const char *side, const char *uplo, const ORB_INT *m, const ORB_INT *n,
+                                   const void *alpha, const ORB_INT *lda, const ORB_INT *ldb, const void *beta,
+                                   const ORB_INT *ldc) {
+  return orb::rules::check_symm(side, uplo, m, n, alpha, lda, ldb, beta, ldc);
+}

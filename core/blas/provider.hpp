@@ -78,6 +78,25 @@ using provider_rotm_fn = void (*)(const fint *, T *, const fint *, T *, const fi
 template <class T>
 using provider_index_fn = fint (*)(const fint *, const T *, const fint *);
 
+//! A provider TRSM: the Fortran argument list, then the hidden lengths of the four characters.
+template <class T>
+using provider_trsm_fn = void (*)(const char *, const char *, const char *, const char *, const fint *,
+                                  const fint *, const T *, const T *, const fint *, T *, const fint *, std::size_t,
+                                  std::size_t, std::size_t, std::size_t);
+
+//! A provider SYRK (S = T) or HERK (S the real type): the Fortran argument list, then the hidden lengths of the two characters.
+template <class T, class S = T>
+using provider_syrk_fn = void (*)(const char *, const char *, const fint *, const fint *, const S *, const T *,
+                                  const fint *, const S *, T *, const fint *, std::size_t, std::size_t);
+template <class T>
+using provider_herk_fn = provider_syrk_fn<T, provider_real_t<T>>;
+
+//! A provider SYMM or HEMM: the Fortran argument list, then the hidden lengths of the two characters.
+template <class T>
+using provider_symm_fn = void (*)(const char *, const char *, const fint *, const fint *, const T *, const T *,
+                                  const fint *, const T *, const fint *, const T *, T *, const fint *, std::size_t,
+                                  std::size_t);
+
 //! Every routine the core takes from the provider, one line each: the field of
 //! provider_table (also the provider's Fortran name less its underscore) and
 //! its pointer type.  A new provider routine is one more line here.
@@ -139,7 +158,23 @@ using provider_index_fn = fint (*)(const fint *, const T *, const fint *);
   X(isamin, provider_index_fn<float>)         \
   X(idamin, provider_index_fn<double>)        \
   X(icamin, provider_index_fn<ORB_Complex8>)  \
-  X(izamin, provider_index_fn<ORB_Complex16>)
+  X(izamin, provider_index_fn<ORB_Complex16>) \
+  X(strsm, provider_trsm_fn<float>)           \
+  X(dtrsm, provider_trsm_fn<double>)          \
+  X(ctrsm, provider_trsm_fn<ORB_Complex8>)    \
+  X(ztrsm, provider_trsm_fn<ORB_Complex16>)   \
+  X(ssyrk, provider_syrk_fn<float>)           \
+  X(dsyrk, provider_syrk_fn<double>)          \
+  X(csyrk, provider_syrk_fn<ORB_Complex8>)    \
+  X(zsyrk, provider_syrk_fn<ORB_Complex16>)   \
+  X(cherk, provider_herk_fn<ORB_Complex8>)    \
+  X(zherk, provider_herk_fn<ORB_Complex16>)   \
+  X(ssymm, provider_symm_fn<float>)           \
+  X(dsymm, provider_symm_fn<double>)          \
+  X(csymm, provider_symm_fn<ORB_Complex8>)    \
+  X(zsymm, provider_symm_fn<ORB_Complex16>)   \
+  X(chemm, provider_symm_fn<ORB_Complex8>)    \
+  X(zhemm, provider_symm_fn<ORB_Complex16>)
 
 //! The provider's routines, bound once.
 struct provider_table {

@@ -141,6 +141,50 @@ ORB_GEMM_BATCH_STRIDED_DECL(orb_blas_lp64_zgemm_batch_strided, ORB_Complex16, in
 ORB_LEVEL1_DECLS(orb_blas_, ORB_INT)
 ORB_LEVEL1_DECLS(orb_blas_lp64_, int)
 
+/* ---- Level 3 beyond the general product --------------------------------- */
+
+/* Triangular solve with many right-hand sides: B := alpha op(A)^-1 B for side
+ * 'L' (A of order m), B := alpha B op(A)^-1 for side 'R' (A of order n); uplo
+ * names the triangle of A that is read, diag 'U' a unit diagonal (not read). */
+#define ORB_TRSM_DECL(name, T, I)                                                                             \
+  void name(const char *side, const char *uplo, const char *transa, const char *diag, const I *m, const I *n, \
+            const T *alpha, const T *a, const I *lda, T *b, const I *ldb)
+
+ORB_LEVEL1_EACH_TYPE(ORB_TRSM_DECL, orb_blas_, trsm, ORB_INT)
+ORB_LEVEL1_EACH_TYPE(ORB_TRSM_DECL, orb_blas_lp64_, trsm, int)
+
+/* Rank-k update of a symmetric or Hermitian C of order n, only its uplo
+ * triangle referenced: C := alpha op(A) op(A)^T + beta C (?syrk; trans 'N':
+ * A is n x k, else k x n) or C := alpha op(A) op(A)^H + beta C (?herk, with
+ * real alpha and beta S). */
+#define ORB_SYRK_DECL(name, T, S, I)                                                                       \
+  void name(const char *uplo, const char *trans, const I *n, const I *k, const S *alpha, const T *a,       \
+            const I *lda, const S *beta, T *c, const I *ldc)
+#define ORB_SYRK_HERK_DECLS(pre, I)                        \
+  ORB_SYRK_DECL(pre##ssyrk, float, float, I);              \
+  ORB_SYRK_DECL(pre##dsyrk, double, double, I);            \
+  ORB_SYRK_DECL(pre##csyrk, ORB_Complex8, ORB_Complex8, I); \
+  ORB_SYRK_DECL(pre##zsyrk, ORB_Complex16, ORB_Complex16, I); \
+  ORB_SYRK_DECL(pre##cherk, ORB_Complex8, float, I);       \
+  ORB_SYRK_DECL(pre##zherk, ORB_Complex16, double, I);
+
+ORB_SYRK_HERK_DECLS(orb_blas_, ORB_INT)
+ORB_SYRK_HERK_DECLS(orb_blas_lp64_, int)
+
+/* Product with a symmetric (?symm) or Hermitian (?hemm) A, only its uplo
+ * triangle referenced: C := alpha A B + beta C for side 'L' (A of order m),
+ * C := alpha B A + beta C for side 'R' (A of order n). */
+#define ORB_SYMM_DECL(name, T, I)                                                                          \
+  void name(const char *side, const char *uplo, const I *m, const I *n, const T *alpha, const T *a,        \
+            const I *lda, const T *b, const I *ldb, const T *beta, T *c, const I *ldc)
+#define ORB_SYMM_HEMM_DECLS(pre, I)                  \
+  ORB_LEVEL1_EACH_TYPE(ORB_SYMM_DECL, pre, symm, I)  \
+  ORB_SYMM_DECL(pre##chemm, ORB_Complex8, I);        \
+  ORB_SYMM_DECL(pre##zhemm, ORB_Complex16, I);
+
+ORB_SYMM_HEMM_DECLS(orb_blas_, ORB_INT)
+ORB_SYMM_HEMM_DECLS(orb_blas_lp64_, int)
+
 ORB_END_DECLS
 
 #endif

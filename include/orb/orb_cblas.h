@@ -11,7 +11,8 @@
  * that call's standard argument number (the layout is argument 1), and
  * RowMajorStrg is 1 while the report of a row-major call runs.  orb's own
  * cblas_xerbla maps info back to the position in the caller's argument list
- * (for a row-major gemm it exchanges m and n, lda and ldb; for gemv m and n)
+ * (for a row-major gemm it exchanges m and n, lda and ldb; for gemv, trsm,
+ * symm and hemm m and n)
  * and forwards it to the global xerbla_ under the routine's CBLAS name, e.g.
  * ("cblas_dgemm", 9) for a row-major call whose lda is too small.  A program
  * may define either cblas_xerbla or xerbla_ to catch the reports itself. */
@@ -45,6 +46,44 @@ void cblas_cgemm(CBLAS_LAYOUT layout, CBLAS_TRANSPOSE transa, CBLAS_TRANSPOSE tr
                  const void *alpha, const void *a, int lda, const void *b, int ldb, const void *beta, void *c, int ldc);
 void cblas_zgemm(CBLAS_LAYOUT layout, CBLAS_TRANSPOSE transa, CBLAS_TRANSPOSE transb, int m, int n, int k,
                  const void *alpha, const void *a, int lda, const void *b, int ldb, const void *beta, void *c, int ldc);
+
+/* Triangular solve: B := alpha op(A)^-1 B (CblasLeft) or alpha B op(A)^-1 (CblasRight) */
+void cblas_strsm(CBLAS_LAYOUT layout, CBLAS_SIDE side, CBLAS_UPLO uplo, CBLAS_TRANSPOSE transa, CBLAS_DIAG diag, int m,
+                 int n, float alpha, const float *a, int lda, float *b, int ldb);
+void cblas_dtrsm(CBLAS_LAYOUT layout, CBLAS_SIDE side, CBLAS_UPLO uplo, CBLAS_TRANSPOSE transa, CBLAS_DIAG diag, int m,
+                 int n, double alpha, const double *a, int lda, double *b, int ldb);
+void cblas_ctrsm(CBLAS_LAYOUT layout, CBLAS_SIDE side, CBLAS_UPLO uplo, CBLAS_TRANSPOSE transa, CBLAS_DIAG diag, int m,
+                 int n, const void *alpha, const void *a, int lda, void *b, int ldb);
+void cblas_ztrsm(CBLAS_LAYOUT layout, CBLAS_SIDE side, CBLAS_UPLO uplo, CBLAS_TRANSPOSE transa, CBLAS_DIAG diag, int m,
+                 int n, const void *alpha, const void *a, int lda, void *b, int ldb);
+
+/* Rank-k update of one triangle: C := alpha op(A) op(A)^T + beta C (syrk), alpha op(A) op(A)^H + beta C (herk) */
+void cblas_ssyrk(CBLAS_LAYOUT layout, CBLAS_UPLO uplo, CBLAS_TRANSPOSE trans, int n, int k, float alpha, const float *a,
+                 int lda, float beta, float *c, int ldc);
+void cblas_dsyrk(CBLAS_LAYOUT layout, CBLAS_UPLO uplo, CBLAS_TRANSPOSE trans, int n, int k, double alpha,
+                 const double *a, int lda, double beta, double *c, int ldc);
+void cblas_csyrk(CBLAS_LAYOUT layout, CBLAS_UPLO uplo, CBLAS_TRANSPOSE trans, int n, int k, const void *alpha,
+                 const void *a, int lda, const void *beta, void *c, int ldc);
+void cblas_zsyrk(CBLAS_LAYOUT layout, CBLAS_UPLO uplo, CBLAS_TRANSPOSE trans, int n, int k, const void *alpha,
+                 const void *a, int lda, const void *beta, void *c, int ldc);
+void cblas_cherk(CBLAS_LAYOUT layout, CBLAS_UPLO uplo, CBLAS_TRANSPOSE trans, int n, int k, float alpha, const void *a,
+                 int lda, float beta, void *c, int ldc);
+void cblas_zherk(CBLAS_LAYOUT layout, CBLAS_UPLO uplo, CBLAS_TRANSPOSE trans, int n, int k, double alpha,
+                 const void *a, int lda, double beta, void *c, int ldc);
+
+/* C := alpha A B + beta C (CblasLeft) or alpha B A + beta C (CblasRight), A symmetric (symm) or Hermitian (hemm) */
+void cblas_ssymm(CBLAS_LAYOUT layout, CBLAS_SIDE side, CBLAS_UPLO uplo, int m, int n, float alpha, const float *a,
+                 int lda, const float *b, int ldb, float beta, float *c, int ldc);
+void cblas_dsymm(CBLAS_LAYOUT layout, CBLAS_SIDE side, CBLAS_UPLO uplo, int m, int n, double alpha, const double *a,
+                 int lda, const double *b, int ldb, double beta, double *c, int ldc);
+void cblas_csymm(CBLAS_LAYOUT layout, CBLAS_SIDE side, CBLAS_UPLO uplo, int m, int n, const void *alpha, const void *a,
+                 int lda, const void *b, int ldb, const void *beta, void *c, int ldc);
+void cblas_zsymm(CBLAS_LAYOUT layout, CBLAS_SIDE side, CBLAS_UPLO uplo, int m, int n, const void *alpha, const void *a,
+                 int lda, const void *b, int ldb, const void *beta, void *c, int ldc);
+void cblas_chemm(CBLAS_LAYOUT layout, CBLAS_SIDE side, CBLAS_UPLO uplo, int m, int n, const void *alpha, const void *a,
+                 int lda, const void *b, int ldb, const void *beta, void *c, int ldc);
+void cblas_zhemm(CBLAS_LAYOUT layout, CBLAS_SIDE side, CBLAS_UPLO uplo, int m, int n, const void *alpha, const void *a,
+                 int lda, const void *b, int ldb, const void *beta, void *c, int ldc);
 
 /* Batches of C := alpha op(A) op(B) + beta C: group_count groups of
  * group_size[g] products sharing the group's arguments (arrays indexed by

@@ -50,8 +50,31 @@ using namespace orb::test;
     if (trans && m && n && incx && incy) remember(&Observed::gemv, GemvCall{*trans, *m, *n, *incx, *incy}); \
     static const auto real = ORB_TEST_NEXT(orb_blas_x##p##gemv);                                              \
     real(trans, m, n, alpha, a, lda, x, incx, beta, y, incy);                                                 \
+  }                                                                                                           \
+  extern "C" ORB_TRSM_DECL(orb_blas_x##p##trsm, T, ORB_INT) {                                                 \
+    if (m && n) remember(&Observed::trsm, TrsmCall{*m, *n, b});                                               \
+    static const auto real = ORB_TEST_NEXT(orb_blas_x##p##trsm);                                              \
+    real(side, uplo, transa, diag, m, n, alpha, a, lda, b, ldb);                                              \
+  }                                                                                                           \
+  ORB_TEST_RANK_K(p##syrk, T, T)                                                                              \
+  ORB_TEST_SYMM(p##symm, T)
+#define ORB_TEST_SYMM(name, T)                                                        \
+  extern "C" ORB_SYMM_DECL(orb_blas_x##name, T, ORB_INT) {                            \
+    if (m && n) remember(&Observed::symm, SymmCall{*m, *n, c});                       \
+    static const auto real = ORB_TEST_NEXT(orb_blas_x##name);                         \
+    real(side, uplo, m, n, alpha, a, lda, b, ldb, beta, c, ldc);                      \
+  }
+#define ORB_TEST_RANK_K(name, T, S)                                     \
+  extern "C" ORB_SYRK_DECL(orb_blas_x##name, T, S, ORB_INT) {           \
+    if (n) remember(&Observed::syrk, SyrkCall{*n, c});                  \
+    static const auto real = ORB_TEST_NEXT(orb_blas_x##name);           \
+    real(uplo, trans, n, k, alpha, a, lda, beta, c, ldc);               \
   }
 ORB_FOR_EACH_PRECISION(ORB_TEST_KERNELS)
+ORB_TEST_RANK_K(cherk, ORB_Complex8, float)
+ORB_TEST_RANK_K(zherk, ORB_Complex16, double)
+ORB_TEST_SYMM(chemm, ORB_Complex8)
+ORB_TEST_SYMM(zhemm, ORB_Complex16)
 
 // The level-1 kernels, one macro per argument list: each records the call
 // and forwards it.

@@ -12,9 +12,9 @@
 //! Arguments of one threaded BLAS call, shared read-only by its workers.
 struct blas_args_t {
   const char *transa;  //!< caller's character for op(A) (GEMV: its trans)
-  const char *transb;  //!< caller's character for op(B)
-  const void *word2;   //!< reserved for other members of the family; GEMM leaves it unset
-  const void *word3;   //!< reserved for other members of the family; GEMM leaves it unset
+  const char *transb;  //!< caller's character for op(B) (TRSM: diag)
+  const void *word2;   //!< TRSM, SYMM, HEMM: the caller's side; SYRK, HERK: uplo; GEMM leaves it unset
+  const void *word3;   //!< TRSM, SYMM, HEMM: the caller's uplo; GEMM leaves it unset
   ORB_INT m;           //!< rows of C
   ORB_INT n;           //!< columns of C
   ORB_INT k;           //!< inner dimension
@@ -22,7 +22,7 @@ struct blas_args_t {
   const void *beta;    //!< caller's beta
   const void *a;       //!< base of A
   const void *b;       //!< base of B (GEMV: x)
-  void *c;             //!< base of C (GEMV: y)
+  void *c;             //!< base of C (GEMV: y; TRSM: B, solved in place)
   ORB_INT lda;         //!< leading dimension of A
   ORB_INT ldb;         //!< leading dimension of B (GEMV: increment of x)
   ORB_INT ldc;         //!< leading dimension of C (GEMV: increment of y)

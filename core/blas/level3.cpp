@@ -1,0 +1,160 @@
+// Sequential level-3 kernels beyond the general product, in s, d, c and z.
+//
+// TRSM solves op(A) X = alpha B (side L) or X op(A) = alpha B (side R) for X,
+// which overwrites B.  Like the GEMM kernel, it checks its arguments in the
+// standard order and reports the first illegal one without touching B; it
+// returns at once when m or n is 0; with alpha = 0 it sets B to zero itself,
+// reading no element of A or B (the standard routine does the same, and a
+// caller may rely on it to clear a B full of NaN); otherwise the provider
+// solves.  The threaded driver calls it once per block of right-hand sides.
+#include "blas/provider.hpp"
+#include "blas/scale.hpp"
+#include "service/report.hpp"
+
+#include <orb/internal/orb_kernels.h>
+#include <orb/orb_blas.h>
+
+#include "blas_rules.hpp"
+#include "precision.hpp"
+
+#include <type_traits>
+
+namespace orb::core {
+
+namespace {
+
+//! The provider's level-3 routines of one precision.
+template <class T>
+struct level3_traits;
+
+#define ORB_LEVEL3_TRAITS(p, P, T)                                  \
+  template <>                                                    \
+  struct level3_traits<T> : ::orb::precision<T> {                \
+    static constexpr auto trsm_name = routine("TRSM");           \
+    static provider_trsm_fn<T> trsm() { return provider().p##trsm; } \
+    static provider_syrk_fn<T> syrk() { return provider().p##syrk; } \
+  };
+ORB_FOR_EACH_PRECISION(ORB_LEVEL3_TRAITS)
+#undef ORB_LEVEL3_TRAITS
+
+template <class T>
+void xtrsm(const char *side, const char *uplo, const char *transa, const char *diag, const ORB_INT *m,
+           const ORB_INT *n, const T *alpha, const T *a, const ORB_INT *lda, T *b, const ORB_INT *ldb) {
+  const int info = rules::check_trsm(side, uplo, transa, diag, m, n, alpha, lda, ldb);
+  if (info != 0) {
+    report_xerbla(level3_traits<T>::trsm_name.c_str(), info);
+    return;
+  }
+  if (*m == 0 || *n == 0) return;
+  if (is_zero(*alpha)) {
+    scale_matrix(T{}, b, *m, *n, *ldb);
+    return;
+  }
+  level3_traits<T>::trsm()(side, uplo, transa, diag, m, n, alpha, a, lda, b, ldb, 1, 1, 1, 1);
+}
+
+//! SYRK (S = T) or HERK (S the real type of T): which provider routine, which letters.
+template <class T, class S>
+struct rank_k {
+  static constexpr bool hermitian = !std::is_same_v<T, S>;
+  static constexpr auto name = level3_traits<T>::routine(hermitian ? "HERK" : "SYRK");
+  static const char *ops() {
+    return hermitian ? rules::kHerkOps : precision<T>::is_complex ? rules::kSyrkComplexOps : rules::kSyrkRealOps;
+  }
+  static provider_syrk_fn<T, S> kernel() {
+    if constexpr (hermitian) {
+      if constexpr (std::is_same_v<T, ORB_Complex8>)
+        return provider().cherk;
+      else
+        return provider().zherk;
+    } else {
+      return level3_traits<T>::syrk();
+    }
+  }
+};
+
+//! The uplo triangle of C (order n) times the real or complex beta; a
+//! Hermitian C keeps a real diagonal.
+template <class T, class S>
+void scale_triangle(const S &beta, T *c, ORB_INT n, ORB_INT ldc, bool upper, bool hermitian) {
+  T b{};
+  if constexpr (std::is_same_v<T, S>)
+    b = beta;
+  else
+    b = T{beta, 0};
+  for (ORB_INT j = 0; j < n; ++j) {
+    const ORB_INT first = upper ? 0 : j, last = upper ? j + 1 : n;
+    scale_strided(b, c + first + j * ldc, last - first, ORB_INT{1});
+    if constexpr (!std::is_same_v<T, S>)
+      if (hermitian) c[j + j * ldc].imag = 0;
+  }
+}
+
+template <class T, class S>
+void xsyrk(const char *uplo, const char *trans, const ORB_INT *n, const ORB_INT *k, const S *alpha, const T *a,
+           const ORB_INT *lda, const S *beta, T *c, const ORB_INT *ldc) {
+  using kind = rank_k<T, S>;
+  const int info = rules::check_syrk(uplo, trans, n, k, alpha, lda, beta, ldc, kind::ops());
+  if (info != 0) {
+    report_xerbla(kind::name.c_str(), info);
+    return;
+  }
+  if (*n == 0 || ((is_zero(*alpha) || *k == 0) && is_one(*beta))) return;
+  if (is_zero(*alpha) || *k == 0) {
+    scale_triangle(*beta, c, *n, *ldc, rules::same_letter(*uplo, 'U'), kind::hermitian);
+    return;
+  }
+  kind::kernel()(uplo, trans, n, k, alpha, a, lda, beta, c, ldc, 1, 1);
+}
+
+//! SYMM (hermitian false) or HEMM.
+template <class T, bool hermitian>
+void xsymm(const char *side, const char *uplo, const ORB_INT *m, const ORB_INT *n, const T *alpha, const T *a,
+           const ORB_INT *lda, const T *b, const ORB_INT *ldb, const T *beta, T *c, const ORB_INT *ldc,
+           provider_symm_fn<T> (*kernel)()) {
+  const int info = rules::check_symm(side, uplo, m, n, alpha, lda, ldb, beta, ldc);
+  if (info != 0) {
+    report_xerbla(level3_traits<T>::routine(hermitian ? "HEMM" : "SYMM").c_str(), info);
+    return;
+  }
+  if (*m == 0 || *n == 0 || (is_zero(*alpha) && is_one(*beta))) return;
+  if (is_zero(*alpha)) {
+    scale_matrix(*beta, c, *m, *n, *ldc);
+    return;
+  }
+  kernel()(side, uplo, m, n, alpha, a, lda, b, ldb, beta, c, ldc, 1, 1);
+}
+
+}  // namespace
+
+}  // namespace orb::core
+
+#define ORB_XTRSM(p, P, T)                                                 \
+  extern "C" ORB_TRSM_DECL(orb_blas_x##p##trsm, T, ORB_INT) {              \
+    orb::core::xtrsm<T>(side, uplo, transa, diag, m, n, alpha, a, lda, b, ldb); \
+  }
+
+ORB_FOR_EACH_PRECISION(ORB_XTRSM)
+
+#define ORB_XSYRK(p, P, T)                                                                        \
+  extern "C" ORB_SYRK_DECL(orb_blas_x##p##syrk, T, T, ORB_INT) {                                 \
+    orb::core::xsyrk<T, T>(uplo, trans, n, k, alpha, a, lda, beta, c, ldc);                      \
+  }
+ORB_FOR_EACH_PRECISION(ORB_XSYRK)
+
+extern "C" ORB_SYRK_DECL(orb_blas_xcherk, ORB_Complex8, float, ORB_INT) {
+  orb::core::xsyrk<ORB_Complex8, float>(uplo, trans, n, k, alpha, a, lda, beta, c, ldc);
+}
+extern "C" ORB_SYRK_DECL(orb_blas_xzherk, ORB_Complex16, double, ORB_INT) {
+  orb::core::xsyrk<ORB_Complex16, double>(uplo, trans, n, k, alpha, a, lda, beta, c, ldc);
+}
+
+#define ORB_XSYMM(name, T, hermitian)                                                                           \
+  extern "C" ORB_SYMM_DECL(orb_blas_x##name, T, ORB_INT) {                                                     \
+    orb::core::xsymm<T, hermitian>(side, uplo, m, n, alpha, a, lda, b, ldb, beta, c, ldc,                      \
+                                   [] { return orb::core::provider().name; });                                 \
+  }
+#define ORB_XSYMM_EACH(p, P, T) ORB_XSYMM(p##symm, T, false)
+ORB_FOR_EACH_PRECISION(ORB_XSYMM_EACH)
+ORB_XSYMM(chemm, ORB_Complex8, true)
+ORB_XSYMM(zhemm, ORB_Complex16, true)

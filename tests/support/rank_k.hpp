@@ -1,0 +1,125 @@
+// Rank-k updates of one triangle under test (?syrk, ?herk): the check of a
+// result against the naive update, the untouched other triangle and padding
+// included, and one call per name form.
+#pragma once
+
+#include "blas_api.hpp"
+#include "dense.hpp"
+
+extern "C" {
+#define ORB_TEST_RANK_K_NAMES(name, T, S) \
+  ORB_SYRK_DECL(name##_, T, S, int);      \
+  ORB_SYRK_DECL(name##_64_, T, S, int64_t);
+ORB_TEST_RANK_K_NAMES(ssyrk, float, float)
+ORB_TEST_RANK_K_NAMES(dsyrk, double, double)
+ORB_TEST_RANK_K_NAMES(csyrk, ORB_Complex8, ORB_Complex8)
+ORB_TEST_RANK_K_NAMES(zsyrk, ORB_Complex16, ORB_Complex16)
+ORB_TEST_RANK_K_NAMES(cherk, ORB_Complex8, float)
+ORB_TEST_RANK_K_NAMES(zherk, ORB_Complex16, double)
+#undef ORB_TEST_RANK_K_NAMES
+}
+
+namespace orb::test {
+
+//! The enumerator of a triangle letter; any other letter gives a value that names none.
+inline CBLAS_UPLO uplo_of(char u) {
+  return (u | 0x20) == 'u' ? CblasUpper : (u | 0x20) == 'l' ? CblasLower : static_cast<CBLAS_UPLO>(0);
+}
+
+//! One routine: T the element type, S the scalar type (T for syrk, the real
+//! type for herk); its names, and the transposition letters it takes.
+template <class T, class S>
+struct RankK;
+#define ORB_TEST_RANK_K(name, T, S, M, PASS, OPS)                                                              \
+  template <>                                                                                                  \
+  struct RankK<T, S> {                                                                                         \
+    static constexpr bool hermitian = !std::is_same_v<T, S>;                                                   \
+    static constexpr const char *ops = OPS;                                                                    \
+    static constexpr const char *name_upper = #name;                                                           \
+    static constexpr auto f32 = name##_;                                                                       \
+    static constexpr auto f64 = name##_64_;                                                                    \
+    static constexpr auto driver = orb_blas_##name;                                                            \
+    static constexpr auto driver_lp64 = orb_blas_lp64_##name;                                                  \
+    static void cblas(CBLAS_LAYOUT l, char uplo, char trans, int n, int k, const S *alpha, const T *a, int lda, \
+                      const S *beta, T *c, int ldc) {                                                          \
+      cblas_##name(l, uplo_of(uplo), cblas_trans(trans), n, k, PASS(alpha),                                    \
+                   reinterpret_cast<const M *>(a), lda, PASS(beta), reinterpret_cast<M *>(c), ldc);           \
+    }                                                                                                          \
+  };
+ORB_TEST_RANK_K(ssyrk, float, float, float, ORB_TEST_BY_VALUE, "NTC")
+ORB_TEST_RANK_K(dsyrk, double, double, double, ORB_TEST_BY_VALUE, "NTC")
+ORB_TEST_RANK_K(csyrk, ORB_Complex8, ORB_Complex8, void, ORB_TEST_BY_POINTER, "NT")
+ORB_TEST_RANK_K(zsyrk, ORB_Complex16, ORB_Complex16, void, ORB_TEST_BY_POINTER, "NT")
+ORB_TEST_RANK_K(cherk, ORB_Complex8, float, void, ORB_TEST_BY_VALUE, "NC")
+ORB_TEST_RANK_K(zherk, ORB_Complex16, double, void, ORB_TEST_BY_VALUE, "NC")
+#undef ORB_TEST_RANK_K
+
+//! Checks c (order n, ld ldc) against the update of c0's uplo triangle by
+//! alpha op(A) op(A)^T (^H and a real diagonal for herk) + beta c0, with
+//! beta = 0 ignoring c0; the other triangle and the padding must hold c0's
+//! entries still.
+template <class T, class S>
+::testing::AssertionResult matches_rank_k(const std::vector<T> &c, const std::vector<T> &c0, char uplo, char trans,
+                                          ORB_INT n, ORB_INT k, S alpha, const std::vector<T> &a, ORB_INT lda, S beta,
+                                          ORB_INT ldc) {
+  constexpr bool hermitian = RankK<T, S>::hermitian;
+  const bool upper = (uplo | 0x20) == 'u';
+  const char t = (trans | 0x20) == 'n' ? 'N' : 'T';  // op(A) as stored, or transposed; herk conjugates below
+  const cld al = wide(alpha), be = wide(beta);
+  const auto norm1 = [](std::complex<double> v) { return std::fabs(v.real()) + std::fabs(v.imag()); };
+  std::vector<std::complex<double>> rows(n * k);  // row i of op(A), conjugated for herk's 'C'
+  for (ORB_INT i = 0; i < n; ++i)
+    for (ORB_INT l = 0; l < k; ++l) {
+      const cld v = op_at(a, lda, t, i, l);
+      rows[i * k + l] = std::complex<double>(hermitian && t == 'T' ? std::conj(v) : v);
+    }
+  for (ORB_INT j = 0; j < n; ++j)
+    for (ORB_INT i = 0; i < ldc; ++i) {
+      const cld got = wide(c[i + j * ldc]), was = wide(c0[i + j * ldc]);
+      if (i >= n || (upper ? i > j : i < j)) {
+        if (got != was) return ::testing::AssertionFailure() << "(" << i << "," << j << ") outside the triangle written";
+        continue;
+      }
+      std::complex<double> sum = 0;
+      double scale = 0;
+      for (ORB_INT l = 0; l < k; ++l) {
+        const std::complex<double> y = rows[j * k + l];
+        const std::complex<double> p = rows[i * k + l] * (hermitian ? std::conj(y) : y);
+        sum += p;
+        scale += norm1(p);
+      }
+      // The standard's early return (alpha or k = 0 and beta = 1) leaves even
+      // herk's diagonal as it was; otherwise herk makes it real.
+      const bool unchanged = (al == cld(0) || k == 0) && be == cld(1);
+      cld old = be == cld(0) ? cld(0) : be * was;
+      if (hermitian && i == j && !unchanged) old = be == cld(0) ? cld(0) : be * cld(was.real());
+      const std::complex<double> want = std::complex<double>(al) * sum + std::complex<double>(old);
+      const double tol = 8.0 * (k + 2) * static_cast<double>(unit_roundoff<T>()) *
+                         (std::abs(std::complex<double>(al)) * scale + norm1(std::complex<double>(old)));
+      if (!(norm1(std::complex<double>(got) - want) <= tol))
+        return ::testing::AssertionFailure() << "(" << i << "," << j << "): " << got << " instead of " << want;
+      if (hermitian && i == j && !unchanged && got.imag() != 0)
+        return ::testing::AssertionFailure() << "diagonal (" << i << ") not real: " << got;
+    }
+  return ::testing::AssertionSuccess();
+}
+
+//! Runs `update(alpha, a, lda, beta, c, ldc)` on fresh operands (padding
+//! `pad` rows; beta = 0 fills C with NaN) and checks the result.
+template <class T, class S, class Update>
+void check_rank_k(char uplo, char trans, ORB_INT n, ORB_INT k, S alpha, S beta, ORB_INT pad, Update &&update) {
+  const bool plain = (trans | 0x20) == 'n';
+  const ORB_INT rows = plain ? n : k, cols = plain ? k : n;
+  const ORB_INT lda = std::max<ORB_INT>(rows, 1) + pad, ldc = std::max<ORB_INT>(n, 1) + pad;
+  const std::vector<T> a = random_matrix<T>(rows, cols, lda, 21);
+  std::vector<T> c0 = random_matrix<T>(n, n, ldc, 22);
+  if (wide(beta) == cld(0))
+    for (ORB_INT j = 0; j < n; ++j)
+      for (ORB_INT i = 0; i < n; ++i)
+        if ((uplo | 0x20) == 'u' ? i <= j : i >= j) c0[i + j * ldc] = narrow<T>(cld(std::nanl(""), 0));
+  std::vector<T> c = c0;
+  update(alpha, a.data(), lda, beta, c.data(), ldc);
+  EXPECT_TRUE((matches_rank_k<T, S>(c, c0, uplo, trans, n, k, alpha, a, lda, beta, ldc)));
+}
+
+}  // namespace orb::test

@@ -1,0 +1,179 @@
+// Triangular solves under test: well-conditioned triangles whose unused
+// entries are NaN (a solve that reads them fails), every side, triangle,
+// operation and diagonal, the residual check of a solution, and one call per
+// name form.
+#pragma once
+
+#include "blas_api.hpp"
+#include "dense.hpp"
+
+extern "C" {
+#define ORB_TEST_TRSM_NAMES(p, T) \
+  ORB_TRSM_DECL(p##trsm_, T, int); \
+  ORB_TRSM_DECL(p##trsm_64_, T, int64_t);
+ORB_TEST_TRSM_NAMES(s, float)
+ORB_TEST_TRSM_NAMES(d, double)
+ORB_TEST_TRSM_NAMES(c, ORB_Complex8)
+ORB_TEST_TRSM_NAMES(z, ORB_Complex16)
+#undef ORB_TEST_TRSM_NAMES
+}
+
+namespace orb::test {
+
+//! One solve's letters.
+struct TrsmOps {
+  char side, uplo, trans, diag;
+};
+
+//! Every combination of side, triangle, operation and diagonal (24).
+inline std::vector<TrsmOps> every_trsm_ops() {
+  std::vector<TrsmOps> v;
+  for (char side : {'L', 'R'})
+    for (char uplo : {'U', 'L'})
+      for (char trans : {'N', 'T', 'C'})
+        for (char diag : {'N', 'U'}) v.push_back({side, uplo, trans, diag});
+  return v;
+}
+
+inline std::string trsm_ops_name(const TrsmOps &o) { return {o.side, o.uplo, o.trans, o.diag}; }
+
+inline bool same(char c, char upper) { return (c & ~0x20) == upper; }
+
+//! A triangle of `order` with leading dimension ld: the referenced entries
+//! off the diagonal in [-1, 1) / order, the diagonal 2 + [-1, 1) / order
+//! (so that every solve is well conditioned), everything not referenced NaN:
+//! the other triangle, the diagonal of a unit triangle and the padding.
+template <class T>
+std::vector<T> triangle(ORB_INT order, ORB_INT ld, char uplo, char diag, uint64_t seed) {
+  std::vector<T> a = random_matrix<T>(order, order, ld, seed);
+  const T nan = narrow<T>(cld(std::nanl(""), std::nanl("")));
+  for (ORB_INT j = 0; j < order; ++j)
+    for (ORB_INT i = 0; i < ld; ++i) {
+      T &x = a[i + j * ld];
+      const bool referenced = i < order && (same(uplo, 'U') ? i < j : i > j);
+      if (i == j)
+        x = same(diag, 'U') ? nan : narrow<T>(wide(x) / cld(order) + cld(2));
+      else
+        x = referenced ? narrow<T>(wide(x) / cld(order)) : nan;
+    }
+  return a;
+}
+
+//! Entry (i, l) of op(A) for the triangle a: zero outside it, one on a unit diagonal.
+template <class T>
+cld triangle_op_at(const std::vector<T> &a, ORB_INT ld, const TrsmOps &o, ORB_INT i, ORB_INT l) {
+  const bool plain = same(o.trans, 'N');
+  const ORB_INT r = plain ? i : l, c = plain ? l : i;  // entry (r, c) of A
+  if (r == c && same(o.diag, 'U')) return 1;
+  if (r != c && (same(o.uplo, 'U') ? r > c : r < c)) return 0;
+  return op_at(a, ld, o.trans, i, l);
+}
+
+//! Checks that x (m x n, ld ldb) solves op(A) X = alpha B0 (side L) or
+//! X op(A) = alpha B0 (side R) to a few unit roundoffs of the magnitudes
+//! involved, and that the padding rows of x still hold B0's.
+template <class T>
+::testing::AssertionResult solves_trsm(const std::vector<T> &x, const std::vector<T> &b0, const TrsmOps &o, ORB_INT m,
+                                       ORB_INT n, T alpha, const std::vector<T> &a, ORB_INT lda, ORB_INT ldb) {
+  const bool left = same(o.side, 'L');
+  const ORB_INT order = left ? m : n;
+  const cld al = wide(alpha);
+  const auto norm1 = [](std::complex<double> v) { return std::fabs(v.real()) + std::fabs(v.imag()); };
+  // op(A) and X copied out in double, op(A) row by row (side L) or column by
+  // column (side R), so that the sums below run over contiguous entries.
+  std::vector<std::complex<double>> op(order * order), xs(m * n);
+  for (ORB_INT i = 0; i < order; ++i)
+    for (ORB_INT l = 0; l < order; ++l)
+      op[left ? i * order + l : l * order + i] = std::complex<double>(triangle_op_at(a, lda, o, i, l));
+  for (ORB_INT j = 0; j < n; ++j)
+    for (ORB_INT i = 0; i < m; ++i)
+      xs[left ? j * m + i : i * n + j] = std::complex<double>(wide(x[i + j * ldb]));
+  for (ORB_INT j = 0; j < n; ++j)
+    for (ORB_INT i = 0; i < ldb; ++i) {
+      if (i >= m) {
+        if (wide(x[i + j * ldb]) != wide(b0[i + j * ldb]))
+          return ::testing::AssertionFailure() << "padding (" << i << "," << j << ") written";
+        continue;
+      }
+      // Row i of op(A) with column j of X (side L), or row i of X with column j of op(A).
+      const std::complex<double> *u = left ? &op[i * order] : &xs[i * n];
+      const std::complex<double> *v = left ? &xs[j * m] : &op[j * order];
+      std::complex<double> sum = 0;
+      double scale = 0;
+      for (ORB_INT l = 0; l < order; ++l) {
+        const std::complex<double> t = u[l] * v[l];
+        sum += t;
+        scale += norm1(t);
+      }
+      const std::complex<double> want(al * wide(b0[i + j * ldb]));
+      const double tol = 8.0 * (order + 2) * static_cast<double>(unit_roundoff<T>()) * (scale + norm1(want));
+      if (!(norm1(sum - want) <= tol))
+        return ::testing::AssertionFailure() << "row " << i << " column " << j << ": " << sum << " instead of "
+                                             << want << " (tolerance " << tol << ")";
+    }
+  return ::testing::AssertionSuccess();
+}
+
+//! Runs `solve(alpha, a, lda, b, ldb)` on a fresh triangle and B (ldb = m +
+//! pad) and checks the solution.
+template <class T, class Solve>
+void check_trsm(const TrsmOps &o, ORB_INT m, ORB_INT n, cld alpha, ORB_INT pad, Solve &&solve) {
+  const ORB_INT order = same(o.side, 'L') ? m : n;
+  const ORB_INT lda = std::max<ORB_INT>(order, 1) + pad, ldb = std::max<ORB_INT>(m, 1) + pad;
+  const std::vector<T> a = triangle<T>(order, lda, o.uplo, o.diag, 11);
+  const std::vector<T> b0 = random_matrix<T>(m, n, ldb, 12);
+  std::vector<T> b = b0;
+  const T al = narrow<T>(alpha);
+  solve(al, a.data(), lda, b.data(), ldb);
+  EXPECT_TRUE(solves_trsm(b, b0, o, m, n, al, a, lda, ldb));
+}
+
+inline CBLAS_SIDE cblas_side(char s) {
+  return same(s, 'L') ? CblasLeft : same(s, 'R') ? CblasRight : static_cast<CBLAS_SIDE>(0);
+}
+inline CBLAS_UPLO cblas_uplo(char u) {
+  return same(u, 'U') ? CblasUpper : same(u, 'L') ? CblasLower : static_cast<CBLAS_UPLO>(0);
+}
+inline CBLAS_DIAG cblas_diag(char d) {
+  return same(d, 'U') ? CblasUnit : same(d, 'N') ? CblasNonUnit : static_cast<CBLAS_DIAG>(0);
+}
+
+template <class T>
+struct TrsmApi;
+#define ORB_TEST_TRSM_API(p, T, PASS)                                                                          \
+  template <>                                                                                                  \
+  struct TrsmApi<T> {                                                                                          \
+    static constexpr auto f32 = p##trsm_;                                                                      \
+    static constexpr auto f64 = p##trsm_64_;                                                                   \
+    static constexpr auto driver = orb_blas_##p##trsm;                                                         \
+    static constexpr auto driver_lp64 = orb_blas_lp64_##p##trsm;                                               \
+    static void cblas(CBLAS_LAYOUT l, const TrsmOps &o, int m, int n, const T *alpha, const T *a, int lda, T *b, \
+                      int ldb) {                                                                               \
+      cblas_##p##trsm(l, cblas_side(o.side), cblas_uplo(o.uplo), cblas_trans(o.trans), cblas_diag(o.diag), m, n, \
+                      PASS(alpha), a, lda, b, ldb);                                                            \
+    }                                                                                                          \
+  };
+ORB_TEST_TRSM_API(s, float, ORB_TEST_BY_VALUE)
+ORB_TEST_TRSM_API(d, double, ORB_TEST_BY_VALUE)
+ORB_TEST_TRSM_API(c, ORB_Complex8, ORB_TEST_BY_POINTER)
+ORB_TEST_TRSM_API(z, ORB_Complex16, ORB_TEST_BY_POINTER)
+#undef ORB_TEST_TRSM_API
+
+//! One solve through one name form, in the caller's terms (row-major
+//! matrices for CblasRow).
+template <class T>
+void call_trsm(Form form, const TrsmOps &o, int m, int n, const T &alpha, const T *a, int lda, T *b, int ldb) {
+  const int64_t m8 = m, n8 = n, lda8 = lda, ldb8 = ldb;
+  switch (form) {
+    case Form::Fortran32: TrsmApi<T>::f32(&o.side, &o.uplo, &o.trans, &o.diag, &m, &n, &alpha, a, &lda, b, &ldb); break;
+    case Form::Fortran64:
+      TrsmApi<T>::f64(&o.side, &o.uplo, &o.trans, &o.diag, &m8, &n8, &alpha, a, &lda8, b, &ldb8);
+      break;
+    case Form::CblasColumn:
+    case Form::CblasRow:
+      TrsmApi<T>::cblas(form == Form::CblasRow ? CblasRowMajor : CblasColMajor, o, m, n, &alpha, a, lda, b, ldb);
+      break;
+  }
+}
+
+}  // namespace orb::test

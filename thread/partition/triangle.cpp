@@ -1,0 +1,76 @@
+// Column blocks of equal area of a triangle of order n.
+//
+// Column j of the lower triangle holds n - j entries, column j of the upper
+// one j + 1: a block of columns costs its area, not its width.  In the lower
+// triangle the first b columns hold
+//
+//   area(b) = b (2n - b + 1) / 2,   of n (n + 1) / 2 in all,
+//
+// and worker i of w starts at the first column b with area(b) w >= i n (n + 1) / 2
+// (a binary search: area grows with b); it ends where worker i + 1 starts.
+// The upper triangle is the lower one read from its last column back, so its
+// blocks are the lower triangle's mirrored: worker i of the upper triangle
+// takes the columns that worker w - 1 - i takes in the lower one, counted
+// from the right.  The first block of the lower triangle is the narrowest
+// (its columns are the longest), the last the widest.
+//
+// A rank-k update then costs each worker about the same: its diagonal block
+// is one SYRK (or HERK) call, the rectangle beside it one GEMM call.
+//
+// n columns onto w workers, lower triangle (the same table runs as a test;
+// the upper triangle's sizes are the same, reversed):
+//
+//      n  w | starts                  | sizes              | areas
+//   1000  2 | 0 294                   | 294 706            | 250929 249571
+//   1000  4 | 0 135 294 501           | 135 159 207 499    | 125955 124974 124821 124750
+//    100  3 | 0 19 43                 | 19 24 57           | 1729 1668 1653
+//     10  4 | 0 2 4 6                 | 2 2 2 4            | 19 15 11 10
+//      5  8 | 0 1 1 2 2 3 3 4         | 1 0 1 0 1 0 1 1    | a worker may get nothing
+//
+// The worker count, min(T, n div 32, area k div 2^17), at least 1, gives every
+// worker 32 columns or more and 2^17 (about 131,000) multiply-adds or more,
+// the work below which a worker costs more than it saves: n = 1000, k = 1000
+// on a budget of 4 is 4 workers; n = 100 on 8 is 3; n = 31 is always 1.
+#include "partition/triangle.hpp"
+
+#include <algorithm>
+
+namespace orb::thr {
+
+namespace {
+
+using wide = unsigned __int128;
+
+//! Entries in the first b columns of the lower triangle of order n.
+wide lower_area(int64_t n, int64_t b) { return static_cast<wide>(b) * static_cast<wide>(2 * n - b + 1) / 2; }
+
+//! The first column of worker i of w in the lower triangle of order n.
+int64_t lower_start(int64_t n, int64_t w, int64_t i) {
+  const wide goal = static_cast<wide>(i) * lower_area(n, n);
+  int64_t lo = 0, hi = n;
+  while (lo < hi) {
+    const int64_t mid = lo + (hi - lo) / 2;
+    if (lower_area(n, mid) * static_cast<wide>(w) >= goal)
+      hi = mid;
+    else
+      lo = mid + 1;
+  }
+  return lo;
+}
+
+}  // namespace
+
+int64_t triangle_workers(int64_t n, int64_t k, int64_t budget) {
+  const wide by_work = lower_area(n, n) * static_cast<wide>(k) / kTriangleWorkPerWorker;
+  int64_t w = std::min(budget, n / kTriangleColumnsPerWorker);
+  if (by_work < static_cast<wide>(w)) w = static_cast<int64_t>(by_work);
+  return std::max<int64_t>(w, 1);
+}
+
+range triangle_columns(int64_t n, int64_t w, int64_t i, bool upper) {
+  if (!upper) return {lower_start(n, w, i), lower_start(n, w, i + 1)};
+  const int64_t mirror = w - 1 - i;
+  return {n - lower_start(n, w, mirror + 1), n - lower_start(n, w, mirror)};
+}
+
+}  // namespace orb::thr

@@ -1,0 +1,24 @@
+// Column blocks of a triangle of equal area: the cut of a symmetric rank-k
+// update of one triangle of C.
+#pragma once
+
+#include "partition/range.hpp"
+
+namespace orb::thr {
+
+//! Fewest columns of C a worker of a rank-k update takes.
+constexpr int64_t kTriangleColumnsPerWorker = 32;
+//! Fewest multiply-adds a worker of a rank-k update takes.
+constexpr int64_t kTriangleWorkPerWorker = int64_t{1} << 17;
+
+//! Workers for a rank-k update of a triangle of order n with inner
+//! dimension k under a budget of T: min(T, n div 32, n (n + 1) / 2 k div
+//! 2^17), at least 1 (n, k >= 0).
+int64_t triangle_workers(int64_t n, int64_t k, int64_t budget);
+
+//! Worker i's columns of the upper (upper = true) or lower triangle of order
+//! n cut among w workers into blocks of equal area (n >= 0, w > 0,
+//! 0 <= i < w).
+range triangle_columns(int64_t n, int64_t w, int64_t i, bool upper);
+
+}  // namespace orb::thr
