@@ -23,12 +23,12 @@ namespace orb::bench {
 
 namespace {
 
-using core::isa_tier;
+using core::IsaTier;
 
 // `best` when the set `own` is written for a lower tier than it; empty when
 // `own` is as good, or either is unknown to `tier_by_name`.
-std::string better_set(const std::string &own, const char *best, bool (*tier_by_name)(const char *, isa_tier &)) {
-  isa_tier own_tier, best_tier;
+std::string better_set(const std::string &own, const char *best, bool (*tier_by_name)(const char *, IsaTier &)) {
+  IsaTier own_tier, best_tier;
   if (!best || !tier_by_name(own.c_str(), own_tier) || !tier_by_name(best, best_tier)) return "";
   return own_tier < best_tier ? best : "";
 }
@@ -66,11 +66,11 @@ std::string output_of(const std::vector<std::string> &argv_text) {
 
 }  // namespace
 
-std::string openblas_set_to_force(const std::string &own, const core::processor_features &f) {
+std::string openblas_set_to_force(const std::string &own, const core::ProcessorFeatures &f) {
   return better_set(own, core::provider_kernels_for(f), core::provider_kernel_tier);
 }
 
-std::string blis_config_to_force(const std::string &own, const core::processor_features &f) {
+std::string blis_config_to_force(const std::string &own, const core::ProcessorFeatures &f) {
   // BLIS's configurations are the core's second provider's (the same library,
   // built with 64-bit integers): the core's choice is the one to force.
   return better_set(own, core::provider2_config_for(f), core::provider2_config_tier);

@@ -24,11 +24,11 @@ namespace orb::bench {
 //! The set to force on the threaded OpenBLAS, given its own pick and the
 //! processor: the set orb's core gives its provider (the same library) when
 //! `own` is written for a lower tier; empty when `own` is as good or unknown.
-std::string openblas_set_to_force(const std::string &own, const core::processor_features &f);
+std::string openblas_set_to_force(const std::string &own, const core::ProcessorFeatures &f);
 
 //! The same for BLIS, by configuration name: the configuration orb's core gives
 //! its second provider (blas/provider_kernels.hpp).
-std::string blis_config_to_force(const std::string &own, const core::processor_features &f);
+std::string blis_config_to_force(const std::string &own, const core::ProcessorFeatures &f);
 
 //! BLIS's number for the configuration `name`, which BLIS_ARCH_TYPE takes, from
 //! the BLIS opened at `handle`; -1 when it has no such configuration.

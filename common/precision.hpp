@@ -2,7 +2,7 @@
 // and real types, the letters that name its routines, the scalars 0 and 1, the
 // exact tests of alpha and beta that decide quick returns, the arithmetic the
 // copy routines and scaling need, and the builder of routine names ("D" +
-// "GEMM").  Each layer adds only its own kernel table on top of precision<T>.
+// "GEMM").  Each layer adds only its own kernel table on top of Precision<T>.
 // Header-only, internal: not installed.
 #pragma once
 
@@ -66,7 +66,7 @@ struct RoutineName {
 
 //! One precision: T is float, double, ORB_Complex8 or ORB_Complex16, R its real type.
 template <class T, class R, char Lower>
-struct precision_of {
+struct PrecisionOf {
   using value_type = T;
   using real_type = R;
   static constexpr bool is_complex = sizeof(T) == 2 * sizeof(R);
@@ -99,15 +99,15 @@ struct precision_of {
 };
 
 template <class T>
-struct precision;
+struct Precision;
 template <>
-struct precision<float> : precision_of<float, float, 's'> {};
+struct Precision<float> : PrecisionOf<float, float, 's'> {};
 template <>
-struct precision<double> : precision_of<double, double, 'd'> {};
+struct Precision<double> : PrecisionOf<double, double, 'd'> {};
 template <>
-struct precision<ORB_Complex8> : precision_of<ORB_Complex8, float, 'c'> {};
+struct Precision<ORB_Complex8> : PrecisionOf<ORB_Complex8, float, 'c'> {};
 template <>
-struct precision<ORB_Complex16> : precision_of<ORB_Complex16, double, 'z'> {};
+struct Precision<ORB_Complex16> : PrecisionOf<ORB_Complex16, double, 'z'> {};
 
 }  // namespace orb
 

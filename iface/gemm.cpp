@@ -59,14 +59,14 @@ void fortran_gemm(int iface, const char *transa, const char *transb, const I *m,
           info = check_operands(g);
         }
         if (info) {
-          report_fortran(routine_name(precision<T>::upper, "GEMM", int64).report, info);
+          report_fortran(routine_name(Precision<T>::upper, "GEMM", int64).report, info);
           return;
         }
         if (leaves_c_unchanged(g)) return;
         threaded_gemm(g);
       },
       [&](CallText &t) {
-        t.routine(routine_name(precision<T>::upper, "GEMM", int64).upper)
+        t.routine(routine_name(Precision<T>::upper, "GEMM", int64).upper)
             .character(transa)
             .character(transb);
         gemm_operands(t, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
@@ -88,14 +88,14 @@ void cblas_gemm(int layout, int transa, int transb, int m, int n, int k, const T
           info = check_cblas_call(g, row);
         }
         if (info) {
-          report_cblas(routine_name(precision<T>::upper, "GEMM", false).cblas, info, row, kGemmRowMajorExchanges);
+          report_cblas(routine_name(Precision<T>::upper, "GEMM", false).cblas, info, row, kGemmRowMajorExchanges);
           return;
         }
         if (leaves_c_unchanged(g)) return;
         threaded_gemm(g);
       },
       [&](CallText &t) {
-        t.routine(routine_name(precision<T>::upper, "GEMM", false).cblas);
+        t.routine(routine_name(Precision<T>::upper, "GEMM", false).cblas);
         cblas_layout(t, layout);
         cblas_transpose(t, transa);
         cblas_transpose(t, transb);

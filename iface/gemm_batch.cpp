@@ -116,14 +116,14 @@ void fortran_gemm_batch(int iface, const char *transa, const char *transb, const
           info = check_group_operands(call, a, b, c, first, group_size[g]);
         }
         if (info) {
-          report_fortran(routine_name(precision<T>::upper, "GEMM_BATCH", int64).report, info);
+          report_fortran(routine_name(Precision<T>::upper, "GEMM_BATCH", int64).report, info);
           return;
         }
         threaded_gemm_batch(transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc, group_count, group_size,
                             int64 ? 0 : 1);
       },
       [&](CallText &t) {
-        t.routine(routine_name(precision<T>::upper, "GEMM_BATCH", int64).upper);
+        t.routine(routine_name(Precision<T>::upper, "GEMM_BATCH", int64).upper);
         batch_operands(t, {transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc}, group_count, group_size);
       });
 }
@@ -143,14 +143,14 @@ void fortran_gemm_batch_strided(int iface, const char *transa, const char *trans
           info = strided_position(check_operands(
               GemmCall<T>{*transa, *transb, *m, *n, *k, alpha, a, *lda, b, *ldb, beta, c, *ldc}));
         if (info) {
-          report_fortran(routine_name(precision<T>::upper, "GEMM_BATCH_STRIDED", int64).report, info);
+          report_fortran(routine_name(Precision<T>::upper, "GEMM_BATCH_STRIDED", int64).report, info);
           return;
         }
         threaded_gemm_batch_strided(transa, transb, m, n, k, alpha, a, lda, stridea, b, ldb, strideb, beta, c, ldc,
                                     stridec, batch_size);
       },
       [&](CallText &t) {
-        t.routine(routine_name(precision<T>::upper, "GEMM_BATCH_STRIDED", int64).upper)
+        t.routine(routine_name(Precision<T>::upper, "GEMM_BATCH_STRIDED", int64).upper)
             .character(transa)
             .character(transb);
         strided_operands(t, m, n, k, alpha, a, lda, stridea, b, ldb, strideb, beta, c, ldc, stridec, batch_size);
@@ -217,7 +217,7 @@ void cblas_gemm_batch(int layout, const CBLAS_TRANSPOSE *transa, const CBLAS_TRA
                       const int *n, const int *k, const T *alpha, const T *const *a, const int *lda,
                       const T *const *b, const int *ldb, const T *beta, T *const *c, const int *ldc, int group_count,
                       const int *group_size) {
-  const auto name = routine_name(precision<T>::upper, "GEMM_BATCH", false);
+  const auto name = routine_name(Precision<T>::upper, "GEMM_BATCH", false);
   run_reported(
       kCblas,
       [&] {
@@ -263,7 +263,7 @@ template <class T>
 void cblas_gemm_batch_strided(int layout, int transa, int transb, int m, int n, int k, const T *alpha, const T *a,
                               int lda, int stridea, const T *b, int ldb, int strideb, const T *beta, T *c, int ldc,
                               int stridec, int batch_size) {
-  const auto name = routine_name(precision<T>::upper, "GEMM_BATCH_STRIDED", false);
+  const auto name = routine_name(Precision<T>::upper, "GEMM_BATCH_STRIDED", false);
   run_reported(
       kCblas,
       [&] {

@@ -101,7 +101,7 @@ void conjugated_product(const GemvCall<T> &g) {
       xc[j] = conjugate(g.x[(g.incx > 0 ? logical : g.n - 1 - logical) * xstep]);
     }
     threaded_gemv(GemvCall<T>{'N', g.m, nb, &alpha, g.a + j0 * g.lda, g.lda, xc, 1, &beta, g.y, g.incy});
-    beta = precision<T>::one();
+    beta = Precision<T>::one();
   }
   conjugate_in_place(g.y, g.m, g.incy);
 }
@@ -131,14 +131,14 @@ void fortran_gemv(int iface, const char *trans, const I *m, const I *n, const T 
           info = check_operands(g);
         }
         if (info) {
-          report_fortran(routine_name(precision<T>::upper, "GEMV", int64).report, info);
+          report_fortran(routine_name(Precision<T>::upper, "GEMV", int64).report, info);
           return;
         }
         if (leaves_y_unchanged(g)) return;
         threaded_gemv(g);
       },
       [&](CallText &t) {
-        t.routine(routine_name(precision<T>::upper, "GEMV", int64).upper)
+        t.routine(routine_name(Precision<T>::upper, "GEMV", int64).upper)
             .character(trans);
         gemv_operands(t, m, n, alpha, a, lda, x, incx, beta, y, incy);
       });
@@ -160,7 +160,7 @@ void cblas_gemv(int layout, int trans, int m, int n, const T *alpha, const T *a,
         const char letter = transpose_letter(trans);
         // Row-major flips the transposition; the conjugate transpose becomes
         // the conjugated product above.
-        const bool conjugated = row && letter == 'C' && precision<T>::is_complex;
+        const bool conjugated = row && letter == 'C' && Precision<T>::is_complex;
         const char ta = !row ? letter : letter == 'N' ? 'T' : 'N';
         int info = !known_layout(layout) ? 1 : !letter ? 2 : 0;
         GemvCall<T> g = {};
@@ -173,7 +173,7 @@ void cblas_gemv(int layout, int trans, int m, int n, const T *alpha, const T *a,
             info = missing + 1;
         }
         if (info) {
-          report_cblas(routine_name(precision<T>::upper, "GEMV", false).cblas, info, row, kGemvRowMajorExchanges);
+          report_cblas(routine_name(Precision<T>::upper, "GEMV", false).cblas, info, row, kGemvRowMajorExchanges);
           return;
         }
         if (leaves_y_unchanged(g)) return;
@@ -184,7 +184,7 @@ void cblas_gemv(int layout, int trans, int m, int n, const T *alpha, const T *a,
         threaded_gemv(g);
       },
       [&](CallText &t) {
-        t.routine(routine_name(precision<T>::upper, "GEMV", false).cblas);
+        t.routine(routine_name(Precision<T>::upper, "GEMV", false).cblas);
         cblas_layout(t, layout);
         cblas_transpose(t, trans);
         gemv_operands(t, m, n, alpha, a, lda, x, incx, beta, y, incy);

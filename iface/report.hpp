@@ -88,7 +88,7 @@ class CallText {
   template <class T>
   CallText &scalar(const T *v) {
     if (!v) return word("NULL");
-    if (precision<T>::is_complex) return complex_value(real_part(*v), imag_part(*v));
+    if (Precision<T>::is_complex) return complex_value(real_part(*v), imag_part(*v));
     return real_value(real_part(*v));
   }
   const char *text();  //!< closes the argument list

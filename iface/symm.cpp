@@ -103,14 +103,14 @@ void fortran_symm(int iface, bool hermitian, const char *side, const char *uplo,
           info = check_operands(s);
         }
         if (info) {
-          report_fortran(routine_name(precision<T>::upper, family, int64).report, info);
+          report_fortran(routine_name(Precision<T>::upper, family, int64).report, info);
           return;
         }
         if (leaves_c_unchanged(s)) return;
         threaded_symm(s, hermitian);
       },
       [&](CallText &t) {
-        t.routine(routine_name(precision<T>::upper, family, int64).upper).character(side).character(uplo);
+        t.routine(routine_name(Precision<T>::upper, family, int64).upper).character(side).character(uplo);
         symm_operands(t, m, n, alpha, a, lda, b, ldb, beta, c, ldc);
       });
 }
@@ -137,14 +137,14 @@ void cblas_symm(bool hermitian, int layout, int side, int uplo, int m, int n, co
           if (info) ++info;
         }
         if (info) {
-          report_cblas(routine_name(precision<T>::upper, family, false).cblas, info, row, kSymmRowMajorExchanges);
+          report_cblas(routine_name(Precision<T>::upper, family, false).cblas, info, row, kSymmRowMajorExchanges);
           return;
         }
         if (leaves_c_unchanged(s)) return;
         threaded_symm(s, hermitian);
       },
       [&](CallText &t) {
-        t.routine(routine_name(precision<T>::upper, family, false).cblas);
+        t.routine(routine_name(Precision<T>::upper, family, false).cblas);
         cblas_layout(t, layout);
         cblas_side(t, side);
         cblas_uplo(t, uplo);

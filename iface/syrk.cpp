@@ -49,7 +49,7 @@ const char *family() {
 
 template <class T, class S>
 const char *ops() {
-  return kHermitian<T, S> ? rules::kHerkOps : precision<T>::is_complex ? rules::kSyrkComplexOps : rules::kSyrkRealOps;
+  return kHermitian<T, S> ? rules::kHerkOps : Precision<T>::is_complex ? rules::kSyrkComplexOps : rules::kSyrkRealOps;
 }
 
 // The threaded driver of each routine, handed the checked call with its
@@ -103,14 +103,14 @@ void fortran_syrk(int iface, const char *uplo, const char *trans, const I *n, co
           info = check_operands(s);
         }
         if (info) {
-          report_fortran(routine_name(precision<T>::upper, family<T, S>(), int64).report, info);
+          report_fortran(routine_name(Precision<T>::upper, family<T, S>(), int64).report, info);
           return;
         }
         if (leaves_c_unchanged(s)) return;
         threaded_rank_k(s);
       },
       [&](CallText &t) {
-        t.routine(routine_name(precision<T>::upper, family<T, S>(), int64).upper).character(uplo).character(trans);
+        t.routine(routine_name(Precision<T>::upper, family<T, S>(), int64).upper).character(uplo).character(trans);
         syrk_operands(t, n, k, alpha, a, lda, beta, c, ldc);
       });
 }
@@ -140,14 +140,14 @@ void cblas_syrk(int layout, int uplo, int trans, int n, int k, const S *alpha, c
         }
         if (info) {
           // No position changes places between a row-major call and its twin.
-          report_cblas(routine_name(precision<T>::upper, family<T, S>(), false).cblas, info, row, nullptr, 0);
+          report_cblas(routine_name(Precision<T>::upper, family<T, S>(), false).cblas, info, row, nullptr, 0);
           return;
         }
         if (leaves_c_unchanged(s)) return;
         threaded_rank_k(s);
       },
       [&](CallText &t) {
-        t.routine(routine_name(precision<T>::upper, family<T, S>(), false).cblas);
+        t.routine(routine_name(Precision<T>::upper, family<T, S>(), false).cblas);
         cblas_layout(t, layout);
         cblas_uplo(t, uplo);
         cblas_transpose(t, trans);

@@ -18,7 +18,7 @@ struct Trans;
 
 #define ORB_TRANS_ROUTINES(p, P, T)                                                            \
   template <>                                                                               \
-  struct Trans<T> : ::orb::precision<T> {                                                   \
+  struct Trans<T> : ::orb::Precision<T> {                                                   \
     static constexpr auto omatcopy = &orb_trans_orb_##p##omatcopy;                          \
     static constexpr auto imatcopy = &orb_trans_orb_##p##imatcopy;                          \
     static constexpr auto imatcopy_square_t = &orb_trans_orb_##p##imatcopy_square_t_par;    \

@@ -82,14 +82,14 @@ void fortran_trsm(int iface, const char *side, const char *uplo, const char *tra
           info = check_operands(t);
         }
         if (info) {
-          report_fortran(routine_name(precision<T>::upper, "TRSM", int64).report, info);
+          report_fortran(routine_name(Precision<T>::upper, "TRSM", int64).report, info);
           return;
         }
         if (t.m == 0 || t.n == 0) return;
         threaded_trsm(t);
       },
       [&](CallText &t) {
-        t.routine(routine_name(precision<T>::upper, "TRSM", int64).upper)
+        t.routine(routine_name(Precision<T>::upper, "TRSM", int64).upper)
             .character(side)
             .character(uplo)
             .character(transa)
@@ -120,14 +120,14 @@ void cblas_trsm(int layout, int side, int uplo, int transa, int diag, int m, int
           if (info) ++info;
         }
         if (info) {
-          report_cblas(routine_name(precision<T>::upper, "TRSM", false).cblas, info, row, kTrsmRowMajorExchanges);
+          report_cblas(routine_name(Precision<T>::upper, "TRSM", false).cblas, info, row, kTrsmRowMajorExchanges);
           return;
         }
         if (t.m == 0 || t.n == 0) return;
         threaded_trsm(t);
       },
       [&](CallText &t) {
-        t.routine(routine_name(precision<T>::upper, "TRSM", false).cblas);
+        t.routine(routine_name(Precision<T>::upper, "TRSM", false).cblas);
         cblas_layout(t, layout);
         cblas_side(t, side);
         cblas_uplo(t, uplo);

@@ -36,7 +36,7 @@
 
 namespace {
 
-using fortran_xerbla = void (*)(const char *, const int *, size_t);
+using FortranXerblaFn = void (*)(const char *, const int *, size_t);
 
 //! The names of the loaded shared objects, in load order (the program itself
 //! and the kernel's virtual object left out).
@@ -64,14 +64,14 @@ void *own_symbol(void *handle, const char *symbol) {
 }
 
 //! The first xerbla_ of a loaded object that is not a BLAS or LAPACK library.
-fortran_xerbla foreign_xerbla() {
+FortranXerblaFn foreign_xerbla() {
   for (const std::string &name : loaded_objects()) {
     void *handle = dlopen(name.c_str(), RTLD_LAZY | RTLD_NOLOAD);
     if (!handle) continue;
     void *found = own_symbol(handle, "xerbla_");
     if (found && (own_symbol(handle, "dgemm_") || own_symbol(handle, "dgetrf_"))) found = nullptr;
     dlclose(handle);
-    if (found) return reinterpret_cast<fortran_xerbla>(found);
+    if (found) return reinterpret_cast<FortranXerblaFn>(found);
   }
   return nullptr;
 }
@@ -84,7 +84,7 @@ extern "C" ORB_EXPORT void xerbla_(const char *name, const int *info, size_t len
   if (!name || !info) return;
   if (!reporting) {  // a handler that calls back here gets our own report
     reporting = true;
-    const fortran_xerbla other = foreign_xerbla();
+    const FortranXerblaFn other = foreign_xerbla();
     if (other) other(name, info, len);
     reporting = false;
     if (other) return;

@@ -66,7 +66,7 @@ int main(int argc, char **argv) {
   const int cbwr = orb_serv_cbwr_get(-1);
   const char *kernels = orb_serv_provider_kernels();  // binds the provider
   const char *provider = orb_serv_provider_path(), *config = orb_serv_provider_config();
-  const char *provider2 = orb_serv_provider2_path(), *provider2_config = orb_serv_provider2_config();
+  const char *provider2 = orb_serv_provider2_path(), *Provider2Config = orb_serv_provider2_config();
   char asked[64];
   const bool overridden = orb_serv_getenv("ORB_PROVIDER_CORETYPE", asked, sizeof asked) > 0;
 
@@ -85,8 +85,8 @@ int main(int argc, char **argv) {
     std::printf("  \"cbwr\": %d,\n  \"strict\": %d,\n", cbwr & ~ORB_CBWR_STRICT, (cbwr & ORB_CBWR_STRICT) ? 1 : 0);
     std::printf("  \"provider\": %s,\n  \"provider_kernels\": %s,\n", json_text(provider).c_str(),
                 json_text(kernels).c_str());
-    std::printf("  \"provider2\": %s,\n  \"provider2_config\": %s,\n", json_text(provider2).c_str(),
-                json_text(provider2_config).c_str());
+    std::printf("  \"provider2\": %s,\n  \"Provider2Config\": %s,\n", json_text(provider2).c_str(),
+                json_text(Provider2Config).c_str());
     std::printf("  \"provider_kernels_from\": \"%s\",\n  \"provider_config\": %s,\n  \"environment\": {\n",
                 overridden ? "ORB_PROVIDER_CORETYPE" : "processor", json_text(config).c_str());
     const size_t n = sizeof lines / sizeof lines[0];
@@ -114,7 +114,7 @@ int main(int argc, char **argv) {
   std::printf("  %-26s %s\n", "second kernel provider", provider2 ? provider2 : "none");
   if (provider2)
     std::printf("  %-26s %s (chosen for this processor)\n", "second provider kernel set",
-                provider2_config ? provider2_config : "not named by the provider");
+                Provider2Config ? Provider2Config : "not named by the provider");
   std::printf("environment recognised (value recorded):\n");
   for (const auto &l : lines) print_value(false, l.variable, l.recorded);
   return 0;

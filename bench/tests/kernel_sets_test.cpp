@@ -14,21 +14,21 @@
 namespace orb::bench {
 namespace {
 
-using core::processor_features;
+using core::ProcessorFeatures;
 
-processor_features avx() {
-  processor_features f;
+ProcessorFeatures avx() {
+  ProcessorFeatures f;
   f.sse3 = f.ssse3 = f.sse4_2 = f.avx = true;
   return f;
 }
-processor_features avx2(bool amd = false) {
-  processor_features f = avx();
+ProcessorFeatures avx2(bool amd = false) {
+  ProcessorFeatures f = avx();
   f.avx2 = f.fma = true;
   f.amd = amd;
   return f;
 }
-processor_features avx512_bf16(bool amd = false) {
-  processor_features f = avx2(amd);
+ProcessorFeatures avx512_bf16(bool amd = false) {
+  ProcessorFeatures f = avx2(amd);
   f.avx512f = f.avx512dq = f.avx512bw = f.avx512vl = f.avx512bf16 = true;
   return f;
 }
@@ -36,7 +36,7 @@ processor_features avx512_bf16(bool amd = false) {
 struct ForceCase {
   const char *peer;  // "openblas" or "blis"
   const char *own;
-  processor_features processor;
+  ProcessorFeatures processor;
   const char *forced;  // "" for none
 };
 void PrintTo(const ForceCase &c, std::ostream *os) { *os << c.peer << " picking \"" << c.own << '"'; }

@@ -28,7 +28,7 @@ void xgemm(const char *transa, const char *transb, const ORB_INT *m, const ORB_I
            const ORB_INT *ldc) {
   const int info = orb_blas_check_gemm(transa, transb, m, n, k, alpha, lda, ldb, beta, ldc);
   if (info != 0) {
-    report_xerbla(kernel_traits<T>::gemm_name.c_str(), info);
+    report_xerbla(KernelTraits<T>::gemm_name.c_str(), info);
     return;
   }
   if (*m == 0 || *n == 0) return;
@@ -39,7 +39,7 @@ void xgemm(const char *transa, const char *transb, const ORB_INT *m, const ORB_I
   if constexpr (std::is_same_v<T, double>) {
     if (stream_b_dgemm(transa, transb, *m, *n, *k, *alpha, a, *lda, b, *ldb, *beta, c, *ldc)) return;
   }
-  const gemm_route_case route{kernel_traits<T>::lower, (*transa | 0x20) != 'n' || (*transb | 0x20) != 'n', *k,
+  const GemmRouteCase route{KernelTraits<T>::lower, (*transa | 0x20) != 'n' || (*transb | 0x20) != 'n', *k,
                               starts_on_cache_line(a) && starts_on_cache_line(b) && starts_on_cache_line(c),
                               (orb_serv_cbwr_get(-1) & ORB_CBWR_STRICT) != 0};
   gemm_for<T>(route)(transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc, 1, 1);

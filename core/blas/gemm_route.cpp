@@ -38,10 +38,10 @@ constexpr int64_t kSecondProviderDepthD = 64;
 
 int64_t gemm_second_provider_depth(char precision) { return precision == 'd' ? kSecondProviderDepthD : 0; }
 
-gemm_provider gemm_provider_for(const gemm_route_case &c) {
+GemmProvider gemm_provider_for(const GemmRouteCase &c) {
   if (c.strict || c.transposed || !c.on_cache_lines || c.k > gemm_second_provider_depth(c.precision))
-    return gemm_provider::first;
-  return gemm_provider::second;
+    return GemmProvider::first;
+  return GemmProvider::second;
 }
 
 }  // namespace orb::core

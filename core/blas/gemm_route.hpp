@@ -15,10 +15,10 @@
 namespace orb::core {
 
 //! The providers a product can go to.
-enum class gemm_provider { first, second };
+enum class GemmProvider { first, second };
 
 //! What the rule looks at.
-struct gemm_route_case {
+struct GemmRouteCase {
   char precision;       //!< 's', 'd', 'c' or 'z'
   bool transposed;      //!< op(A) or op(B) is not the matrix itself
   int64_t k;
@@ -30,7 +30,7 @@ struct gemm_route_case {
 //! 0 when none does.
 int64_t gemm_second_provider_depth(char precision);
 
-gemm_provider gemm_provider_for(const gemm_route_case &c);
+GemmProvider gemm_provider_for(const GemmRouteCase &c);
 
 //! Whether `p` is on a 64-byte boundary.
 inline bool starts_on_cache_line(const void *p) { return reinterpret_cast<std::uintptr_t>(p) % 64 == 0; }

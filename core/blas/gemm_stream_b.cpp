@@ -27,7 +27,7 @@ struct Version {
 };
 
 Version pick_instruction_set() {
-  const processor_features &f = this_processor();
+  const ProcessorFeatures &f = this_processor();
   if (f.avx512f) return {stream_b_dgemm_avx512, true, f.amd ? kStreamBSharedBAmd : kStreamBSharedBOther};
   if (f.avx2 && f.fma) return {stream_b_dgemm_avx2, false, 0};
   return {nullptr, false, 0};

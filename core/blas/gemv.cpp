@@ -21,7 +21,7 @@ void xgemv(const char *trans, const ORB_INT *m, const ORB_INT *n, const T *alpha
            const T *x, const ORB_INT *incx, const T *beta, T *y, const ORB_INT *incy) {
   const int info = orb_blas_check_gemv(trans, m, n, alpha, lda, incx, beta, incy);
   if (info != 0) {
-    report_xerbla(kernel_traits<T>::gemv_name.c_str(), info);
+    report_xerbla(KernelTraits<T>::gemv_name.c_str(), info);
     return;
   }
   if (*m == 0 || *n == 0) return;
@@ -29,7 +29,7 @@ void xgemv(const char *trans, const ORB_INT *m, const ORB_INT *n, const T *alpha
     if (!is_one(*beta)) scale_vector(*beta, y, orb_serv_lsame(trans, "N") ? *m : *n, *incy);
     return;
   }
-  kernel_traits<T>::gemv()(trans, m, n, alpha, a, lda, x, incx, beta, y, incy, 1);
+  KernelTraits<T>::gemv()(trans, m, n, alpha, a, lda, x, incx, beta, y, incy, 1);
 }
 
 }  // namespace

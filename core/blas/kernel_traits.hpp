@@ -10,15 +10,15 @@
 namespace orb::core {
 
 template <class T>
-struct kernel_traits;
+struct KernelTraits;
 
 #define ORB_KERNEL_TRAITS(p, P, T)                                                 \
   template <>                                                                   \
-  struct kernel_traits<T> : ::orb::precision<T> {                               \
+  struct KernelTraits<T> : ::orb::Precision<T> {                               \
     static constexpr auto gemm_name = routine("GEMM");                          \
     static constexpr auto gemv_name = routine("GEMV");                          \
-    static provider_gemm_fn<T> gemm() { return provider().p##gemm; }            \
-    static provider_gemv_fn<T> gemv() { return provider().p##gemv; }            \
+    static ProviderGemmFn<T> gemm() { return provider().p##gemm; }            \
+    static ProviderGemvFn<T> gemv() { return provider().p##gemv; }            \
   };
 ORB_FOR_EACH_PRECISION(ORB_KERNEL_TRAITS)
 #undef ORB_KERNEL_TRAITS
@@ -27,11 +27,11 @@ ORB_FOR_EACH_PRECISION(ORB_KERNEL_TRAITS)
 //! the second provider's where the rule sends it there and the process has
 //! one, the first's otherwise.
 template <class T>
-provider_gemm_fn<T> gemm_for(const gemm_route_case &c) {
-  if (gemm_provider_for(c) == gemm_provider::second)
-    if (const provider2_table *second = provider2())
-      if (provider_gemm_fn<T> f = provider2_routine(*second, provider_gemm_fn<T>{})) return f;
-  return kernel_traits<T>::gemm();
+ProviderGemmFn<T> gemm_for(const GemmRouteCase &c) {
+  if (gemm_provider_for(c) == GemmProvider::second)
+    if (const Provider2Table *second = provider2())
+      if (ProviderGemmFn<T> f = provider2_routine(*second, ProviderGemmFn<T>{})) return f;
+  return KernelTraits<T>::gemm();
 }
 
 }  // namespace orb::core

@@ -25,14 +25,14 @@ namespace {
 
 //! The provider's level-3 routines of one precision.
 template <class T>
-struct level3_traits;
+struct Level3Traits;
 
 #define ORB_LEVEL3_TRAITS(p, P, T)                                  \
   template <>                                                    \
-  struct level3_traits<T> : ::orb::precision<T> {                \
+  struct Level3Traits<T> : ::orb::Precision<T> {                \
     static constexpr auto trsm_name = routine("TRSM");           \
-    static provider_trsm_fn<T> trsm() { return provider().p##trsm; } \
-    static provider_syrk_fn<T> syrk() { return provider().p##syrk; } \
+    static ProviderTrsmFn<T> trsm() { return provider().p##trsm; } \
+    static ProviderSyrkFn<T> syrk() { return provider().p##syrk; } \
   };
 ORB_FOR_EACH_PRECISION(ORB_LEVEL3_TRAITS)
 #undef ORB_LEVEL3_TRAITS
@@ -42,7 +42,7 @@ void xtrsm(const char *side, const char *uplo, const char *transa, const char *d
            const ORB_INT *n, const T *alpha, const T *a, const ORB_INT *lda, T *b, const ORB_INT *ldb) {
   const int info = rules::check_trsm(side, uplo, transa, diag, m, n, alpha, lda, ldb);
   if (info != 0) {
-    report_xerbla(level3_traits<T>::trsm_name.c_str(), info);
+    report_xerbla(Level3Traits<T>::trsm_name.c_str(), info);
     return;
   }
   if (*m == 0 || *n == 0) return;
@@ -50,25 +50,25 @@ void xtrsm(const char *side, const char *uplo, const char *transa, const char *d
     scale_matrix(T{}, b, *m, *n, *ldb);
     return;
   }
-  level3_traits<T>::trsm()(side, uplo, transa, diag, m, n, alpha, a, lda, b, ldb, 1, 1, 1, 1);
+  Level3Traits<T>::trsm()(side, uplo, transa, diag, m, n, alpha, a, lda, b, ldb, 1, 1, 1, 1);
 }
 
 //! SYRK (S = T) or HERK (S the real type of T): which provider routine, which letters.
 template <class T, class S>
-struct rank_k {
+struct RankK {
   static constexpr bool hermitian = !std::is_same_v<T, S>;
-  static constexpr auto name = level3_traits<T>::routine(hermitian ? "HERK" : "SYRK");
+  static constexpr auto name = Level3Traits<T>::routine(hermitian ? "HERK" : "SYRK");
   static const char *ops() {
-    return hermitian ? rules::kHerkOps : precision<T>::is_complex ? rules::kSyrkComplexOps : rules::kSyrkRealOps;
+    return hermitian ? rules::kHerkOps : Precision<T>::is_complex ? rules::kSyrkComplexOps : rules::kSyrkRealOps;
   }
-  static provider_syrk_fn<T, S> kernel() {
+  static ProviderSyrkFn<T, S> kernel() {
     if constexpr (hermitian) {
       if constexpr (std::is_same_v<T, ORB_Complex8>)
         return provider().cherk;
       else
         return provider().zherk;
     } else {
-      return level3_traits<T>::syrk();
+      return Level3Traits<T>::syrk();
     }
   }
 };
@@ -93,7 +93,7 @@ void scale_triangle(const S &beta, T *c, ORB_INT n, ORB_INT ldc, bool upper, boo
 template <class T, class S>
 void xsyrk(const char *uplo, const char *trans, const ORB_INT *n, const ORB_INT *k, const S *alpha, const T *a,
            const ORB_INT *lda, const S *beta, T *c, const ORB_INT *ldc) {
-  using kind = rank_k<T, S>;
+  using kind = RankK<T, S>;
   const int info = rules::check_syrk(uplo, trans, n, k, alpha, lda, beta, ldc, kind::ops());
   if (info != 0) {
     report_xerbla(kind::name.c_str(), info);
@@ -111,10 +111,10 @@ void xsyrk(const char *uplo, const char *trans, const ORB_INT *n, const ORB_INT 
 template <class T, bool hermitian>
 void xsymm(const char *side, const char *uplo, const ORB_INT *m, const ORB_INT *n, const T *alpha, const T *a,
            const ORB_INT *lda, const T *b, const ORB_INT *ldb, const T *beta, T *c, const ORB_INT *ldc,
-           provider_symm_fn<T> (*kernel)()) {
+           ProviderSymmFn<T> (*kernel)()) {
   const int info = rules::check_symm(side, uplo, m, n, alpha, lda, ldb, beta, ldc);
   if (info != 0) {
-    report_xerbla(level3_traits<T>::routine(hermitian ? "HEMM" : "SYMM").c_str(), info);
+    report_xerbla(Level3Traits<T>::routine(hermitian ? "HEMM" : "SYMM").c_str(), info);
     return;
   }
   if (*m == 0 || *n == 0 || (is_zero(*alpha) && is_one(*beta))) return;

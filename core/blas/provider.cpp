@@ -61,13 +61,13 @@ namespace orb::core {
 namespace {
 
 //! What the provider says about itself, where it says it.
-struct provider_notes {
+struct ProviderNotes {
   const char *(*kernels)() = nullptr;  // openblas_get_corename
   const char *(*config)() = nullptr;   // openblas_get_config
 };
 
-provider_table table;
-provider_notes notes;
+ProviderTable table;
+ProviderNotes notes;
 std::string bound_path;
 std::atomic<bool> bound{false};
 std::once_flag bind_once;
@@ -131,7 +131,7 @@ void open_provider() {
 
 }  // namespace
 
-const provider_table &provider() {
+const ProviderTable &provider() {
   if (!bound.load(std::memory_order_acquire)) std::call_once(bind_once, open_provider);
   return table;
 }

@@ -16,168 +16,168 @@
 namespace orb::core {
 
 //! Integer type of the provider's Fortran interface.
-using fint = int64_t;
+using FortranInt = int64_t;
 
 //! A provider GEMM: the Fortran argument list, then the hidden lengths of the two characters.
 template <class T>
-using provider_gemm_fn = void (*)(const char *, const char *, const fint *, const fint *, const fint *,
-                                  const T *, const T *, const fint *, const T *, const fint *, const T *, T *,
-                                  const fint *, std::size_t, std::size_t);
+using ProviderGemmFn = void (*)(const char *, const char *, const FortranInt *, const FortranInt *, const FortranInt *,
+                                  const T *, const T *, const FortranInt *, const T *, const FortranInt *, const T *, T *,
+                                  const FortranInt *, std::size_t, std::size_t);
 
 //! A provider GEMV: the Fortran argument list, then the hidden length of the character.
 template <class T>
-using provider_gemv_fn = void (*)(const char *, const fint *, const fint *, const T *, const T *, const fint *,
-                                  const T *, const fint *, const T *, T *, const fint *, std::size_t);
+using ProviderGemvFn = void (*)(const char *, const FortranInt *, const FortranInt *, const T *, const T *, const FortranInt *,
+                                  const T *, const FortranInt *, const T *, T *, const FortranInt *, std::size_t);
 
 //! The level-1 routines, by the shape of their Fortran argument lists.  The
 //! functions return their value as gfortran does: reals in a register, and the
 //! complex dot products by value (a pair of reals in two halves of registers),
 //! which is how a struct of two floats or two doubles comes back in C.
 template <class T>
-using provider_dot_fn = T (*)(const fint *, const T *, const fint *, const T *, const fint *);
+using ProviderDotFn = T (*)(const FortranInt *, const T *, const FortranInt *, const T *, const FortranInt *);
 //! The real type of an element type.
 template <class T>
-struct provider_real {
+struct ProviderReal {
   using type = T;
 };
 template <>
-struct provider_real<ORB_Complex8> {
+struct ProviderReal<ORB_Complex8> {
   using type = float;
 };
 template <>
-struct provider_real<ORB_Complex16> {
+struct ProviderReal<ORB_Complex16> {
   using type = double;
 };
 template <class T>
-using provider_real_t = typename provider_real<T>::type;
+using ProviderRealOf = typename ProviderReal<T>::type;
 
 //! ?asum and ?nrm2: a real result from one vector.
 template <class T>
-using provider_norm_fn = provider_real_t<T> (*)(const fint *, const T *, const fint *);
+using ProviderNormFn = ProviderRealOf<T> (*)(const FortranInt *, const T *, const FortranInt *);
 //! ?scal.
 template <class T>
-using provider_scal_fn = void (*)(const fint *, const T *, T *, const fint *);
+using ProviderScalFn = void (*)(const FortranInt *, const T *, T *, const FortranInt *);
 //! csscal and zdscal: a complex vector scaled by a real.
 template <class T>
-using provider_rscal_fn = void (*)(const fint *, const provider_real_t<T> *, T *, const fint *);
+using ProviderRscalFn = void (*)(const FortranInt *, const ProviderRealOf<T> *, T *, const FortranInt *);
 template <class T>
-using provider_axpy_fn = void (*)(const fint *, const T *, const T *, const fint *, T *, const fint *);
+using ProviderAxpyFn = void (*)(const FortranInt *, const T *, const T *, const FortranInt *, T *, const FortranInt *);
 template <class T>
-using provider_axpby_fn = void (*)(const fint *, const T *, const T *, const fint *, const T *, T *, const fint *);
+using ProviderAxpbyFn = void (*)(const FortranInt *, const T *, const T *, const FortranInt *, const T *, T *, const FortranInt *);
 template <class T>
-using provider_copy_fn = void (*)(const fint *, const T *, const fint *, T *, const fint *);
+using ProviderCopyFn = void (*)(const FortranInt *, const T *, const FortranInt *, T *, const FortranInt *);
 template <class T>
-using provider_swap_fn = void (*)(const fint *, T *, const fint *, T *, const fint *);
+using ProviderSwapFn = void (*)(const FortranInt *, T *, const FortranInt *, T *, const FortranInt *);
 //! ?rot with a real cosine and sine (csrot / zdrot for the complex vectors).
 template <class T>
-using provider_rot_fn = void (*)(const fint *, T *, const fint *, T *, const fint *, const provider_real_t<T> *,
-                                 const provider_real_t<T> *);
+using ProviderRotFn = void (*)(const FortranInt *, T *, const FortranInt *, T *, const FortranInt *, const ProviderRealOf<T> *,
+                                 const ProviderRealOf<T> *);
 template <class T>
-using provider_rotm_fn = void (*)(const fint *, T *, const fint *, T *, const fint *, const T *);
+using ProviderRotmFn = void (*)(const FortranInt *, T *, const FortranInt *, T *, const FortranInt *, const T *);
 //! i?amax and i?amin: a 1-based index.
 template <class T>
-using provider_index_fn = fint (*)(const fint *, const T *, const fint *);
+using ProviderIndexFn = FortranInt (*)(const FortranInt *, const T *, const FortranInt *);
 
 //! A provider TRSM: the Fortran argument list, then the hidden lengths of the four characters.
 template <class T>
-using provider_trsm_fn = void (*)(const char *, const char *, const char *, const char *, const fint *,
-                                  const fint *, const T *, const T *, const fint *, T *, const fint *, std::size_t,
+using ProviderTrsmFn = void (*)(const char *, const char *, const char *, const char *, const FortranInt *,
+                                  const FortranInt *, const T *, const T *, const FortranInt *, T *, const FortranInt *, std::size_t,
                                   std::size_t, std::size_t, std::size_t);
 
 //! A provider SYRK (S = T) or HERK (S the real type): the Fortran argument list, then the hidden lengths of the two characters.
 template <class T, class S = T>
-using provider_syrk_fn = void (*)(const char *, const char *, const fint *, const fint *, const S *, const T *,
-                                  const fint *, const S *, T *, const fint *, std::size_t, std::size_t);
+using ProviderSyrkFn = void (*)(const char *, const char *, const FortranInt *, const FortranInt *, const S *, const T *,
+                                  const FortranInt *, const S *, T *, const FortranInt *, std::size_t, std::size_t);
 template <class T>
-using provider_herk_fn = provider_syrk_fn<T, provider_real_t<T>>;
+using ProviderHerkFn = ProviderSyrkFn<T, ProviderRealOf<T>>;
 
 //! A provider SYMM or HEMM: the Fortran argument list, then the hidden lengths of the two characters.
 template <class T>
-using provider_symm_fn = void (*)(const char *, const char *, const fint *, const fint *, const T *, const T *,
-                                  const fint *, const T *, const fint *, const T *, T *, const fint *, std::size_t,
+using ProviderSymmFn = void (*)(const char *, const char *, const FortranInt *, const FortranInt *, const T *, const T *,
+                                  const FortranInt *, const T *, const FortranInt *, const T *, T *, const FortranInt *, std::size_t,
                                   std::size_t);
 
 //! Every routine the core takes from the provider, one line each: the field of
-//! provider_table (also the provider's Fortran name less its underscore) and
+//! ProviderTable (also the provider's Fortran name less its underscore) and
 //! its pointer type.  A new provider routine is one more line here.
 #define ORB_PROVIDER_ROUTINES(X)              \
-  X(sgemm, provider_gemm_fn<float>)           \
-  X(dgemm, provider_gemm_fn<double>)          \
-  X(cgemm, provider_gemm_fn<ORB_Complex8>)    \
-  X(zgemm, provider_gemm_fn<ORB_Complex16>)   \
-  X(sgemv, provider_gemv_fn<float>)           \
-  X(dgemv, provider_gemv_fn<double>)          \
-  X(cgemv, provider_gemv_fn<ORB_Complex8>)    \
-  X(zgemv, provider_gemv_fn<ORB_Complex16>)   \
-  X(sdot, provider_dot_fn<float>)             \
-  X(ddot, provider_dot_fn<double>)            \
-  X(cdotu, provider_dot_fn<ORB_Complex8>)     \
-  X(cdotc, provider_dot_fn<ORB_Complex8>)     \
-  X(zdotu, provider_dot_fn<ORB_Complex16>)    \
-  X(zdotc, provider_dot_fn<ORB_Complex16>)    \
-  X(sasum, provider_norm_fn<float>)           \
-  X(dasum, provider_norm_fn<double>)          \
-  X(scasum, provider_norm_fn<ORB_Complex8>)   \
-  X(dzasum, provider_norm_fn<ORB_Complex16>)  \
-  X(snrm2, provider_norm_fn<float>)           \
-  X(dnrm2, provider_norm_fn<double>)          \
-  X(scnrm2, provider_norm_fn<ORB_Complex8>)   \
-  X(dznrm2, provider_norm_fn<ORB_Complex16>)  \
-  X(sscal, provider_scal_fn<float>)           \
-  X(dscal, provider_scal_fn<double>)          \
-  X(cscal, provider_scal_fn<ORB_Complex8>)    \
-  X(zscal, provider_scal_fn<ORB_Complex16>)   \
-  X(csscal, provider_rscal_fn<ORB_Complex8>)  \
-  X(zdscal, provider_rscal_fn<ORB_Complex16>) \
-  X(saxpy, provider_axpy_fn<float>)           \
-  X(daxpy, provider_axpy_fn<double>)          \
-  X(caxpy, provider_axpy_fn<ORB_Complex8>)    \
-  X(zaxpy, provider_axpy_fn<ORB_Complex16>)   \
-  X(saxpby, provider_axpby_fn<float>)         \
-  X(daxpby, provider_axpby_fn<double>)        \
-  X(caxpby, provider_axpby_fn<ORB_Complex8>)  \
-  X(zaxpby, provider_axpby_fn<ORB_Complex16>) \
-  X(scopy, provider_copy_fn<float>)           \
-  X(dcopy, provider_copy_fn<double>)          \
-  X(ccopy, provider_copy_fn<ORB_Complex8>)    \
-  X(zcopy, provider_copy_fn<ORB_Complex16>)   \
-  X(sswap, provider_swap_fn<float>)           \
-  X(dswap, provider_swap_fn<double>)          \
-  X(cswap, provider_swap_fn<ORB_Complex8>)    \
-  X(zswap, provider_swap_fn<ORB_Complex16>)   \
-  X(srot, provider_rot_fn<float>)             \
-  X(drot, provider_rot_fn<double>)            \
-  X(csrot, provider_rot_fn<ORB_Complex8>)     \
-  X(zdrot, provider_rot_fn<ORB_Complex16>)    \
-  X(srotm, provider_rotm_fn<float>)           \
-  X(drotm, provider_rotm_fn<double>)          \
-  X(isamax, provider_index_fn<float>)         \
-  X(idamax, provider_index_fn<double>)        \
-  X(icamax, provider_index_fn<ORB_Complex8>)  \
-  X(izamax, provider_index_fn<ORB_Complex16>) \
-  X(isamin, provider_index_fn<float>)         \
-  X(idamin, provider_index_fn<double>)        \
-  X(icamin, provider_index_fn<ORB_Complex8>)  \
-  X(izamin, provider_index_fn<ORB_Complex16>) \
-  X(strsm, provider_trsm_fn<float>)           \
-  X(dtrsm, provider_trsm_fn<double>)          \
-  X(ctrsm, provider_trsm_fn<ORB_Complex8>)    \
-  X(ztrsm, provider_trsm_fn<ORB_Complex16>)   \
-  X(ssyrk, provider_syrk_fn<float>)           \
-  X(dsyrk, provider_syrk_fn<double>)          \
-  X(csyrk, provider_syrk_fn<ORB_Complex8>)    \
-  X(zsyrk, provider_syrk_fn<ORB_Complex16>)   \
-  X(cherk, provider_herk_fn<ORB_Complex8>)    \
-  X(zherk, provider_herk_fn<ORB_Complex16>)   \
-  X(ssymm, provider_symm_fn<float>)           \
-  X(dsymm, provider_symm_fn<double>)          \
-  X(csymm, provider_symm_fn<ORB_Complex8>)    \
-  X(zsymm, provider_symm_fn<ORB_Complex16>)   \
-  X(chemm, provider_symm_fn<ORB_Complex8>)    \
-  X(zhemm, provider_symm_fn<ORB_Complex16>)
+  X(sgemm, ProviderGemmFn<float>)           \
+  X(dgemm, ProviderGemmFn<double>)          \
+  X(cgemm, ProviderGemmFn<ORB_Complex8>)    \
+  X(zgemm, ProviderGemmFn<ORB_Complex16>)   \
+  X(sgemv, ProviderGemvFn<float>)           \
+  X(dgemv, ProviderGemvFn<double>)          \
+  X(cgemv, ProviderGemvFn<ORB_Complex8>)    \
+  X(zgemv, ProviderGemvFn<ORB_Complex16>)   \
+  X(sdot, ProviderDotFn<float>)             \
+  X(ddot, ProviderDotFn<double>)            \
+  X(cdotu, ProviderDotFn<ORB_Complex8>)     \
+  X(cdotc, ProviderDotFn<ORB_Complex8>)     \
+  X(zdotu, ProviderDotFn<ORB_Complex16>)    \
+  X(zdotc, ProviderDotFn<ORB_Complex16>)    \
+  X(sasum, ProviderNormFn<float>)           \
+  X(dasum, ProviderNormFn<double>)          \
+  X(scasum, ProviderNormFn<ORB_Complex8>)   \
+  X(dzasum, ProviderNormFn<ORB_Complex16>)  \
+  X(snrm2, ProviderNormFn<float>)           \
+  X(dnrm2, ProviderNormFn<double>)          \
+  X(scnrm2, ProviderNormFn<ORB_Complex8>)   \
+  X(dznrm2, ProviderNormFn<ORB_Complex16>)  \
+  X(sscal, ProviderScalFn<float>)           \
+  X(dscal, ProviderScalFn<double>)          \
+  X(cscal, ProviderScalFn<ORB_Complex8>)    \
+  X(zscal, ProviderScalFn<ORB_Complex16>)   \
+  X(csscal, ProviderRscalFn<ORB_Complex8>)  \
+  X(zdscal, ProviderRscalFn<ORB_Complex16>) \
+  X(saxpy, ProviderAxpyFn<float>)           \
+  X(daxpy, ProviderAxpyFn<double>)          \
+  X(caxpy, ProviderAxpyFn<ORB_Complex8>)    \
+  X(zaxpy, ProviderAxpyFn<ORB_Complex16>)   \
+  X(saxpby, ProviderAxpbyFn<float>)         \
+  X(daxpby, ProviderAxpbyFn<double>)        \
+  X(caxpby, ProviderAxpbyFn<ORB_Complex8>)  \
+  X(zaxpby, ProviderAxpbyFn<ORB_Complex16>) \
+  X(scopy, ProviderCopyFn<float>)           \
+  X(dcopy, ProviderCopyFn<double>)          \
+  X(ccopy, ProviderCopyFn<ORB_Complex8>)    \
+  X(zcopy, ProviderCopyFn<ORB_Complex16>)   \
+  X(sswap, ProviderSwapFn<float>)           \
+  X(dswap, ProviderSwapFn<double>)          \
+  X(cswap, ProviderSwapFn<ORB_Complex8>)    \
+  X(zswap, ProviderSwapFn<ORB_Complex16>)   \
+  X(srot, ProviderRotFn<float>)             \
+  X(drot, ProviderRotFn<double>)            \
+  X(csrot, ProviderRotFn<ORB_Complex8>)     \
+  X(zdrot, ProviderRotFn<ORB_Complex16>)    \
+  X(srotm, ProviderRotmFn<float>)           \
+  X(drotm, ProviderRotmFn<double>)          \
+  X(isamax, ProviderIndexFn<float>)         \
+  X(idamax, ProviderIndexFn<double>)        \
+  X(icamax, ProviderIndexFn<ORB_Complex8>)  \
+  X(izamax, ProviderIndexFn<ORB_Complex16>) \
+  X(isamin, ProviderIndexFn<float>)         \
+  X(idamin, ProviderIndexFn<double>)        \
+  X(icamin, ProviderIndexFn<ORB_Complex8>)  \
+  X(izamin, ProviderIndexFn<ORB_Complex16>) \
+  X(strsm, ProviderTrsmFn<float>)           \
+  X(dtrsm, ProviderTrsmFn<double>)          \
+  X(ctrsm, ProviderTrsmFn<ORB_Complex8>)    \
+  X(ztrsm, ProviderTrsmFn<ORB_Complex16>)   \
+  X(ssyrk, ProviderSyrkFn<float>)           \
+  X(dsyrk, ProviderSyrkFn<double>)          \
+  X(csyrk, ProviderSyrkFn<ORB_Complex8>)    \
+  X(zsyrk, ProviderSyrkFn<ORB_Complex16>)   \
+  X(cherk, ProviderHerkFn<ORB_Complex8>)    \
+  X(zherk, ProviderHerkFn<ORB_Complex16>)   \
+  X(ssymm, ProviderSymmFn<float>)           \
+  X(dsymm, ProviderSymmFn<double>)          \
+  X(csymm, ProviderSymmFn<ORB_Complex8>)    \
+  X(zsymm, ProviderSymmFn<ORB_Complex16>)   \
+  X(chemm, ProviderSymmFn<ORB_Complex8>)    \
+  X(zhemm, ProviderSymmFn<ORB_Complex16>)
 
 //! The provider's routines, bound once.
-struct provider_table {
+struct ProviderTable {
 #define ORB_PROVIDER_FIELD(name, type) type name;
   ORB_PROVIDER_ROUTINES(ORB_PROVIDER_FIELD)
 #undef ORB_PROVIDER_FIELD
@@ -198,6 +198,6 @@ constexpr int kProviderExitCode = 69;
 
 //! The bound table.  The first call opens the provider; when that fails the
 //! process prints why and ends with kProviderExitCode.
-const provider_table &provider();
+const ProviderTable &provider();
 
 }  // namespace orb::core

@@ -39,7 +39,7 @@ namespace orb::core {
 
 namespace {
 
-provider2_table table;
+Provider2Table table;
 std::string bound_path;
 const char *config_name = nullptr;  // the configuration it runs, as it names it
 std::atomic<bool> bound{false};
@@ -72,7 +72,7 @@ void open_provider2() {
     if (named) orb_serv_print(1, orb::kMsgProvider2Unused, 2, path.c_str(), "it cannot be loaded");
     return;
   }
-  provider2_table found{};
+  Provider2Table found{};
   const char *lacking = nullptr;
 #define ORB_BIND_PROVIDER2(name, type)                                  \
   found.name = reinterpret_cast<type>(dlsym(handle, #name "_"));       \
@@ -93,7 +93,7 @@ void open_provider2() {
 
 }  // namespace
 
-const provider2_table *provider2() {
+const Provider2Table *provider2() {
   std::call_once(bind_once, open_provider2);
   return bound.load(std::memory_order_acquire) ? &table : nullptr;
 }

@@ -14,28 +14,28 @@ namespace orb::core {
 //! Every routine the core takes from the second provider, one line each, as
 //! ORB_PROVIDER_ROUTINES lists the first provider's.
 #define ORB_PROVIDER2_ROUTINES(X)  \
-  X(dgemm, provider_gemm_fn<double>)
+  X(dgemm, ProviderGemmFn<double>)
 
 //! The second provider's routines, bound once.
-struct provider2_table {
+struct Provider2Table {
 #define ORB_PROVIDER2_FIELD(name, type) type name;
   ORB_PROVIDER2_ROUTINES(ORB_PROVIDER2_FIELD)
 #undef ORB_PROVIDER2_FIELD
 };
 
 //! The routine of `table` of type F, or null when the second provider has
-//! none of that type: `provider2_routine(table, provider_gemm_fn<T>{})`.
+//! none of that type: `provider2_routine(table, ProviderGemmFn<T>{})`.
 template <class F>
-F provider2_routine(const provider2_table &, F) {
+F provider2_routine(const Provider2Table &, F) {
   return nullptr;
 }
 #define ORB_PROVIDER2_ROUTINE(name, type) \
-  inline type provider2_routine(const provider2_table &t, type) { return t.name; }
+  inline type provider2_routine(const Provider2Table &t, type) { return t.name; }
 ORB_PROVIDER2_ROUTINES(ORB_PROVIDER2_ROUTINE)
 #undef ORB_PROVIDER2_ROUTINE
 
 //! The bound table, or null when the process has no second provider.  The
 //! first call opens it.
-const provider2_table *provider2();
+const Provider2Table *provider2();
 
 }  // namespace orb::core

@@ -41,7 +41,7 @@ namespace {
 
 // The tier of the entry of `table` called `name` (any case).
 template <class Entry, std::size_t N>
-bool tier_by_name(const Entry (&table)[N], const char *name, isa_tier &tier) {
+bool tier_by_name(const Entry (&table)[N], const char *name, IsaTier &tier) {
   for (const Entry &e : table)
     if (name && strcasecmp(name, e.name) == 0) {
       tier = e.needs;
@@ -52,46 +52,46 @@ bool tier_by_name(const Entry (&table)[N], const char *name, isa_tier &tier) {
 
 }  // namespace
 
-const provider_kernel_set kProviderKernelSets[] = {
-    {"Cooperlake", isa_tier::avx512_bf16, false},
-    {"SkylakeX", isa_tier::avx512, false},
-    {"Zen", isa_tier::avx2, true},
-    {"Haswell", isa_tier::avx2, false},
-    {"Sandybridge", isa_tier::avx, false},
-    {"Nehalem", isa_tier::sse4_2, false},
-    {"Core2", isa_tier::ssse3, false},
-    {"Prescott", isa_tier::sse3, false},
+const ProviderKernelSet kProviderKernelSets[] = {
+    {"Cooperlake", IsaTier::avx512_bf16, false},
+    {"SkylakeX", IsaTier::avx512, false},
+    {"Zen", IsaTier::avx2, true},
+    {"Haswell", IsaTier::avx2, false},
+    {"Sandybridge", IsaTier::avx, false},
+    {"Nehalem", IsaTier::sse4_2, false},
+    {"Core2", IsaTier::ssse3, false},
+    {"Prescott", IsaTier::sse3, false},
 };
 const std::size_t kProviderKernelSetCount = sizeof kProviderKernelSets / sizeof kProviderKernelSets[0];
 
-const char *provider_kernels_for(const processor_features &f) {
-  const isa_tier tier = tier_of(f);
-  for (const provider_kernel_set &s : kProviderKernelSets)
+const char *provider_kernels_for(const ProcessorFeatures &f) {
+  const IsaTier tier = tier_of(f);
+  for (const ProviderKernelSet &s : kProviderKernelSets)
     if (s.needs <= tier && (f.amd || !s.amd_only)) return s.name;
   return nullptr;
 }
 
-bool provider_kernel_tier(const char *name, isa_tier &tier) { return tier_by_name(kProviderKernelSets, name, tier); }
+bool provider_kernel_tier(const char *name, IsaTier &tier) { return tier_by_name(kProviderKernelSets, name, tier); }
 
-const provider2_config kProvider2Configs[] = {
-    {"skx", isa_tier::avx512, false, true},       {"zen3", isa_tier::avx2, true, true},
-    {"haswell", isa_tier::avx2, false, true},     {"sandybridge", isa_tier::avx, false, true},
-    {"penryn", isa_tier::ssse3, false, true},     {"generic", isa_tier::baseline, false, true},
-    {"knl", isa_tier::avx512, false, false},      {"zen2", isa_tier::avx2, false, false},
-    {"zen", isa_tier::avx2, false, false},        {"excavator", isa_tier::avx2, false, false},
-    {"steamroller", isa_tier::avx, false, false}, {"piledriver", isa_tier::avx, false, false},
-    {"bulldozer", isa_tier::avx, false, false},
+const Provider2Config kProvider2Configs[] = {
+    {"skx", IsaTier::avx512, false, true},       {"zen3", IsaTier::avx2, true, true},
+    {"haswell", IsaTier::avx2, false, true},     {"sandybridge", IsaTier::avx, false, true},
+    {"penryn", IsaTier::ssse3, false, true},     {"generic", IsaTier::baseline, false, true},
+    {"knl", IsaTier::avx512, false, false},      {"zen2", IsaTier::avx2, false, false},
+    {"zen", IsaTier::avx2, false, false},        {"excavator", IsaTier::avx2, false, false},
+    {"steamroller", IsaTier::avx, false, false}, {"piledriver", IsaTier::avx, false, false},
+    {"bulldozer", IsaTier::avx, false, false},
 };
 const std::size_t kProvider2ConfigCount = sizeof kProvider2Configs / sizeof kProvider2Configs[0];
 
-const char *provider2_config_for(const processor_features &f) {
-  const isa_tier tier = tier_of(f);
-  for (const provider2_config &c : kProvider2Configs)
+const char *provider2_config_for(const ProcessorFeatures &f) {
+  const IsaTier tier = tier_of(f);
+  for (const Provider2Config &c : kProvider2Configs)
     if (c.chosen && c.needs <= tier && (f.amd || !c.amd_only)) return c.name;
   return "generic";
 }
 
-bool provider2_config_tier(const char *name, isa_tier &tier) { return tier_by_name(kProvider2Configs, name, tier); }
+bool provider2_config_tier(const char *name, IsaTier &tier) { return tier_by_name(kProvider2Configs, name, tier); }
 
 int provider2_config_number(const char *(*arch_name)(int), const char *name) {
   for (int id = 0; name && id < 64; ++id) {

@@ -21,39 +21,39 @@
 namespace orb::core {
 
 //! A kernel set of the provider and what it needs.
-struct provider_kernel_set {
+struct ProviderKernelSet {
   const char *name;  //!< as OPENBLAS_CORETYPE takes it and openblas_get_corename reports it
-  isa_tier needs;
+  IsaTier needs;
   bool amd_only;     //!< chosen only on AMD parts, where the provider itself picks it
 };
 
 //! Every set the core chooses from, best first.
-extern const provider_kernel_set kProviderKernelSets[];
+extern const ProviderKernelSet kProviderKernelSets[];
 extern const std::size_t kProviderKernelSetCount;
 
 //! The best set `f` can run, or null when it runs none of them (no SSE3).
-const char *provider_kernels_for(const processor_features &f);
+const char *provider_kernels_for(const ProcessorFeatures &f);
 
 //! The tier of the set called `name` (any case), or false when the table has no such set.
-bool provider_kernel_tier(const char *name, isa_tier &tier);
+bool provider_kernel_tier(const char *name, IsaTier &tier);
 
 //! A configuration of the second provider and what it needs.
-struct provider2_config {
+struct Provider2Config {
   const char *name;  //!< as the provider's bli_arch_string reports it
-  isa_tier needs;
+  IsaTier needs;
   bool amd_only;     //!< chosen only on AMD parts
   bool chosen;       //!< one the core may ask for; the others are only recognised (the provider's own picks)
 };
 
 //! Every configuration the core knows, those it chooses from first and best first.
-extern const provider2_config kProvider2Configs[];
+extern const Provider2Config kProvider2Configs[];
 extern const std::size_t kProvider2ConfigCount;
 
 //! The best configuration `f` can run ("generic" at the least).
-const char *provider2_config_for(const processor_features &f);
+const char *provider2_config_for(const ProcessorFeatures &f);
 
 //! The tier of the configuration called `name`, or false when the table has no such configuration.
-bool provider2_config_tier(const char *name, isa_tier &tier);
+bool provider2_config_tier(const char *name, IsaTier &tier);
 
 //! The provider's number for the configuration `name`, which BLIS_ARCH_TYPE
 //! takes: its position among the names `arch_name` (the provider's

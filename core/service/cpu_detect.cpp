@@ -5,7 +5,7 @@
 #include <orb/orb_service.h>
 
 extern "C" int orb_serv_cpu_detect(void) {
-  const orb::core::processor_features &f = orb::core::this_processor();
+  const orb::core::ProcessorFeatures &f = orb::core::this_processor();
   if (f.avx512f) return 4;
   if (f.avx2 && f.fma) return 3;
   if (f.avx) return 2;

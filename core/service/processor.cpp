@@ -5,9 +5,9 @@ namespace orb::core {
 
 namespace {
 
-processor_features read_features() {
+ProcessorFeatures read_features() {
   __builtin_cpu_init();
-  processor_features f;
+  ProcessorFeatures f;
   f.amd = __builtin_cpu_is("amd");
   f.sse3 = __builtin_cpu_supports("sse3");
   f.ssse3 = __builtin_cpu_supports("ssse3");
@@ -25,18 +25,18 @@ processor_features read_features() {
 
 }  // namespace
 
-const processor_features &this_processor() {
-  static const processor_features features = read_features();
+const ProcessorFeatures &this_processor() {
+  static const ProcessorFeatures features = read_features();
   return features;
 }
 
-isa_tier tier_of(const processor_features &f) {
+IsaTier tier_of(const ProcessorFeatures &f) {
   // The extension each tier adds to the one below it, in the order of the tiers.
   const bool adds[] = {f.sse3,  f.ssse3,       f.sse4_2, f.avx, f.avx2 && f.fma,
                        f.avx512f && f.avx512dq && f.avx512bw && f.avx512vl, f.avx512bf16};
   int tier = 0;
   while (tier < static_cast<int>(sizeof adds / sizeof adds[0]) && adds[tier]) ++tier;
-  return static_cast<isa_tier>(tier);
+  return static_cast<IsaTier>(tier);
 }
 
 }  // namespace orb::core

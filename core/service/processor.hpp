@@ -6,7 +6,7 @@ namespace orb::core {
 
 //! Instruction-set levels that kernel sets are written for, each one
 //! including those below it.
-enum class isa_tier {
+enum class IsaTier {
   baseline,     //!< x86-64 (SSE2)
   sse3,
   ssse3,
@@ -18,16 +18,16 @@ enum class isa_tier {
 };
 
 //! The processor's maker and the extensions the tiers are made of.
-struct processor_features {
+struct ProcessorFeatures {
   bool amd = false;  //!< an AMD part: some libraries have kernel sets of their own for these
   bool sse3 = false, ssse3 = false, sse4_2 = false, avx = false, avx2 = false, fma = false;
   bool avx512f = false, avx512dq = false, avx512bw = false, avx512vl = false, avx512bf16 = false;
 };
 
 //! This processor's features, read once.
-const processor_features &this_processor();
+const ProcessorFeatures &this_processor();
 
 //! The highest tier whose every extension `f` has.
-isa_tier tier_of(const processor_features &f);
+IsaTier tier_of(const ProcessorFeatures &f);
 
 }  // namespace orb::core

@@ -11,18 +11,18 @@ namespace orb::core {
 
 namespace {
 
-using xerbla_t = void (*)(const char *, const int *, int);
+using XerblaFn = void (*)(const char *, const int *, int);
 
 void fallback_xerbla(const char *name, const int *info, int) {
   orb_serv_print(0, orb::kMsgReportHeader, 0);
   orb_serv_print(0, orb::kMsgIllegalArgument, 2, *info, name);
 }
 
-xerbla_t handler() {
-  static std::atomic<xerbla_t> cached{nullptr};
-  xerbla_t h = cached.load(std::memory_order_acquire);
+XerblaFn handler() {
+  static std::atomic<XerblaFn> cached{nullptr};
+  XerblaFn h = cached.load(std::memory_order_acquire);
   if (!h) {
-    h = reinterpret_cast<xerbla_t>(dlsym(RTLD_DEFAULT, "orb_serv_xerbla"));
+    h = reinterpret_cast<XerblaFn>(dlsym(RTLD_DEFAULT, "orb_serv_xerbla"));
     if (!h) h = fallback_xerbla;
     cached.store(h, std::memory_order_release);
   }

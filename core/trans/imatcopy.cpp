@@ -99,6 +99,6 @@ int imatcopy(char ordering, char trans, ORB_INT rows, ORB_INT cols, typename S::
 #define ORB_IMATCOPY_ENTRY(p, P, T)                                                                               \
   extern "C" int orb_trans_orb_##p##imatcopy(char ordering, char trans, ORB_INT rows, ORB_INT cols,            \
                                              T alpha, T *AB, ORB_INT lda, ORB_INT ldb) {            \
-    return ::orb::core::trans::imatcopy<::orb::precision<T>>(ordering, trans, rows, cols, alpha, AB, lda, ldb);                   \
+    return ::orb::core::trans::imatcopy<::orb::Precision<T>>(ordering, trans, rows, cols, alpha, AB, lda, ldb);                   \
   }
 ORB_FOR_EACH_PRECISION(ORB_IMATCOPY_ENTRY)

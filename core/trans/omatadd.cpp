@@ -51,7 +51,7 @@ int omatadd(char ordering, char transa, char transb, ORB_INT rows, ORB_INT cols,
   extern "C" int name(char ordering, char transa, char transb, ORB_INT rows, ORB_INT cols, T alpha,       \
                       const T *A, ORB_INT lda, T beta, const T *B, ORB_INT ldb, T *C,   \
                       ORB_INT ldc) {                                                                            \
-    return ::orb::core::trans::omatadd<::orb::precision<T>>(ordering, transa, transb, rows, cols, alpha, A, lda, beta, B, ldb, C, \
+    return ::orb::core::trans::omatadd<::orb::Precision<T>>(ordering, transa, transb, rows, cols, alpha, A, lda, beta, B, ldb, C, \
                                           ldc);                                                                 \
   }
 #define ORB_OMATADD_ENTRIES(p, P, T)                  \

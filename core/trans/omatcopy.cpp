@@ -62,12 +62,12 @@ int omatcopy(char ordering, char trans, ORB_INT rows, ORB_INT cols, typename S::
   extern "C" int orb_trans_orb_##p##omatcopy(char ordering, char trans, ORB_INT rows, ORB_INT cols,             \
                                              T alpha, const T *A, ORB_INT lda, T *B,           \
                                              ORB_INT ldb) {                                                      \
-    return ::orb::core::trans::omatcopy<::orb::precision<T>>(ordering, trans, rows, cols, alpha, A, lda, B, ldb);                  \
+    return ::orb::core::trans::omatcopy<::orb::Precision<T>>(ordering, trans, rows, cols, alpha, A, lda, B, ldb);                  \
   }                                                                                                              \
   extern "C" int orb_trans_orb_##p##omatcopy2_seq(char ordering, char trans, ORB_INT rows, ORB_INT cols,        \
                                                   T alpha, const T *A, ORB_INT lda, ORB_INT stridea, \
                                                   T *B, ORB_INT ldb, ORB_INT strideb) {                    \
-    return ::orb::core::trans::omatcopy2<::orb::precision<T>>(ordering, trans, rows, cols, alpha, A, lda, stridea, B, ldb,         \
+    return ::orb::core::trans::omatcopy2<::orb::Precision<T>>(ordering, trans, rows, cols, alpha, A, lda, stridea, B, ldb,         \
                                             strideb);                                                            \
   }
 ORB_FOR_EACH_PRECISION(ORB_OMATCOPY_ENTRIES)

@@ -36,15 +36,15 @@ std::set<Piece> rule_pieces(const PathCase &s) {
   if (s.path == Path::split) {
     const int64_t slices = thr::split_k_slices(s.k, s.budget);
     for (int64_t i = 0; i < slices; ++i) {
-      const thr::range r = thr::split_k_slice(s.k, slices, i);
+      const thr::Range r = thr::split_k_slice(s.k, slices, i);
       if (!r.empty()) pieces.insert({r.begin, r.size(), 0, 0});
     }
     return pieces;
   }
   const int64_t workers = thr::gemm_grid_workers(s.m, s.n, s.budget, thr::kRealGridRule);
-  const thr::gemm_grid grid = thr::gemm_choose_grid(s.m, s.n, workers, thr::kRealGridRule);
+  const thr::GemmGrid grid = thr::gemm_choose_grid(s.m, s.n, workers, thr::kRealGridRule);
   for (int64_t i = 0; i < workers; ++i) {
-    const thr::gemm_rect r = thr::gemm_worker_rect(s.m, s.n, grid, i);
+    const thr::GemmRect r = thr::gemm_worker_rect(s.m, s.n, grid, i);
     if (!r.rows.empty() && !r.cols.empty()) pieces.insert({r.rows.begin, r.cols.begin, r.rows.size(), r.cols.size()});
   }
   return pieces;

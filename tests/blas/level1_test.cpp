@@ -163,7 +163,7 @@ void expect_near(const T &got, cld want, long double scale, const char *what) {
 
 TYPED_TEST(Results, Level1DriversMatchTheNaiveReference) {
   using T = TypeParam;
-  using R = typename precision<T>::real_type;
+  using R = typename Precision<T>::real_type;
   using K = L1<T>;
   const T a = narrow<T>(cld(0.75, -0.5)), b = narrow<T>(cld(-1.25, 0.25));
   const R c = R(0.6), sn = R(0.8), minus2 = R(-2);

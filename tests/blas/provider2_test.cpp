@@ -21,11 +21,11 @@
 namespace orb::test {
 namespace {
 
-using core::gemm_provider;
+using core::GemmProvider;
 
 struct RouteCase {
-  core::gemm_route_case c;
-  gemm_provider expected;
+  core::GemmRouteCase c;
+  GemmProvider expected;
 };
 class GemmRoute : public ::testing::TestWithParam<RouteCase> {};
 
@@ -35,14 +35,14 @@ TEST_P(GemmRoute, SendsOnlyShallowAlignedUntransposedDoubleProductsToTheSecond) 
 
 // precision, transposed, k, on cache lines, strict
 INSTANTIATE_TEST_SUITE_P(Products, GemmRoute,
-                         ::testing::Values(RouteCase{{'d', false, 64, true, false}, gemm_provider::second},
-                                           RouteCase{{'d', false, 1, true, false}, gemm_provider::second},
-                                           RouteCase{{'d', false, 65, true, false}, gemm_provider::first},
-                                           RouteCase{{'d', true, 32, true, false}, gemm_provider::first},
-                                           RouteCase{{'d', false, 32, false, false}, gemm_provider::first},
-                                           RouteCase{{'d', false, 32, true, true}, gemm_provider::first},
-                                           RouteCase{{'s', false, 32, true, false}, gemm_provider::first},
-                                           RouteCase{{'z', false, 32, true, false}, gemm_provider::first}));
+                         ::testing::Values(RouteCase{{'d', false, 64, true, false}, GemmProvider::second},
+                                           RouteCase{{'d', false, 1, true, false}, GemmProvider::second},
+                                           RouteCase{{'d', false, 65, true, false}, GemmProvider::first},
+                                           RouteCase{{'d', true, 32, true, false}, GemmProvider::first},
+                                           RouteCase{{'d', false, 32, false, false}, GemmProvider::first},
+                                           RouteCase{{'d', false, 32, true, true}, GemmProvider::first},
+                                           RouteCase{{'s', false, 32, true, false}, GemmProvider::first},
+                                           RouteCase{{'z', false, 32, true, false}, GemmProvider::first}));
 
 // The probe's four products in a fresh process: one the rule routes, one too
 // deep, one transposed, one off the cache lines.

@@ -63,7 +63,7 @@ void sweep() {
           const ORB_INT offset = static_cast<const T *>(call.c) - base, j0 = offset / (ldc + 1);
           EXPECT_EQ(offset, j0 * (ldc + 1)) << "a block off the diagonal";
           for (int64_t i = 0; i < workers; ++i) {
-            const thr::range r = thr::triangle_columns(cs.n, workers, i, uplo == 'U');
+            const thr::Range r = thr::triangle_columns(cs.n, workers, i, uplo == 'U');
             if (r.begin == j0 && r.size() == call.n) taken[i] = true;
           }
         }

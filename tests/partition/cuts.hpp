@@ -17,7 +17,7 @@ template <class RangeOf>
 void expect_cut(int64_t items, const std::vector<int64_t> &sizes, RangeOf range_of) {
   int64_t next = 0;
   for (size_t i = 0; i < sizes.size(); ++i) {
-    const thr::range r = range_of(static_cast<int64_t>(i));
+    const thr::Range r = range_of(static_cast<int64_t>(i));
     EXPECT_EQ(r.begin, next) << "worker " << i;
     EXPECT_EQ(r.size(), sizes[i]) << "worker " << i;
     next = r.end;

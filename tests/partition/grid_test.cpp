@@ -38,7 +38,7 @@ class GridChoice : public ::testing::TestWithParam<GridRow> {};
 
 TEST_P(GridChoice, Grid) {
   const GridRow &row = GetParam();
-  const thr::gemm_grid g = thr::gemm_choose_grid(row.m, row.n, row.nthr, kRealGridRule);
+  const thr::GemmGrid g = thr::gemm_choose_grid(row.m, row.n, row.nthr, kRealGridRule);
   EXPECT_EQ(std::make_tuple(g.mt, g.nt), std::make_tuple(row.mt, row.nt));
 }
 
@@ -52,7 +52,7 @@ INSTANTIATE_TEST_SUITE_P(Table, GridChoice,
 
 struct RectRow {
   int64_t m, n, mt, nt, ithr;
-  thr::range rows, cols;
+  thr::Range rows, cols;
 };
 
 void PrintTo(const RectRow &r, std::ostream *os) {
@@ -63,7 +63,7 @@ class GridRect : public ::testing::TestWithParam<RectRow> {};
 
 TEST_P(GridRect, Rectangle) {
   const RectRow &row = GetParam();
-  const thr::gemm_rect r = thr::gemm_worker_rect(row.m, row.n, {row.mt, row.nt}, row.ithr);
+  const thr::GemmRect r = thr::gemm_worker_rect(row.m, row.n, {row.mt, row.nt}, row.ithr);
   EXPECT_EQ(std::make_tuple(r.rows.begin, r.rows.end, r.cols.begin, r.cols.end),
             std::make_tuple(row.rows.begin, row.rows.end, row.cols.begin, row.cols.end));
 }

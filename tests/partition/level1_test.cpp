@@ -16,7 +16,7 @@ class Level1Workers : public ::testing::TestWithParam<WorkerRow> {};
 
 TEST_P(Level1Workers, ThresholdThenOneWorkerPerShareUpToTheBudget) {
   const WorkerRow &row = GetParam();
-  const thr::level1_rule rule = std::string(row.rule) == "pair" ? thr::kLevel1Pair : thr::kLevel1Single;
+  const thr::Level1Rule rule = std::string(row.rule) == "pair" ? thr::kLevel1Pair : thr::kLevel1Single;
   EXPECT_EQ(thr::level1_workers(row.n, rule, row.budget), row.workers);
 }
 

@@ -14,17 +14,17 @@
 namespace orb::thr {
 
 //! The complex rule: the real constants (see gemm_grid.cpp for why).
-constexpr grid_rule kComplexGridRule = {64, 32, 144, 96, 192, 4};
+constexpr GridRule kComplexGridRule = {64, 32, 144, 96, 192, 4};
 
 template <class T>
-struct blas_precision;
+struct BlasPrecision;
 
 //! The grid rule of each precision, the core kernels, and the threaded drivers the others call.
 #define ORB_BLAS_PRECISION(p, P, T)                                                                  \
   template <>                                                                                     \
-  struct blas_precision<T> : ::orb::precision<T> {                                                \
+  struct BlasPrecision<T> : ::orb::Precision<T> {                                                \
     static constexpr auto gemm_name = routine("GEMM");                                            \
-    static constexpr grid_rule grid = ::orb::precision<T>::is_complex ? kComplexGridRule : kRealGridRule; \
+    static constexpr GridRule grid = ::orb::Precision<T>::is_complex ? kComplexGridRule : kRealGridRule; \
     static constexpr auto gemm_kernel = &orb_blas_x##p##gemm;                                     \
     static constexpr auto gemv_kernel = &orb_blas_x##p##gemv;                                     \
     static constexpr auto trsm_kernel = &orb_blas_x##p##trsm;                                     \

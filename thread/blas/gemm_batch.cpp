@@ -147,7 +147,7 @@ template <class P>
 void run_group(const Group<P> &group, ORB_INT budget) {
   const int64_t workers = member_workers(group.members, budget);
   const auto run = [&](int64_t i) {
-    const range r = member_run(group.members, workers, i);
+    const Range r = member_run(group.members, workers, i);
     for (int64_t j = r.begin; j < r.end; ++j) group.product(j);
   };
   if (workers == 1) {
@@ -233,11 +233,11 @@ void gemm_batch_strided(const char *transa, const char *transb, const ORB_INT *m
 
 #define ORB_GEMM_BATCH_ENTRIES(p, P, T)                                                                            \
   extern "C" ORB_GEMM_BATCH_DECL(p, T) {                                                                           \
-    orb::thr::gemm_batch<orb::thr::blas_precision<T>>(transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc, \
+    orb::thr::gemm_batch<orb::thr::BlasPrecision<T>>(transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc, \
                                                       group_count, group_size, int32);                             \
   }                                                                                                                \
   extern "C" ORB_GEMM_BATCH_STRIDED_DECL(orb_blas_##p##gemm_batch_strided, T, ORB_INT) {                          \
-    orb::thr::gemm_batch_strided<orb::thr::blas_precision<T>>(transa, transb, m, n, k, alpha, a, lda, stridea, b,  \
+    orb::thr::gemm_batch_strided<orb::thr::BlasPrecision<T>>(transa, transb, m, n, k, alpha, a, lda, stridea, b,  \
                                                               ldb, strideb, beta, c, ldc, stridec, batch_size);    \
   }                                                                                                                \
   extern "C" ORB_GEMM_BATCH_STRIDED_DECL(orb_blas_lp64_##p##gemm_batch_strided, T, int) {                         \

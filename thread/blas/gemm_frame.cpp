@@ -75,7 +75,7 @@ void gemm(const char *transa, const char *transb, const ORB_INT *m, const ORB_IN
 
 #define ORB_GEMM_ENTRIES(p, P, T)                                                                        \
   extern "C" ORB_GEMM_DECL(p, T, ORB_INT) {                                                           \
-    orb::thr::gemm<orb::thr::blas_precision<T>>(transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, \
+    orb::thr::gemm<orb::thr::BlasPrecision<T>>(transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, \
                                                 ldc);                                                 \
   }                                                                                                   \
   extern "C" ORB_GEMM_LP64_DECL(p, T) {                                                               \

@@ -15,8 +15,8 @@ namespace orb::thr {
 template <class P>
 int64_t internal_thread(int64_t ithr, int64_t nthr, blas_args_t *args) {
   using T = typename P::value_type;
-  const gemm_grid g = gemm_choose_grid(args->m, args->n, nthr, P::grid);
-  const gemm_rect r = gemm_worker_rect(args->m, args->n, g, ithr);
+  const GemmGrid g = gemm_choose_grid(args->m, args->n, nthr, P::grid);
+  const GemmRect r = gemm_worker_rect(args->m, args->n, g, ithr);
   if (r.cols.empty()) return 0;
   const ORB_INT rows = r.rows.size(), cols = r.cols.size(), i0 = r.rows.begin, j0 = r.cols.begin;
   const T *a = static_cast<const T *>(args->a) + (not_transposed(args->transa) ? i0 : i0 * args->lda);
@@ -28,7 +28,7 @@ int64_t internal_thread(int64_t ithr, int64_t nthr, blas_args_t *args) {
   return 0;
 }
 
-#define ORB_INSTANTIATE(p, P, T) template int64_t internal_thread<blas_precision<T>>(int64_t, int64_t, blas_args_t *);
+#define ORB_INSTANTIATE(p, P, T) template int64_t internal_thread<BlasPrecision<T>>(int64_t, int64_t, blas_args_t *);
 ORB_FOR_EACH_PRECISION(ORB_INSTANTIATE)
 #undef ORB_INSTANTIATE
 

@@ -10,7 +10,7 @@
 namespace orb::thr {
 
 //! The rule of the real precisions.
-constexpr grid_rule kRealGridRule = {64, 32, 144, 96, 192, 4};
+constexpr GridRule kRealGridRule = {64, 32, 144, 96, 192, 4};
 
 //! The two-dimensional worker: one kernel call on its rectangle with the full k.
 template <class P>

@@ -78,7 +78,7 @@ bool gemm_split_k(blas_args_t &args, ORB_INT budget) {
 template <class P>
 int64_t tsq_gemm_block_by_k(int64_t ithr, int64_t nthr, blas_args_t *args) {
   using T = typename P::value_type;
-  const range ks = split_k_slice(args->k, nthr, ithr);
+  const Range ks = split_k_slice(args->k, nthr, ithr);
   T *part = ithr == 0 ? nullptr : static_cast<T *>(args->scratch) + (ithr - 1) * args->part_size;
   if (ks.empty()) {
     if (part) std::memset(static_cast<void *>(part), 0, static_cast<size_t>(args->part_size) * sizeof(T));
@@ -103,7 +103,7 @@ template <class P>
 int64_t tsq_gemm_sum_c(int64_t ithr, int64_t nthr, blas_args_t *args) {
   using R = typename P::real_type;
   const ORB_INT m = args->m, n = args->n;
-  const range cols = balanced_range(n, nthr, ithr);
+  const Range cols = balanced_range(n, nthr, ithr);
   if (m < 1 || cols.empty()) return 0;
   const ORB_INT j0 = cols.begin, j1 = cols.end;
 
@@ -134,10 +134,10 @@ int64_t tsq_gemm_sum_c(int64_t ithr, int64_t nthr, blas_args_t *args) {
 }
 
 #define ORB_INSTANTIATE(p, P, T)                                                                          \
-  template bool gemm_split_k_applies<blas_precision<T>>(const blas_args_t &, ORB_INT, bool);       \
-  template bool gemm_split_k<blas_precision<T>>(blas_args_t &, ORB_INT);                           \
-  template int64_t tsq_gemm_block_by_k<blas_precision<T>>(int64_t, int64_t, blas_args_t *);        \
-  template int64_t tsq_gemm_sum_c<blas_precision<T>>(int64_t, int64_t, blas_args_t *);
+  template bool gemm_split_k_applies<BlasPrecision<T>>(const blas_args_t &, ORB_INT, bool);       \
+  template bool gemm_split_k<BlasPrecision<T>>(blas_args_t &, ORB_INT);                           \
+  template int64_t tsq_gemm_block_by_k<BlasPrecision<T>>(int64_t, int64_t, blas_args_t *);        \
+  template int64_t tsq_gemm_sum_c<BlasPrecision<T>>(int64_t, int64_t, blas_args_t *);
 ORB_FOR_EACH_PRECISION(ORB_INSTANTIATE)
 #undef ORB_INSTANTIATE
 

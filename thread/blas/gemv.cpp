@@ -69,7 +69,7 @@ int64_t gemv_worker(int64_t ithr, int64_t nthr, blas_args_t *args) {
   using T = typename P::value_type;
   const bool as_stored = not_transposed(args->transa);
   const ORB_INT len = as_stored ? args->m : args->n;
-  const range block = block_range(len, nthr, kGemvQuantum, ithr);
+  const Range block = block_range(len, nthr, kGemvQuantum, ithr);
   if (block.empty()) return 0;
   const ORB_INT i0 = block.begin, i1 = block.end, count = block.size();
   const T *a = static_cast<const T *>(args->a) + (as_stored ? i0 : i0 * args->lda);
@@ -117,7 +117,7 @@ void gemv(const char *trans, const ORB_INT *m, const ORB_INT *n, const typename 
 
 #define ORB_GEMV_ENTRIES(p, P, T)                                                                           \
   extern "C" ORB_GEMV_DECL(orb_blas_##p##gemv, T, ORB_INT) {                                             \
-    orb::thr::gemv<orb::thr::blas_precision<T>>(trans, m, n, alpha, a, lda, x, incx, beta, y, incy);     \
+    orb::thr::gemv<orb::thr::BlasPrecision<T>>(trans, m, n, alpha, a, lda, x, incx, beta, y, incy);     \
   }                                                                                                      \
   extern "C" ORB_GEMV_DECL(orb_blas_lp64_##p##gemv, T, int) {                                            \
     orb::thr::call_lp64(orb_blas_##p##gemv, trans, m, n, alpha, a, lda, x, incx, beta, y, incy);          \

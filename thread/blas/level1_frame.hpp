@@ -30,10 +30,10 @@
 namespace orb::thr {
 
 template <class T>
-using real_of = typename precision<T>::real_type;
+using RealOf = typename Precision<T>::real_type;
 
 template <class T>
-struct level1_kernels;
+struct Level1Kernels;
 
 //! A complex dot kernel seen as a function returning its value.
 template <class T, void (*Kernel)(T *, const ORB_INT *, const T *, const ORB_INT *, const T *, const ORB_INT *)>
@@ -48,7 +48,7 @@ T complex_dot(const ORB_INT *n, const T *x, const ORB_INT *incx, const T *y, con
 // sscal itself); nrm2_of_norms is the real kernel that combines partial norms.
 #define ORB_LEVEL1_KERNELS_OF(p, T, R, dotu_, dotc_, norm, real_scalar)                            \
   template <>                                                                                      \
-  struct level1_kernels<T> : ::orb::precision<T> {                                                 \
+  struct Level1Kernels<T> : ::orb::Precision<T> {                                                 \
     static constexpr const char *dot_name = "orb_blas_" #dotu_;                                    \
     static constexpr const char *dotc_name = "orb_blas_" #dotc_;                                   \
     static constexpr const char *asum_name = "orb_blas_" #norm "asum";                             \
@@ -84,7 +84,7 @@ ORB_FOR_EACH_LEVEL1_PRECISION(ORB_LEVEL1_KERNELS_OF)
 
 //! The operands of one worker's piece: its length and where its x and y start.
 template <class T>
-struct level1_piece {
+struct Level1Piece {
   ORB_INT n;
   T *x;
   T *y;
@@ -100,14 +100,14 @@ T *level1_y(const blas_args_t *args) {
   return static_cast<T *>(args->c);
 }
 
-//! The worker of every level-1 driver.  Op is a level1_op (below).
+//! The worker of every level-1 driver.  Op is a Level1Op (below).
 template <class Op>
 int64_t level1_internal_thread(int64_t ithr, int64_t nthr, blas_args_t *args) {
   using T = typename Op::element;
   using Partial = typename Op::partial;
-  const range r = level1_range(args->n, nthr, ithr);
+  const Range r = level1_range(args->n, nthr, ithr);
   T *x = level1_x<T>(args), *y = level1_y<T>(args);
-  level1_piece<T> piece{r.size(), x ? x + level1_offset(args->n, args->lda, r) : x,
+  Level1Piece<T> piece{r.size(), x ? x + level1_offset(args->n, args->lda, r) : x,
                         y ? y + level1_offset(args->n, args->ldc, r) : y};
   if constexpr (std::is_void_v<Partial>) {
     if (!r.empty()) Op::run(*args, piece);
@@ -118,21 +118,21 @@ int64_t level1_internal_thread(int64_t ithr, int64_t nthr, blas_args_t *args) {
 }
 
 //! A driver's decision: its budget and its worker count (1: one kernel call).
-struct level1_plan {
+struct Level1Plan {
   ORB_INT budget = 1;
   ORB_INT workers = 1;
 };
 
 //! Threads n elements under `rule` when `threadable` (the increments allow
 //! it), asking for the budget only when n reaches the rule's threshold.
-inline level1_plan plan_level1(ORB_INT n, level1_rule rule, bool threadable) {
+inline Level1Plan plan_level1(ORB_INT n, Level1Rule rule, bool threadable) {
   if (!threadable || n < rule.min_n) return {};
   const ORB_INT budget = orb_serv_get_max_threads();
   return {budget, level1_workers(n, rule, budget)};
 }
 
 //! The record of a call on n elements of x (increment incx) and y (incy).
-inline blas_args_t level1_args(level1_plan plan, ORB_INT n, const void *x, ORB_INT incx, void *y, ORB_INT incy,
+inline blas_args_t level1_args(Level1Plan plan, ORB_INT n, const void *x, ORB_INT incx, void *y, ORB_INT incy,
                                const void *alpha = nullptr, const void *beta = nullptr) {
   blas_args_t args{};
   args.n = n;
@@ -150,22 +150,22 @@ inline blas_args_t level1_args(level1_plan plan, ORB_INT n, const void *x, ORB_I
 
 //! The whole call as one piece: what the driver runs when it does not thread.
 template <class T>
-level1_piece<T> level1_whole(const blas_args_t &args) {
+Level1Piece<T> level1_whole(const blas_args_t &args) {
   return {args.n, level1_x<T>(&args), level1_y<T>(&args)};
 }
 
 //! The kernel call of one routine on one piece, with its result (void for
 //! the routines that only write).
 template <class T, class Partial>
-using level1_piece_fn = Partial (*)(const blas_args_t &, const level1_piece<T> &);
+using level1_piece_fn = Partial (*)(const blas_args_t &, const Level1Piece<T> &);
 
 //! A routine as the worker sees it: its element type, its partial result
 //! and its call on one piece.
 template <class T, class Partial, level1_piece_fn<T, Partial> Run>
-struct level1_op {
+struct Level1Op {
   using element = T;
   using partial = Partial;
-  static Partial run(const blas_args_t &args, const level1_piece<T> &p) { return Run(args, p); }
+  static Partial run(const blas_args_t &args, const Level1Piece<T> &p) { return Run(args, p); }
 };
 
 //! Runs an update (no partial results) on args.k workers.
@@ -175,7 +175,7 @@ void level1_update(blas_args_t &args) {
     Run(args, level1_whole<T>(args));
     return;
   }
-  orb_blas_invoke_thin_thread(args.k, level1_internal_thread<level1_op<T, void, Run>>, &args, nullptr);
+  orb_blas_invoke_thin_thread(args.k, level1_internal_thread<Level1Op<T, void, Run>>, &args, nullptr);
 }
 
 //! Partial results up to this many workers live on the driver's stack.
@@ -187,7 +187,7 @@ constexpr ORB_INT kLevel1StackPartials = 512;
 //! piece.
 template <class T, class Partial, level1_piece_fn<T, Partial> Run, class Combine>
 Partial level1_reduce(blas_args_t &args, const char *name, Combine combine) {
-  using Op = level1_op<T, Partial, Run>;
+  using Op = Level1Op<T, Partial, Run>;
   const ORB_INT workers = args.k;
   if (workers <= 1) return Run(args, level1_whole<T>(args));
   Partial on_stack[kLevel1StackPartials];

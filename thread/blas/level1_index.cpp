@@ -25,7 +25,7 @@ template <class T, bool Largest>
 ORB_INT index_search(const ORB_INT *n, const T *x, const ORB_INT *incx) {
   if (!n || !incx || *n < 1 || *incx < 1) return 0;
   if (*n == 1) return 1;
-  if (*n > kInlineSearch) return (Largest ? level1_kernels<T>::iamax : level1_kernels<T>::iamin)(n, x, incx);
+  if (*n > kInlineSearch) return (Largest ? Level1Kernels<T>::iamax : Level1Kernels<T>::iamin)(n, x, incx);
   auto best = abs1(x[0]);
   if (std::isnan(best)) return 1;
   ORB_INT found = 1;

@@ -24,14 +24,14 @@ namespace orb::thr {
 namespace {
 
 template <class T, bool Conjugated>
-T dot_piece(const blas_args_t &args, const level1_piece<T> &p) {
-  constexpr auto kernel = Conjugated ? level1_kernels<T>::dotc : level1_kernels<T>::dotu;
+T dot_piece(const blas_args_t &args, const Level1Piece<T> &p) {
+  constexpr auto kernel = Conjugated ? Level1Kernels<T>::dotc : Level1Kernels<T>::dotu;
   return kernel(&p.n, p.x, &args.lda, p.y, &args.ldc);
 }
 
 //! asum or nrm2 of one piece: Kernel is the sequential kernel.
-template <class T, real_of<T> (*Kernel)(const ORB_INT *, const T *, const ORB_INT *)>
-real_of<T> norm_piece(const blas_args_t &args, const level1_piece<T> &p) {
+template <class T, RealOf<T> (*Kernel)(const ORB_INT *, const T *, const ORB_INT *)>
+RealOf<T> norm_piece(const blas_args_t &args, const Level1Piece<T> &p) {
   return Kernel(&p.n, p.x, &args.lda);
 }
 
@@ -48,29 +48,29 @@ T dot(const ORB_INT *n, const T *x, const ORB_INT *incx, const T *y, const ORB_I
   if (!n || *n < 1 || !rules::all_present(incx, incy)) return T{};
   blas_args_t args = level1_args(plan_level1(*n, kLevel1Pair, *incx != 0 && *incy != 0), *n, x, *incx,
                                  const_cast<T *>(y), *incy);
-  const char *name = Conjugated ? level1_kernels<T>::dotc_name : level1_kernels<T>::dot_name;
+  const char *name = Conjugated ? Level1Kernels<T>::dotc_name : Level1Kernels<T>::dot_name;
   return level1_reduce<T, T, dot_piece<T, Conjugated>>(args, name, sum_in_order<T>);
 }
 
 //! asum or nrm2 (Kernel) of one vector, combined by `combine`.
-template <class T, real_of<T> (*Kernel)(const ORB_INT *, const T *, const ORB_INT *), class Combine>
-real_of<T> norm(const ORB_INT *n, const T *x, const ORB_INT *incx, const char *name, Combine combine) {
-  if (!n || *n < 1 || !incx) return real_of<T>(0);
+template <class T, RealOf<T> (*Kernel)(const ORB_INT *, const T *, const ORB_INT *), class Combine>
+RealOf<T> norm(const ORB_INT *n, const T *x, const ORB_INT *incx, const char *name, Combine combine) {
+  if (!n || *n < 1 || !incx) return RealOf<T>(0);
   blas_args_t args = level1_args(plan_level1(*n, kLevel1Single, *incx != 0), *n, x, *incx, nullptr, 0);
-  return level1_reduce<T, real_of<T>, norm_piece<T, Kernel>>(args, name, combine);
+  return level1_reduce<T, RealOf<T>, norm_piece<T, Kernel>>(args, name, combine);
 }
 
 template <class T>
-real_of<T> asum(const ORB_INT *n, const T *x, const ORB_INT *incx) {
-  return norm<T, level1_kernels<T>::asum>(n, x, incx, level1_kernels<T>::asum_name, sum_in_order<real_of<T>>);
+RealOf<T> asum(const ORB_INT *n, const T *x, const ORB_INT *incx) {
+  return norm<T, Level1Kernels<T>::asum>(n, x, incx, Level1Kernels<T>::asum_name, sum_in_order<RealOf<T>>);
 }
 
 template <class T>
-real_of<T> nrm2(const ORB_INT *n, const T *x, const ORB_INT *incx) {
-  return norm<T, level1_kernels<T>::nrm2>(n, x, incx, level1_kernels<T>::nrm2_name,
-                                          [](const real_of<T> *norms, ORB_INT w) {
+RealOf<T> nrm2(const ORB_INT *n, const T *x, const ORB_INT *incx) {
+  return norm<T, Level1Kernels<T>::nrm2>(n, x, incx, Level1Kernels<T>::nrm2_name,
+                                          [](const RealOf<T> *norms, ORB_INT w) {
                                             const ORB_INT one = 1;
-                                            return level1_kernels<T>::nrm2_of_norms(&w, norms, &one);
+                                            return Level1Kernels<T>::nrm2_of_norms(&w, norms, &one);
                                           });
 }
 

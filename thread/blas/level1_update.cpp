@@ -24,43 +24,43 @@ namespace {
 // One kernel call on one piece per routine.  S is the type of the scalar of
 // scal (T, or the real type for csscal).
 template <class T, class S>
-void scal_piece(const blas_args_t &a, const level1_piece<T> &p) {
+void scal_piece(const blas_args_t &a, const Level1Piece<T> &p) {
   if constexpr (std::is_same_v<S, T>)
-    level1_kernels<T>::scal(&p.n, static_cast<const S *>(a.alpha), p.x, &a.lda);
+    Level1Kernels<T>::scal(&p.n, static_cast<const S *>(a.alpha), p.x, &a.lda);
   else
-    level1_kernels<T>::rscal(&p.n, static_cast<const S *>(a.alpha), p.x, &a.lda);
+    Level1Kernels<T>::rscal(&p.n, static_cast<const S *>(a.alpha), p.x, &a.lda);
 }
 
 template <class T>
-void axpy_piece(const blas_args_t &a, const level1_piece<T> &p) {
-  level1_kernels<T>::axpy(&p.n, static_cast<const T *>(a.alpha), p.x, &a.lda, p.y, &a.ldc);
+void axpy_piece(const blas_args_t &a, const Level1Piece<T> &p) {
+  Level1Kernels<T>::axpy(&p.n, static_cast<const T *>(a.alpha), p.x, &a.lda, p.y, &a.ldc);
 }
 
 template <class T>
-void axpby_piece(const blas_args_t &a, const level1_piece<T> &p) {
-  level1_kernels<T>::axpby(&p.n, static_cast<const T *>(a.alpha), p.x, &a.lda, static_cast<const T *>(a.beta), p.y,
+void axpby_piece(const blas_args_t &a, const Level1Piece<T> &p) {
+  Level1Kernels<T>::axpby(&p.n, static_cast<const T *>(a.alpha), p.x, &a.lda, static_cast<const T *>(a.beta), p.y,
                            &a.ldc);
 }
 
 template <class T>
-void copy_piece(const blas_args_t &a, const level1_piece<T> &p) {
-  level1_kernels<T>::copy(&p.n, p.x, &a.lda, p.y, &a.ldc);
+void copy_piece(const blas_args_t &a, const Level1Piece<T> &p) {
+  Level1Kernels<T>::copy(&p.n, p.x, &a.lda, p.y, &a.ldc);
 }
 
 template <class T>
-void swap_piece(const blas_args_t &a, const level1_piece<T> &p) {
-  level1_kernels<T>::swap(&p.n, p.x, &a.lda, p.y, &a.ldc);
+void swap_piece(const blas_args_t &a, const Level1Piece<T> &p) {
+  Level1Kernels<T>::swap(&p.n, p.x, &a.lda, p.y, &a.ldc);
 }
 
 template <class T>
-void rot_piece(const blas_args_t &a, const level1_piece<T> &p) {
-  level1_kernels<T>::rot(&p.n, p.x, &a.lda, p.y, &a.ldc, static_cast<const real_of<T> *>(a.alpha),
-                         static_cast<const real_of<T> *>(a.beta));
+void rot_piece(const blas_args_t &a, const Level1Piece<T> &p) {
+  Level1Kernels<T>::rot(&p.n, p.x, &a.lda, p.y, &a.ldc, static_cast<const RealOf<T> *>(a.alpha),
+                         static_cast<const RealOf<T> *>(a.beta));
 }
 
 template <class T>
-void rotm_piece(const blas_args_t &a, const level1_piece<T> &p) {
-  level1_kernels<T>::rotm(&p.n, p.x, &a.lda, p.y, &a.ldc, static_cast<const T *>(a.alpha));
+void rotm_piece(const blas_args_t &a, const Level1Piece<T> &p) {
+  Level1Kernels<T>::rotm(&p.n, p.x, &a.lda, p.y, &a.ldc, static_cast<const T *>(a.alpha));
 }
 
 //! Both increments allow a cut.
@@ -104,8 +104,8 @@ void swap(const ORB_INT *n, T *x, const ORB_INT *incx, T *y, const ORB_INT *incy
 }
 
 template <class T>
-void rot(const ORB_INT *n, T *x, const ORB_INT *incx, T *y, const ORB_INT *incy, const real_of<T> *c,
-         const real_of<T> *s) {
+void rot(const ORB_INT *n, T *x, const ORB_INT *incx, T *y, const ORB_INT *incy, const RealOf<T> *c,
+         const RealOf<T> *s) {
   if (!n || *n < 1 || !rules::all_present(incx, incy, c, s)) return;
   blas_args_t args = level1_args(plan_level1(*n, kLevel1Pair, both_move(incx, incy)), *n, x, *incx, y, *incy, c, s);
   level1_update<T, rot_piece<T>>(args);

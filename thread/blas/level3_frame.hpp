@@ -47,7 +47,7 @@ inline blas_args_t level3_args(const char *transa, const char *transb, ORB_INT m
 //! tile of the grid: such a call is never cut, so a driver may hand it to its
 //! kernel as it came, before reading anything else; an illegal one is then
 //! reported by the kernel, once, as it would be after the driver's own check.
-inline bool one_tile(const grid_rule &rule, const ORB_INT *m, const ORB_INT *n) {
+inline bool one_tile(const GridRule &rule, const ORB_INT *m, const ORB_INT *n) {
   return m && n && *m <= rule.tile_m && *n <= rule.tile_n;
 }
 
@@ -56,7 +56,7 @@ inline bool one_tile(const grid_rule &rule, const ORB_INT *m, const ORB_INT *n) 
 //! the call; otherwise grid_worker on one worker per tile of rule, at most the
 //! budget, or whole() when that is one worker.
 template <class Whole, class OwnCut>
-void level3_run(blas_args_t &args, const grid_rule &rule, orb_blas_worker_fn grid_worker, Whole &&whole,
+void level3_run(blas_args_t &args, const GridRule &rule, orb_blas_worker_fn grid_worker, Whole &&whole,
                 OwnCut &&own_cut) {
   const ORB_INT budget = orb_serv_get_max_threads();
   if (budget <= 1) {

@@ -33,7 +33,7 @@ namespace {
 
 //! The kernel of one routine, by element type and name.
 template <class T, auto Kernel>
-struct symm_routine {
+struct SymmRoutine {
   using value_type = T;
   static void kernel(const char *side, const char *uplo, const ORB_INT *m, const ORB_INT *n, const T *alpha,
                      const T *a, const ORB_INT *lda, const T *b, const ORB_INT *ldb, const T *beta, T *c,
@@ -48,7 +48,7 @@ int64_t symm_worker(int64_t ithr, int64_t nthr, blas_args_t *args) {
   using T = typename R::value_type;
   const char *side = static_cast<const char *>(args->word2);
   const bool left = (*side | 0x20) == 'l';
-  const range r = rhs_range(left ? args->n : args->m, nthr, ithr);
+  const Range r = rhs_range(left ? args->n : args->m, nthr, ithr);
   if (r.empty()) return 0;
   const ORB_INT count = r.size();
   const T *b = static_cast<const T *>(args->b);
@@ -97,7 +97,7 @@ void symm(const char *side, const char *uplo, const ORB_INT *m, const ORB_INT *n
 
 #define ORB_SYMM_ENTRIES(name, T)                                                                              \
   extern "C" ORB_SYMM_DECL(orb_blas_##name, T, ORB_INT) {                                                     \
-    orb::thr::symm<orb::thr::symm_routine<T, orb_blas_x##name>>(side, uplo, m, n, alpha, a, lda, b, ldb, beta, c, \
+    orb::thr::symm<orb::thr::SymmRoutine<T, orb_blas_x##name>>(side, uplo, m, n, alpha, a, lda, b, ldb, beta, c, \
                                                                  ldc);                                         \
   }                                                                                                            \
   extern "C" ORB_SYMM_DECL(orb_blas_lp64_##name, T, int) {                                                    \

@@ -40,20 +40,20 @@ namespace {
 
 //! ?syrk (S = T) or ?herk (S the real type of T): the kernels and letters.
 template <class T, class S>
-struct rank_k;
+struct RankK;
 #define ORB_RANK_K(p, P, T)                                                                          \
   template <>                                                                                        \
-  struct rank_k<T, T> : blas_precision<T> {                                                          \
+  struct RankK<T, T> : BlasPrecision<T> {                                                          \
     static constexpr auto kernel = &orb_blas_x##p##syrk;                                             \
     static constexpr char conj = 'T';                                                                \
-    static const char *ops() { return blas_precision<T>::is_complex ? rules::kSyrkComplexOps : rules::kSyrkRealOps; } \
+    static const char *ops() { return BlasPrecision<T>::is_complex ? rules::kSyrkComplexOps : rules::kSyrkRealOps; } \
     static T scalar(const T &s) { return s; }                                                        \
   };
 ORB_FOR_EACH_PRECISION(ORB_RANK_K)
 #undef ORB_RANK_K
 #define ORB_RANK_K_HERMITIAN(p, T, S)                                     \
   template <>                                                           \
-  struct rank_k<T, S> : blas_precision<T> {                             \
+  struct RankK<T, S> : BlasPrecision<T> {                             \
     static constexpr auto kernel = &orb_blas_x##p##herk;                \
     static constexpr char conj = 'C';                                   \
     static const char *ops() { return rules::kHerkOps; }                \
@@ -66,12 +66,12 @@ ORB_RANK_K_HERMITIAN(z, ORB_Complex16, double)
 //! Columns [j0, j1) of the triangle: the diagonal block, then the rectangle beside it.
 template <class T, class S>
 int64_t syrk_worker(int64_t ithr, int64_t nthr, blas_args_t *args) {
-  using K = rank_k<T, S>;
+  using K = RankK<T, S>;
   const char *uplo = static_cast<const char *>(args->word2);
   const char *trans = args->transa;
   const bool upper = (*uplo | 0x20) == 'u', plain = not_transposed(trans);
   const ORB_INT n = args->n;
-  const range cols = triangle_columns(n, nthr, ithr, upper);
+  const Range cols = triangle_columns(n, nthr, ithr, upper);
   if (cols.empty()) return 0;
   const T *a = static_cast<const T *>(args->a);
   T *c = static_cast<T *>(args->c);
@@ -93,7 +93,7 @@ int64_t syrk_worker(int64_t ithr, int64_t nthr, blas_args_t *args) {
 template <class T, class S>
 void syrk(const char *uplo, const char *trans, const ORB_INT *n, const ORB_INT *k, const S *alpha, const T *a,
           const ORB_INT *lda, const S *beta, T *c, const ORB_INT *ldc) {
-  using K = rank_k<T, S>;
+  using K = RankK<T, S>;
   const auto whole = [&] { K::kernel(uplo, trans, n, k, alpha, a, lda, beta, c, ldc); };
   if (orb_blas_check_syrk(uplo, trans, n, k, alpha, lda, beta, ldc, K::ops()) != 0 || *n == 0 || *k == 0 ||
       orb::is_zero(*alpha)) {

@@ -40,7 +40,7 @@ int64_t trsm_worker(int64_t ithr, int64_t nthr, blas_args_t *args) {
   const char *side = static_cast<const char *>(args->word2);
   const char *uplo = static_cast<const char *>(args->word3);
   const bool left = left_side(side);
-  const range r = rhs_range(left ? args->n : args->m, nthr, ithr);
+  const Range r = rhs_range(left ? args->n : args->m, nthr, ithr);
   if (r.empty()) return 0;
   const ORB_INT count = r.size();
   T *b = static_cast<T *>(args->c);
@@ -88,7 +88,7 @@ void trsm(const char *side, const char *uplo, const char *transa, const char *di
 
 #define ORB_TRSM_ENTRIES(p, P, T)                                                                           \
   extern "C" ORB_TRSM_DECL(orb_blas_##p##trsm, T, ORB_INT) {                                                \
-    orb::thr::trsm<orb::thr::blas_precision<T>>(side, uplo, transa, diag, m, n, alpha, a, lda, b, ldb);     \
+    orb::thr::trsm<orb::thr::BlasPrecision<T>>(side, uplo, transa, diag, m, n, alpha, a, lda, b, ldb);     \
   }                                                                                                         \
   extern "C" ORB_TRSM_DECL(orb_blas_lp64_##p##trsm, T, int) {                                               \
     orb::thr::call_lp64(orb_blas_##p##trsm, side, uplo, transa, diag, m, n, alpha, a, lda, b, ldb);         \

@@ -20,7 +20,7 @@
 
 namespace orb::thr {
 
-range balanced_range(int64_t n, int64_t p, int64_t i) {
+Range balanced_range(int64_t n, int64_t p, int64_t i) {
   const int64_t base = n / p, rest = n % p;
   const int64_t begin = i < rest ? i * (base + 1) : i * base + rest;
   return {begin, begin + (i < rest ? base + 1 : base)};

@@ -8,6 +8,6 @@ namespace orb::thr {
 //! Worker i's items when n items fall onto p workers in consecutive ranges
 //! whose sizes differ by at most one, the longer ones first (n >= 0, p > 0,
 //! 0 <= i < p).
-range balanced_range(int64_t n, int64_t p, int64_t i);
+Range balanced_range(int64_t n, int64_t p, int64_t i);
 
 }  // namespace orb::thr

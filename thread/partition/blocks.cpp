@@ -28,7 +28,7 @@
 
 namespace orb::thr {
 
-range block_range(int64_t len, int64_t w, int64_t q, int64_t i) {
+Range block_range(int64_t len, int64_t w, int64_t q, int64_t i) {
   const int64_t block = ceil_div(ceil_div(len, w), q) * q;
   return {std::min(block * i, len), std::min(block * (i + 1), len)};
 }

@@ -63,13 +63,13 @@
 
 namespace orb::thr {
 
-int64_t gemm_grid_workers(int64_t m, int64_t n, int64_t budget, const grid_rule &rule) {
+int64_t gemm_grid_workers(int64_t m, int64_t n, int64_t budget, const GridRule &rule) {
   const int64_t Mt = ceil_div(m, rule.tile_m), Nt = ceil_div(n, rule.tile_n);
   if (Mt == 0 || Nt == 0) return 0;
   return Mt > budget / Nt ? budget : std::min(Mt * Nt, budget);  // Mt Nt may not fit
 }
 
-gemm_grid gemm_choose_grid(int64_t m, int64_t n, int64_t nthr, const grid_rule &rule) {
+GemmGrid gemm_choose_grid(int64_t m, int64_t n, int64_t nthr, const GridRule &rule) {
   const int64_t Mt = ceil_div(m, rule.tile_m);
   const int64_t Nt = ceil_div(n, rule.tile_n);
   int64_t mt = 1, nt = nthr;
@@ -100,7 +100,7 @@ gemm_grid gemm_choose_grid(int64_t m, int64_t n, int64_t nthr, const grid_rule &
   return {std::max<int64_t>(mt, 1), std::max<int64_t>(nt, 1)};
 }
 
-gemm_rect gemm_worker_rect(int64_t m, int64_t n, gemm_grid g, int64_t ithr) {
+GemmRect gemm_worker_rect(int64_t m, int64_t n, GemmGrid g, int64_t ithr) {
   return {block_range(m, g.mt, 1, ithr / g.nt), block_range(n, g.nt, 1, ithr % g.nt)};
 }
 

@@ -10,7 +10,7 @@ namespace orb::thr {
 //! Nt = ceil(n / tile_n); rows are split only while every row block keeps
 //! min_rows rows and there are fewer than max_row_blocks of them; narrow and
 //! wide bound the columns per worker that allow a row split.
-struct grid_rule {
+struct GridRule {
   int64_t tile_m;
   int64_t tile_n;
   int64_t min_rows;
@@ -20,25 +20,25 @@ struct grid_rule {
 };
 
 //! mt workers along the rows of C, nt along its columns.
-struct gemm_grid {
+struct GemmGrid {
   int64_t mt;
   int64_t nt;
 };
 
 //! The rows and columns of C that one worker owns.
-struct gemm_rect {
-  range rows;
-  range cols;
+struct GemmRect {
+  Range rows;
+  Range cols;
 };
 
 //! Workers for an m x n product on this budget: one per tile of the rule, at
 //! most the budget; 0 when C is empty.
-int64_t gemm_grid_workers(int64_t m, int64_t n, int64_t budget, const grid_rule &rule);
+int64_t gemm_grid_workers(int64_t m, int64_t n, int64_t budget, const GridRule &rule);
 
 //! The grid for an m x n product run by nthr workers.
-gemm_grid gemm_choose_grid(int64_t m, int64_t n, int64_t nthr, const grid_rule &rule);
+GemmGrid gemm_choose_grid(int64_t m, int64_t n, int64_t nthr, const GridRule &rule);
 
 //! The rectangle of C that worker ithr of grid g owns.
-gemm_rect gemm_worker_rect(int64_t m, int64_t n, gemm_grid g, int64_t ithr);
+GemmRect gemm_worker_rect(int64_t m, int64_t n, GemmGrid g, int64_t ithr);
 
 }  // namespace orb::thr

@@ -41,12 +41,12 @@
 
 namespace orb::thr {
 
-int64_t level1_workers(int64_t n, level1_rule rule, int64_t budget) {
+int64_t level1_workers(int64_t n, Level1Rule rule, int64_t budget) {
   if (n < rule.min_n || budget <= 1) return 1;
   return std::min(ceil_div(n, rule.per_worker), budget);
 }
 
-range level1_range(int64_t n, int64_t w, int64_t i) {
+Range level1_range(int64_t n, int64_t w, int64_t i) {
   const int64_t base = std::max<int64_t>(n / w, 1);
   const int64_t rest = std::max<int64_t>(n - base * w, 0);
   const int64_t start = i < rest ? i * (base + 1) : i * base + rest;
@@ -55,7 +55,7 @@ range level1_range(int64_t n, int64_t w, int64_t i) {
   return {start, std::min(start + length, n)};
 }
 
-int64_t level1_offset(int64_t n, int64_t inc, range r) {
+int64_t level1_offset(int64_t n, int64_t inc, Range r) {
   return inc >= 0 ? inc * r.begin : inc * (r.end - n);
 }
 

@@ -30,6 +30,6 @@ int64_t member_workers(int64_t members, int64_t budget) {
   return std::min(ceil_div(members, kMembersPerWorker), budget);
 }
 
-range member_run(int64_t members, int64_t w, int64_t i) { return block_range(members, w, 1, i); }
+Range member_run(int64_t members, int64_t w, int64_t i) { return block_range(members, w, 1, i); }
 
 }  // namespace orb::thr

@@ -12,6 +12,6 @@ constexpr int64_t kMembersPerWorker = 128;
 int64_t member_workers(int64_t members, int64_t budget);
 
 //! Worker i's products: [i s, min((i + 1) s, members)) with s = ceil(members / w).
-range member_run(int64_t members, int64_t w, int64_t i);
+Range member_run(int64_t members, int64_t w, int64_t i);
 
 }  // namespace orb::thr

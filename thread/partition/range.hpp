@@ -13,7 +13,7 @@
 namespace orb::thr {
 
 //! Items [begin, end) of one worker.
-struct range {
+struct Range {
   int64_t begin = 0;
   int64_t end = 0;
 

@@ -49,6 +49,6 @@ int64_t rhs_workers(int64_t order, int64_t rhs, int64_t budget) {
   return std::max<int64_t>(w, 1);
 }
 
-range rhs_range(int64_t rhs, int64_t w, int64_t i) { return balanced_range(rhs, w, i); }
+Range rhs_range(int64_t rhs, int64_t w, int64_t i) { return balanced_range(rhs, w, i); }
 
 }  // namespace orb::thr

@@ -19,6 +19,6 @@ int64_t rhs_workers(int64_t order, int64_t rhs, int64_t budget);
 
 //! Worker i's right-hand sides when rhs of them fall onto w workers: the
 //! balanced ranges of balanced.hpp (rhs >= 0, w > 0, 0 <= i < w).
-range rhs_range(int64_t rhs, int64_t w, int64_t i);
+Range rhs_range(int64_t rhs, int64_t w, int64_t i);
 
 }  // namespace orb::thr

@@ -37,6 +37,6 @@ constexpr int64_t kMinSliceK = 336;
 
 int64_t split_k_slices(int64_t k, int64_t budget) { return std::min(budget, k / kMinSliceK); }
 
-range split_k_slice(int64_t k, int64_t slices, int64_t i) { return block_range(k, slices, 1, i); }
+Range split_k_slice(int64_t k, int64_t slices, int64_t i) { return block_range(k, slices, 1, i); }
 
 }  // namespace orb::thr

@@ -11,6 +11,6 @@ namespace orb::thr {
 int64_t split_k_slices(int64_t k, int64_t budget);
 
 //! Worker i's steps of k, out of `slices` slices (0 <= i < slices).
-range split_k_slice(int64_t k, int64_t slices, int64_t i);
+Range split_k_slice(int64_t k, int64_t slices, int64_t i);
 
 }  // namespace orb::thr

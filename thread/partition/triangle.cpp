@@ -67,7 +67,7 @@ int64_t triangle_workers(int64_t n, int64_t k, int64_t budget) {
   return std::max<int64_t>(w, 1);
 }
 
-range triangle_columns(int64_t n, int64_t w, int64_t i, bool upper) {
+Range triangle_columns(int64_t n, int64_t w, int64_t i, bool upper) {
   if (!upper) return {lower_start(n, w, i), lower_start(n, w, i + 1)};
   const int64_t mirror = w - 1 - i;
   return {n - lower_start(n, w, mirror + 1), n - lower_start(n, w, mirror)};

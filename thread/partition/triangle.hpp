@@ -19,6 +19,6 @@ int64_t triangle_workers(int64_t n, int64_t k, int64_t budget);
 //! Worker i's columns of the upper (upper = true) or lower triangle of order
 //! n cut among w workers into blocks of equal area (n >= 0, w > 0,
 //! 0 <= i < w).
-range triangle_columns(int64_t n, int64_t w, int64_t i, bool upper);
+Range triangle_columns(int64_t n, int64_t w, int64_t i, bool upper);
 
 }  // namespace orb::thr

@@ -61,7 +61,7 @@ void omatcopy_batch(char ordering, const char *trans, const void *rows, const vo
                     const ORB_INT *group_size, int width) {
   if (group_count <= 0 || !arrays_present(trans, rows, cols, alpha, A, lda, B, ldb, group_size, width)) return;
   walk_groups(rows, cols, lda, ldb, group_count, group_size, width, [&](ORB_INT m, ORB_INT g, const GroupSizes &s) {
-    trans_precision<T>::omatcopy(ordering, trans[g], s.rows, s.cols, alpha[g], A[m], s.lda, B[m], s.ldb);
+    TransPrecision<T>::omatcopy(ordering, trans[g], s.rows, s.cols, alpha[g], A[m], s.lda, B[m], s.ldb);
   });
 }
 
@@ -71,7 +71,7 @@ void imatcopy_batch(char ordering, const char *trans, const void *rows, const vo
                     int width) {
   if (group_count <= 0 || !arrays_present(trans, rows, cols, alpha, AB, lda, AB, ldb, group_size, width)) return;
   walk_groups(rows, cols, lda, ldb, group_count, group_size, width, [&](ORB_INT m, ORB_INT g, const GroupSizes &s) {
-    trans_precision<T>::imatcopy(ordering, trans[g], s.rows, s.cols, alpha[g], AB[m], s.lda, s.ldb);
+    TransPrecision<T>::imatcopy(ordering, trans[g], s.rows, s.cols, alpha[g], AB[m], s.lda, s.ldb);
   });
 }
 

@@ -21,14 +21,14 @@ template <class T>
 void omatcopy_batch_strided(char ordering, char trans, ORB_INT rows, ORB_INT cols, T alpha, const T *A,
                             ORB_INT lda, ORB_INT stridea, T *B, ORB_INT ldb, ORB_INT strideb, ORB_INT batch_size) {
   for (ORB_INT i = 0; i < batch_size; ++i)
-    trans_precision<T>::omatcopy(ordering, trans, rows, cols, alpha, nth(A, i, stridea), lda, nth(B, i, strideb), ldb);
+    TransPrecision<T>::omatcopy(ordering, trans, rows, cols, alpha, nth(A, i, stridea), lda, nth(B, i, strideb), ldb);
 }
 
 template <class T>
 void imatcopy_batch_strided(char ordering, char trans, ORB_INT rows, ORB_INT cols, T alpha, T *AB, ORB_INT lda,
                             ORB_INT ldb, ORB_INT stride, ORB_INT batch_size) {
   for (ORB_INT i = 0; i < batch_size; ++i)
-    trans_precision<T>::imatcopy(ordering, trans, rows, cols, alpha, nth(AB, i, stride), lda, ldb);
+    TransPrecision<T>::imatcopy(ordering, trans, rows, cols, alpha, nth(AB, i, stride), lda, ldb);
 }
 
 template <class T>
@@ -36,7 +36,7 @@ void omatadd_batch_strided(char ordering, char transa, char transb, ORB_INT rows
                            ORB_INT lda, ORB_INT stridea, const T *B, ORB_INT ldb, ORB_INT strideb, T *C, ORB_INT ldc,
                            ORB_INT stridec, ORB_INT batch_size, T alpha, T beta) {
   for (ORB_INT i = 0; i < batch_size; ++i)
-    trans_precision<T>::omatadd(ordering, transa, transb, rows, cols, alpha, nth(A, i, stridea), lda, beta,
+    TransPrecision<T>::omatadd(ordering, transa, transb, rows, cols, alpha, nth(A, i, stridea), lda, beta,
                              nth(B, i, strideb), ldb, nth(C, i, stridec), ldc);
 }
 

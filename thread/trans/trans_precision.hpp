@@ -9,11 +9,11 @@
 namespace orb::thr {
 
 template <class T>
-struct trans_precision;
+struct TransPrecision;
 
 #define ORB_TRANS_KERNELS(p, P, T)                                    \
   template <>                                                      \
-  struct trans_precision<T> : ::orb::precision<T> {                \
+  struct TransPrecision<T> : ::orb::Precision<T> {                \
     static constexpr auto omatcopy = &orb_trans_orb_##p##omatcopy; \
     static constexpr auto imatcopy = &orb_trans_orb_##p##imatcopy; \
     static constexpr auto omatcopy2 = &orb_trans_orb_##p##omatcopy2_seq; \

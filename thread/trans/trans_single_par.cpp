@@ -12,13 +12,13 @@ namespace {
 template <class T>
 int omatcopy2_par(char ordering, char trans, ORB_INT rows, ORB_INT cols, T alpha, const T *A, ORB_INT lda,
                   ORB_INT stridea, T *B, ORB_INT ldb, ORB_INT strideb) {
-  return trans_precision<T>::omatcopy2(ordering, trans, rows, cols, alpha, A, lda, stridea, B, ldb, strideb);
+  return TransPrecision<T>::omatcopy2(ordering, trans, rows, cols, alpha, A, lda, stridea, B, ldb, strideb);
 }
 
 template <class T>
 int omatadd_par(char ordering, char transa, char transb, ORB_INT rows, ORB_INT cols, T alpha, const T *A,
                 ORB_INT lda, T beta, const T *B, ORB_INT ldb, T *C, ORB_INT ldc) {
-  return trans_precision<T>::omatadd_seq(ordering, transa, transb, rows, cols, alpha, A, lda, beta, B, ldb, C, ldc);
+  return TransPrecision<T>::omatadd_seq(ordering, transa, transb, rows, cols, alpha, A, lda, beta, B, ldb, C, ldc);
 }
 
 }  // namespace
