@@ -100,7 +100,7 @@ struct Aligned {
 // Routed products (depth up to 64, operands starting on cache lines) from four
 // threads at once on the real second provider, each against the naive product.
 TEST(Provider2Real, RoutedProductsAreRightFromConcurrentCallers) {
-  if (!orb_serv_provider2_path()) GTEST_SKIP() << "the second provider is not installed (scripts/setup.sh)";
+  if (!orb_serv_provider2_path()) GTEST_SKIP() << "no second provider: not installed (scripts/setup.sh), or an AddressSanitizer build";
   const auto caller = [](int t) {
     for (ORB_INT k : {1, 17, 64})
       for (ORB_INT m : {8 * t + 5, 96}) {
