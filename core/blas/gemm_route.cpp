@@ -23,6 +23,15 @@
 // gain goes and k = 64 loses up to 9 %; k = 128 gains too little to count.
 // Only where the operands start counts: at m = 500 every other column starts
 // half a line in, and the gain holds.
+// The smallest products stay on the first provider: the second spends about a
+// quarter of a microsecond more per call before its kernel starts.  Through
+// the whole library, one core, orb with the rule against the first provider:
+//
+//   m x n x k     16^3  20^3  16x16x64  32x32x16  64x16x16  16x64x16  24^3  32^3  64^3
+//   m n k         4096  8000     16384     16384     16384     16384 13824 32768 262144
+//   orb / first   0.66  0.80      0.97      1.04      1.06      1.14  1.06  1.12   1.20
+//
+// so a product goes to the second provider from 16384 multiply-adds.
 // Transposed dgemm, zgemm, cgemm and sgemm showed no gain of 5 % here on the
 // shapes measured (0.79 to 1.06; one sgemm of k = 128 at 1.12), so they stay
 // on the first provider.  docs/performance.md has the rest of the grid.
@@ -33,13 +42,15 @@ namespace orb::core {
 namespace {
 
 constexpr int64_t kSecondProviderDepthD = 64;
+constexpr double kSecondProviderLeastWork = 16384;
 
 }  // namespace
 
 int64_t gemm_second_provider_depth(char precision) { return precision == 'd' ? kSecondProviderDepthD : 0; }
 
 GemmProvider gemm_provider_for(const GemmRouteCase &c) {
-  if (c.strict || c.transposed || !c.on_cache_lines || c.k > gemm_second_provider_depth(c.precision))
+  if (c.strict || c.transposed || !c.on_cache_lines || c.k > gemm_second_provider_depth(c.precision) ||
+      c.multiply_adds < kSecondProviderLeastWork)
     return GemmProvider::first;
   return GemmProvider::second;
 }

@@ -1,7 +1,9 @@
 // Which provider computes a product that the core hands to a provider.
 //
-// The rule looks at the precision, the transpositions, k and whether the
-// operands start on cache lines, never at m or n.  Strict reproducibility
+// The rule looks at the precision, the transpositions, k, whether the
+// operands start on cache lines, and at m n k only to keep the smallest
+// products on the first provider, whose fixed cost per call is lower.
+// Strict reproducibility
 // keeps the first provider whatever the product: its results must not change
 // with the shape of the pieces a threaded call is cut into, and a piece's
 // operands may start on a cache line where another piece's do not.  Outside
@@ -22,6 +24,7 @@ struct GemmRouteCase {
   char precision;       //!< 's', 'd', 'c' or 'z'
   bool transposed;      //!< op(A) or op(B) is not the matrix itself
   int64_t k;
+  double multiply_adds;  //!< m n k
   bool on_cache_lines;  //!< A, B and C start on 64-byte boundaries
   bool strict;          //!< strict reproducibility is in force
 };

@@ -33,16 +33,18 @@ TEST_P(GemmRoute, SendsOnlyShallowAlignedUntransposedDoubleProductsToTheSecond) 
   EXPECT_EQ(core::gemm_provider_for(GetParam().c), GetParam().expected);
 }
 
-// precision, transposed, k, on cache lines, strict
+// precision, transposed, k, m n k, on cache lines, strict
 INSTANTIATE_TEST_SUITE_P(Products, GemmRoute,
-                         ::testing::Values(RouteCase{{'d', false, 64, true, false}, GemmProvider::second},
-                                           RouteCase{{'d', false, 1, true, false}, GemmProvider::second},
-                                           RouteCase{{'d', false, 65, true, false}, GemmProvider::first},
-                                           RouteCase{{'d', true, 32, true, false}, GemmProvider::first},
-                                           RouteCase{{'d', false, 32, false, false}, GemmProvider::first},
-                                           RouteCase{{'d', false, 32, true, true}, GemmProvider::first},
-                                           RouteCase{{'s', false, 32, true, false}, GemmProvider::first},
-                                           RouteCase{{'z', false, 32, true, false}, GemmProvider::first}));
+                         ::testing::Values(RouteCase{{'d', false, 64, 1e6, true, false}, GemmProvider::second},
+                                           RouteCase{{'d', false, 1, 1e6, true, false}, GemmProvider::second},
+                                           RouteCase{{'d', false, 16, 16384, true, false}, GemmProvider::second},
+                                           RouteCase{{'d', false, 16, 16383, true, false}, GemmProvider::first},
+                                           RouteCase{{'d', false, 65, 1e6, true, false}, GemmProvider::first},
+                                           RouteCase{{'d', true, 32, 1e6, true, false}, GemmProvider::first},
+                                           RouteCase{{'d', false, 32, 1e6, false, false}, GemmProvider::first},
+                                           RouteCase{{'d', false, 32, 1e6, true, true}, GemmProvider::first},
+                                           RouteCase{{'s', false, 32, 1e6, true, false}, GemmProvider::first},
+                                           RouteCase{{'z', false, 32, 1e6, true, false}, GemmProvider::first}));
 
 // The probe's four products in a fresh process: one the rule routes, one too
 // deep, one transposed, one off the cache lines.
