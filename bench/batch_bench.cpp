@@ -194,14 +194,9 @@ bool parse_batch_options(const std::vector<std::string> &args, BatchOptions &o, 
 
 int batch_main(const std::vector<std::string> &args) {
   BatchOptions o;
-  std::string error;
-  if (!parse_batch_options(args, o, error)) {
-    std::fprintf(stderr, "orb-bench batch: %s\n%s", error.c_str(), batch_usage());
-    return 2;
-  }
-  if (o.threads > 0) orb_serv_set_num_threads_local(o.threads);
+  std::vector<GemmLibrary> libs;
+  if (!start_subcommand("batch", args, o, parse_batch_options, batch_usage(), libs)) return 2;
   const int threads = orb_serv_get_max_threads();
-  const std::vector<GemmLibrary> libs = gemm_libraries(threads);
   std::printf("orb-bench batch: %d threads\n", threads);
   for (const GemmLibrary &lib : libs)
     if (!lib.available()) std::printf("  %s: n/a (%s)\n", lib.label.c_str(), lib.missing.c_str());

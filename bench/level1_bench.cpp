@@ -186,14 +186,9 @@ bool parse_level1_options(const std::vector<std::string> &args, Level1Options &o
 
 int level1_main(const std::vector<std::string> &args) {
   Level1Options o;
-  std::string error;
-  if (!parse_level1_options(args, o, error)) {
-    std::fprintf(stderr, "orb-bench level1: %s\n%s", error.c_str(), level1_usage());
-    return 2;
-  }
-  if (o.threads > 0) orb_serv_set_num_threads_local(o.threads);
+  std::vector<GemmLibrary> libs;
+  if (!start_subcommand("level1", args, o, parse_level1_options, level1_usage(), libs)) return 2;
   const int threads = orb_serv_get_max_threads();
-  std::vector<GemmLibrary> libs = gemm_libraries(threads);
   const std::vector<Level1Entries> entries = level1_entries(libs);
   std::printf("level-1 routines, %d threads; GB/s from each library's best call; ratios: orb over the serial\n"
               "provider and over the fastest peer, paired round by round\n\n",

@@ -194,14 +194,9 @@ bool parse_level3_options(const std::vector<std::string> &args, Level1Options &o
 
 int level3_main(const std::vector<std::string> &args) {
   Level1Options o;
-  std::string error;
-  if (!parse_level3_options(args, o, error)) {
-    std::fprintf(stderr, "orb-bench level3: %s\n%s", error.c_str(), level3_usage());
-    return 2;
-  }
-  if (o.threads > 0) orb_serv_set_num_threads_local(o.threads);
+  std::vector<GemmLibrary> libs;
+  if (!start_subcommand("level3", args, o, parse_level3_options, level3_usage(), libs)) return 2;
   const int threads = orb_serv_get_max_threads();
-  std::vector<GemmLibrary> libs = gemm_libraries(threads);
   const std::vector<Level3Entries> entries = level3_entries(libs);
   std::printf("level-3 routines beyond gemm, %d threads; GFLOPS from each library's best call; ratios: orb over\n"
               "the serial provider and over the fastest peer, paired round by round\n\n",

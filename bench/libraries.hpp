@@ -6,7 +6,10 @@
 // as "n/a".
 #pragma once
 
+#include <orb/orb_service.h>
+
 #include <cstddef>
+#include <cstdio>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -85,5 +88,22 @@ std::string orb_provider_path();
 
 //! Every library of a gemm comparison, orb first.
 std::vector<GemmLibrary> gemm_libraries(int threads);
+
+//! What a subcommand starts with: its options parsed by parse (on a bad one,
+//! the message and the usage go to the error stream and the answer is false),
+//! the calling thread's budget set from o.threads when given, and the
+//! libraries to compare on that many threads.
+template <class Options, class Parse>
+bool start_subcommand(const char *name, const std::vector<std::string> &args, Options &o, Parse parse,
+                      const char *usage, std::vector<GemmLibrary> &libs) {
+  std::string error;
+  if (!parse(args, o, error)) {
+    std::fprintf(stderr, "orb-bench %s: %s\n%s", name, error.c_str(), usage);
+    return false;
+  }
+  if (o.threads > 0) orb_serv_set_num_threads_local(o.threads);
+  libs = gemm_libraries(orb_serv_get_max_threads());
+  return true;
+}
 
 }  // namespace orb::bench
