@@ -66,27 +66,16 @@ TEST(CpuinfoMissing, FirstReadingCountsEightThousandProcessors) {
   EXPECT_FALSE(read_cpuinfo_counts("/nonexistent/cpuinfo").opened);
 }
 
-struct DecisionCase {
-  const char *what;
-  CpuinfoCounts file;
-  ProbeCounts probe;
-  Topology expected;
-};
-void PrintTo(const DecisionCase &c, std::ostream *os) { *os << c.what; }
-class Decision : public ::testing::TestWithParam<DecisionCase> {};
-
-TEST_P(Decision, PicksTheFileOrTheProbe) {
-  EXPECT_EQ(fields(decide_topology(GetParam().file, GetParam().probe)), fields(GetParam().expected));
+// The file's counts when they are consistent, else the probe's.
+TEST(Topology, DecisionPicksTheFileOrTheProbe) {
+  const std::tuple<const char *, CpuinfoCounts, ProbeCounts, Topology> cases[] = {
+      {"no hyper-threading", {true, 8, 2, 4, 4}, {6, 1, 6}, {2, 8, 8}},
+      {"hyper-threading", {true, 32, 2, 8, 16}, {3, 1, 3}, {2, 16, 32}},
+      {"inconsistent counts use the probe", {true, 12, 1, 8, 16}, {6, 2, 12}, {2, 6, 12}},
+      {"missing cpu cores uses the probe", {true, 4, 1, 0, 4}, {4, 1, 4}, {1, 4, 4}},
+      {"unreadable file uses the probe", {false, 0, 0, 0, 0}, {3, 0, 3}, {3, 3, 3}}};
+  for (const auto &[what, file, probe, want] : cases) EXPECT_EQ(fields(decide_topology(file, probe)), fields(want)) << what;
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    ThreeWays, Decision,
-    ::testing::Values(
-        DecisionCase{"no hyper-threading", {true, 8, 2, 4, 4}, {6, 1, 6}, {2, 8, 8}},
-        DecisionCase{"hyper-threading", {true, 32, 2, 8, 16}, {3, 1, 3}, {2, 16, 32}},
-        DecisionCase{"inconsistent counts use the probe", {true, 12, 1, 8, 16}, {6, 2, 12}, {2, 6, 12}},
-        DecisionCase{"missing cpu cores uses the probe", {true, 4, 1, 0, 4}, {4, 1, 4}, {1, 4, 4}},
-        DecisionCase{"unreadable file uses the probe", {false, 0, 0, 0, 0}, {3, 0, 3}, {3, 3, 3}}));
 
 TEST(ApicDecomposition, SplitsThreadCoreAndPackageBits) {
   EXPECT_EQ(id_width(1), 0);
