@@ -23,43 +23,33 @@ std::string cpuinfo_text(int processors, int packages, int cores, int siblings) 
   return s;
 }
 
-struct FileCase {
-  const char *what;
-  std::string text;
-  int processor_lines;   // the first reading
-  CpuinfoCounts counts;  // the second; not looked at when not `opened`
-};
-void PrintTo(const FileCase &c, std::ostream *os) { *os << c.what; }
-class CpuinfoFile : public ::testing::TestWithParam<FileCase> {};
-
-TEST_P(CpuinfoFile, BothReadingsCountByTheirRules) {
-  char name[] = "/tmp/orb_cpuinfo_XXXXXX";
-  const int fd = mkstemp(name);
-  ASSERT_GE(fd, 0);
-  const std::string &text = GetParam().text;
-  const bool written = write(fd, text.data(), text.size()) == static_cast<ssize_t>(text.size());
-  close(fd);
-  const int lines = count_processor_lines(name);
-  const CpuinfoCounts counts = read_cpuinfo_counts(name);
-  unlink(name);
-  ASSERT_TRUE(written);
-  EXPECT_EQ(lines, GetParam().processor_lines);
-  if (GetParam().counts.opened) {
-    EXPECT_EQ(fields(counts), fields(GetParam().counts));
+// Each text: the first reading's processor lines, and the second reading's
+// counts (not looked at when not `opened`).
+TEST(CpuinfoFile, BothReadingsCountByTheirRules) {
+  const std::tuple<const char *, std::string, int, CpuinfoCounts> cases[] = {
+      {"two packages with hyper-threading", cpuinfo_text(32, 2, 8, 16), 32, {true, 32, 2, 8, 16}},
+      // Only the first block gives cores and siblings; a line without a colon is never collected.
+      {"first block only",
+       "processor : 0\nphysical id : 0\ncpu cores : 4\nsiblings : 4\n\n"
+       "processor : 1\nphysical id : 0\ncpu cores : 9\nsiblings : 9\n\n"
+       "processor : 2\nphysical id : 0\n\nprocessor : 3\nphysical id\nphysical id : 0\n",
+       4,
+       {true, 4, 1, 4, 4}},
+      {"keyword at line start", "processor : 0\n processor : 1\nmodel name : processor X\nprocessor : 2\n", 2, {}}};
+  for (const auto &[what, text, processor_lines, want] : cases) {
+    char name[] = "/tmp/orb_cpuinfo_XXXXXX";
+    const int fd = mkstemp(name);
+    ASSERT_GE(fd, 0);
+    const bool written = write(fd, text.data(), text.size()) == static_cast<ssize_t>(text.size());
+    close(fd);
+    const int lines = count_processor_lines(name);
+    const CpuinfoCounts counts = read_cpuinfo_counts(name);
+    unlink(name);
+    ASSERT_TRUE(written);
+    EXPECT_EQ(lines, processor_lines) << what;
+    if (want.opened) EXPECT_EQ(fields(counts), fields(want)) << what;
   }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Texts, CpuinfoFile,
-    ::testing::Values(FileCase{"two packages with hyper-threading", cpuinfo_text(32, 2, 8, 16), 32, {true, 32, 2, 8, 16}},
-                      // Only the first block gives cores and siblings; a line without a colon is never collected.
-                      FileCase{"first block only",
-                               "processor : 0\nphysical id : 0\ncpu cores : 4\nsiblings : 4\n\n"
-                               "processor : 1\nphysical id : 0\ncpu cores : 9\nsiblings : 9\n\n"
-                               "processor : 2\nphysical id : 0\n\nprocessor : 3\nphysical id\nphysical id : 0\n",
-                               4,
-                               {true, 4, 1, 4, 4}},
-                      FileCase{"keyword at line start", "processor : 0\n processor : 1\nmodel name : processor X\nprocessor : 2\n", 2, {}}));
 
 TEST(CpuinfoMissing, FirstReadingCountsEightThousandProcessors) {
   EXPECT_EQ(count_processor_lines("/nonexistent/cpuinfo"), 8192);
