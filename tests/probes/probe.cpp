@@ -1,27 +1,10 @@
-// Small programs the tests start in a fresh process, one per first argument:
-//
-//   probe provider              binds the kernel provider through a first kernel call (no threaded driver,
-//                               so the task runtime starts no thread) and reports the provider's path and the
-//                               process's thread count before and after, whether the product was right,
-//                               what OPENBLAS_NUM_THREADS and OPENBLAS_CORETYPE hold afterwards, and the
-//                               kernel set the provider reports
-//   probe provider2             reports the second provider's path and configuration, runs four small
-//                               products through the core's kernel (one the routing rule sends to the
-//                               second provider, and one too deep, one transposed, one off the cache
-//                               lines) and reports for each whether it was right and, when the second
-//                               provider is the tests' stand-in, how many calls reached it; then what
-//                               BLIS_ARCH_TYPE holds
-//   probe env                   prints what the environment reader recorded
-//   probe cleanup N             registers N clean-ups that print their index at unload
-//   probe cleanup-reenter       fills the clean-up list; the last clean-up registers another as it runs
-//   probe cleanup-explicit      runs the clean-up list itself, around a thread's local setting
-//   probe cleanup-race ROUNDS   registers ROUNDS clean-ups while another thread keeps running the list,
-//                               and reports how many ran other than once
-//   probe header IFACE [UPDATE] prints the verbose header twice (only the first may appear), with
-//                               UPDATE (0 when absent) as the version's update number
-//   probe lines IFACE THREADS   THREADS threads report one call each, all at once
-//   probe calls fortran32|fortran64|cblas
-//                               calls the standard names once each, for their verbose lines
+// Small programs the tests start in a fresh process (the environment is read
+// once per process), one per first argument: provider, provider2 (the kernel
+// providers a first kernel call binds, and what they computed); env (what the
+// environment reader recorded); cleanup N, cleanup-reenter, cleanup-explicit,
+// cleanup-race ROUNDS (the clean-up list); header IFACE [UPDATE] (printed twice,
+// shown once), lines IFACE THREADS (concurrent verbose lines); calls
+// fortran32|fortran64|cblas (the standard names, for their verbose lines).
 #include <orb/internal/orb_kernels.h>
 #include <orb/orb_blas.h>
 #include <orb/orb_cblas.h>

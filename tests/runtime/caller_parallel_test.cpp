@@ -81,49 +81,6 @@ Job gemv_job(int m, int n, unsigned seed) {
           [o] { return o->y == o->want; }};
 }
 
-extern "C" {
-ORB_TRSM_DECL(dtrsm_, double, int);
-ORB_SYRK_DECL(dsyrk_, double, double, int);
-ORB_SYMM_DECL(dsymm_, double, int);
-}
-
-//! L X = B for 256 right-hand sides, L of order 200 with a unit diagonal and
-//! only its first subdiagonal set (to 1 or -1): X stays small integers, exact
-//! in any order of the solve's updates.
-Job trsm_job(unsigned seed) {
-  const int m = 200, n = 256;
-  auto o = operands(size_t(m) * m, 0, size_t(m) * n, seed);
-  for (int j = 0; j < m; ++j)
-    for (int i = 0; i < m; ++i) o->a[i + size_t(j) * m] = i == j + 1 ? ((i + seed) % 2 ? 1 : -1) : 0;
-  const ORB_INT m8 = m, n8 = n;
-  const double one = 1;
-  orb_blas_xdtrsm("L", "L", "N", "U", &m8, &n8, &one, o->a.data(), &m8, o->want.data(), &m8);
-  return {[=] { dtrsm_("L", "L", "N", "U", &m, &n, &one, o->a.data(), &m, o->y.data(), &m); },
-          [o] { return o->y == o->want; }};
-}
-
-//! The lower triangle of C = A A^T - C, order 256, k = 64.
-Job syrk_job(unsigned seed) {
-  const int n = 256, k = 64;
-  auto o = operands(size_t(n) * k, 0, size_t(n) * n, seed);
-  const ORB_INT n8 = n, k8 = k;
-  const double one = 1, minus = -1;
-  orb_blas_xdsyrk("L", "N", &n8, &k8, &one, o->a.data(), &n8, &minus, o->want.data(), &n8);
-  return {[=] { dsyrk_("L", "N", &n, &k, &one, o->a.data(), &n, &minus, o->y.data(), &n); },
-          [o] { return o->y == o->want; }};
-}
-
-//! C = B A - C with the upper triangle of A, order 200, for 256 rows of C.
-Job symm_job(unsigned seed) {
-  const int m = 256, n = 200;
-  auto o = operands(size_t(n) * n, size_t(m) * n, size_t(m) * n, seed);
-  const ORB_INT m8 = m, n8 = n;
-  const double one = 1, minus = -1;
-  orb_blas_xdsymm("R", "U", &m8, &n8, &one, o->a.data(), &n8, o->x.data(), &m8, &minus, o->want.data(), &m8);
-  return {[=] { dsymm_("R", "U", &m, &n, &one, o->a.data(), &n, o->x.data(), &m, &minus, o->y.data(), &m); },
-          [o] { return o->y == o->want; }};
-}
-
 //! A threader loop of the core's modules: every index exactly once.
 Job threader_job(int t) {
   using Counts = std::vector<std::atomic<int>>;
@@ -139,18 +96,14 @@ struct Family {
 };
 void PrintTo(const Family &f, std::ostream *os) { *os << f.name; }
 
-// Shapes that take each way of cutting a call on two or more workers: the
-// two-dimensional grid, the split along k, the row blocks of GEMV, the blocks
-// of right-hand sides of a triangular solve, the column blocks of a rank-k
-// update, the row blocks of a symmetric product, the loop service with and
-// without chunking.
+// Shapes that take each way of running a call on two or more workers: the
+// grid (whose region the row, column and right-hand-side cuts of the other
+// level-2 and level-3 families share), the two phases of the split along k,
+// the row blocks of GEMV, the loop service with and without chunking.
 const Family kFamilies[] = {
     {"dgemm_grid", [](unsigned s) { return gemm_job('N', 256, 192, 96, s); }},
     {"dgemm_split_k", [](unsigned s) { return gemm_job('T', 96, 64, 4096, s); }},
     {"dgemv", [](unsigned s) { return gemv_job(1024, 300, s); }},
-    {"dtrsm", trsm_job},
-    {"dsyrk", syrk_job},
-    {"dsymm", symm_job},
     {"threader_for", [](unsigned) { return threader_job(0); }},
     {"threader_for_chunks", [](unsigned) { return threader_job(1); }},
 };

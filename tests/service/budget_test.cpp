@@ -7,6 +7,7 @@
 #include <atomic>
 #include <cmath>
 #include <thread>
+#include <tuple>
 
 #include "hooks.hpp"
 #include "process.hpp"
@@ -84,57 +85,43 @@ TEST(XerblaHook, InterfaceInstallerNeverReplacesAndNullReportsNothing) {
   EXPECT_EQ(orb_serv_set_xerbla(saved), Reports::record);
 }
 
-struct XerblaCase {
-  const char *name;
-  int info, len;
-  const char *expected;  // text the report must hold; "" for no output at all
-};
-void PrintTo(const XerblaCase &c, std::ostream *os) { *os << c.name << " " << c.info << " " << c.len; }
-class DefaultXerbla : public ::testing::TestWithParam<XerblaCase> {};
-
-TEST_P(DefaultXerbla, PrintsTheCataloguedMessage) {
-  OutputCapture capture;
-  orb_serv_default_xerbla(GetParam().name, &GetParam().info, GetParam().len);
-  capture.finish();
-  const std::string &out = capture.out(), expected = GetParam().expected;
-  EXPECT_EQ(out.empty(), expected.empty()) << out;
-  EXPECT_NE(out.find(expected.empty() ? "" : "orb: error report"), std::string::npos) << out;
-  EXPECT_NE(out.find(expected), std::string::npos) << out;
+// The catalogued message of each code; the name is cut at 20 characters and
+// at len, and a negative len prints nothing.
+TEST(DefaultXerbla, PrintsTheCataloguedMessage) {
+  const std::tuple<const char *, int, int, std::string> cases[] = {
+      {"DGEMM", 3, 5, "parameter 3 was incorrect on entry to DGEMM"},
+      {"DGEMM", -4, 5, "internal error 4 was reported by DGEMM"},
+      {"DGEMM", 1000, 5, "not enough memory to run DGEMM"},
+      {"DGETRF", 1001, 6, "DGETRF cannot run"},
+      {"ptr_a", 1102, 5, "(ptr_a) is null"},
+      {"SGEMM", 1225, 5, "SGEMM: a size exceeds"},
+      {"ABCDEFGHIJKLMNOPQRSTUVWXYZ", 2, 26, "entry to ABCDEFGHIJKLMNOPQRST\n"},
+      {"DGEMMXYZ", 2, 5, "entry to DGEMM\n"},
+      {"DGEMM", 2, -1, ""}};
+  for (const auto &[name, info, len, expected] : cases) {
+    OutputCapture capture;
+    orb_serv_default_xerbla(name, &info, len);
+    capture.finish();
+    const std::string &out = capture.out();
+    EXPECT_EQ(out.empty(), expected.empty()) << out;
+    EXPECT_NE(out.find(expected.empty() ? "" : "orb: error report"), std::string::npos) << out;
+    EXPECT_NE(out.find(expected), std::string::npos) << out;
+  }
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Codes, DefaultXerbla,
-    ::testing::Values(XerblaCase{"DGEMM", 3, 5, "parameter 3 was incorrect on entry to DGEMM"},
-                      XerblaCase{"DGEMM", -4, 5, "internal error 4 was reported by DGEMM"},
-                      XerblaCase{"DGEMM", 1000, 5, "not enough memory to run DGEMM"},
-                      XerblaCase{"DGETRF", 1001, 6, "DGETRF cannot run"},
-                      XerblaCase{"ptr_a", 1102, 5, "(ptr_a) is null"},
-                      XerblaCase{"SGEMM", 1225, 5, "SGEMM: a size exceeds"},
-                      // The name is cut at 20 characters and at len.
-                      XerblaCase{"ABCDEFGHIJKLMNOPQRSTUVWXYZ", 2, 26, "entry to ABCDEFGHIJKLMNOPQRST\n"},
-                      XerblaCase{"DGEMMXYZ", 2, 5, "entry to DGEMM\n"}, XerblaCase{"DGEMM", 2, -1, ""}));
-
-struct PivotCase {
-  double a;
-  int replaced;
-  double after;
-};
-void PrintTo(const PivotCase &c, std::ostream *os) { *os << c.a; }
-class DefaultPivot : public ::testing::TestWithParam<PivotCase> {};
-
-TEST_P(DefaultPivot, ReplacesOnlySmallPivots) {
+// Pivots no larger than eps in magnitude become eps with their sign (zero: -eps).
+TEST(DefaultPivot, ReplacesOnlySmallPivots) {
   const double eps = 1e-8;
-  double a = GetParam().a;
-  EXPECT_EQ(orb_serv_kestrel_pivot(nullptr, &a, &eps), GetParam().replaced);
-  EXPECT_EQ(a, GetParam().after);
-  EXPECT_EQ(std::signbit(a), std::signbit(GetParam().after));
+  const std::tuple<double, int, double> cases[] = {{0.0, 1, -1e-8},  {5e-9, 1, 1e-8}, {-5e-9, 1, -1e-8},
+                                                   {1e-8, 1, 1e-8},  {-1e-8, 1, -1e-8}, {2e-8, 0, 2e-8},
+                                                   {-3.0, 0, -3.0}};
+  for (auto [a, replaced, after] : cases) {
+    const double before = a;
+    EXPECT_EQ(orb_serv_kestrel_pivot(nullptr, &a, &eps), replaced) << before;
+    EXPECT_EQ(a, after) << before;
+    EXPECT_EQ(std::signbit(a), std::signbit(after)) << before;
+  }
 }
-
-INSTANTIATE_TEST_SUITE_P(Values, DefaultPivot,
-                         ::testing::Values(PivotCase{0.0, 1, -1e-8}, PivotCase{5e-9, 1, 1e-8},
-                                           PivotCase{-5e-9, 1, -1e-8}, PivotCase{1e-8, 1, 1e-8},
-                                           PivotCase{-1e-8, 1, -1e-8}, PivotCase{2e-8, 0, 2e-8},
-                                           PivotCase{-3.0, 0, -3.0}));
 
 }  // namespace
 }  // namespace orb::test

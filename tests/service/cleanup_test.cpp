@@ -4,26 +4,12 @@
 // run and the local setting after it, and registrations racing a run.
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 #include "process.hpp"
 
 namespace orb::test {
 namespace {
-
-struct CleanupCase {
-  const char *what;
-  std::vector<std::string> args;
-  int exit_code;
-  std::string out;  // everything the probe prints
-};
-void PrintTo(const CleanupCase &c, std::ostream *os) { *os << c.what; }
-class CleanupList : public ::testing::TestWithParam<CleanupCase> {};
-
-TEST_P(CleanupList, RunsEachEntryOnceLastFirst) {
-  const CleanupCase &c = GetParam();
-  const ProbeResult r = run_probe(c.args);
-  EXPECT_EQ(r.exit_code, c.exit_code) << r.err;
-  EXPECT_EQ(r.out, c.out);
-}
 
 std::string lines(const char *key, std::initializer_list<int> values) {
   std::string s;
@@ -31,29 +17,32 @@ std::string lines(const char *key, std::initializer_list<int> values) {
   return s;
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Cases, CleanupList,
-    ::testing::Values(
-        CleanupCase{"reverse order at unload", {"cleanup", "3"}, 0,
-                    lines("registered", {0, 1, 2}) + lines("cleanup", {2, 1, 0})},
-        // A ninth registration ends the process with code 3; the eight still run.
-        CleanupCase{"ninth registration", {"cleanup", "9"}, 3,
-                    lines("registered", {0, 1, 2, 3, 4, 5, 6, 7}) + lines("cleanup", {7, 6, 5, 4, 3, 2, 1, 0})},
-        // The full list's last clean-up registers another as it runs: its own
-        // entry is already gone, so the list has room, and the new entry runs
-        // next, before the older ones.
-        CleanupCase{"registered while the list runs", {"cleanup-reenter"}, 0,
-                    lines("registered", {0, 1, 2, 3, 4, 5, 6, 7}) + "cleanup=7\nregistered=8\n" +
-                        lines("cleanup", {8, 6, 5, 4, 3, 2, 1, 0})},
-        // An explicit run empties the list (nothing runs again at unload) and
-        // deletes the local-setting key: the thread's setting of 997 is gone,
-        // and a new one is kept under a new key.
-        CleanupCase{"explicit run and the local setting", {"cleanup-explicit"}, 0,
-                    "previous=0\nbudget=997\ncleanup=1\ncleanup=0\ncleaned\nbudget=cores\nprevious=0\nbudget=998\n"},
-        // Registration and an explicit run take different locks; entries
-        // registered while another thread runs the list are neither lost nor
-        // run twice.
-        CleanupCase{"registrations racing a run", {"cleanup-race", "20000"}, 0, "lost=0\nrepeated=0\n"}));
+// Probe arguments, exit code and everything the probe prints.
+TEST(CleanupList, RunsEachEntryOnceLastFirst) {
+  const std::tuple<std::vector<std::string>, int, std::string> cases[] = {
+      {{"cleanup", "3"}, 0, lines("registered", {0, 1, 2}) + lines("cleanup", {2, 1, 0})},
+      // A ninth registration ends the process with code 3; the eight still run.
+      {{"cleanup", "9"}, 3, lines("registered", {0, 1, 2, 3, 4, 5, 6, 7}) + lines("cleanup", {7, 6, 5, 4, 3, 2, 1, 0})},
+      // The full list's last clean-up registers another as it runs: its own
+      // entry is already gone, so the list has room, and the new entry runs
+      // next, before the older ones.
+      {{"cleanup-reenter"}, 0,
+       lines("registered", {0, 1, 2, 3, 4, 5, 6, 7}) + "cleanup=7\nregistered=8\n" + lines("cleanup", {8, 6, 5, 4, 3, 2, 1, 0})},
+      // An explicit run empties the list (nothing runs again at unload) and
+      // deletes the local-setting key: the thread's setting of 997 is gone,
+      // and a new one is kept under a new key.
+      {{"cleanup-explicit"}, 0,
+       "previous=0\nbudget=997\ncleanup=1\ncleanup=0\ncleaned\nbudget=cores\nprevious=0\nbudget=998\n"},
+      // Registration and an explicit run take different locks; entries
+      // registered while another thread runs the list are neither lost nor
+      // run twice.
+      {{"cleanup-race", "20000"}, 0, "lost=0\nrepeated=0\n"}};
+  for (const auto &[args, exit_code, out] : cases) {
+    const ProbeResult r = run_probe(args);
+    EXPECT_EQ(r.exit_code, exit_code) << args[0] << " " << r.err;
+    EXPECT_EQ(r.out, out) << args[0];
+  }
+}
 
 }  // namespace
 }  // namespace orb::test

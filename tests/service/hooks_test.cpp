@@ -9,14 +9,9 @@
 namespace orb::test {
 namespace {
 
-// Which function answered a call: none (a null function), the default, or the
-// first or second function installed here (told apart by their results, 11 and 12).
-enum Answer { kNull, kDefault, kFirst, kSecond, kUnknown };
-void PrintTo(Answer a, std::ostream *os) {
-  static const char *const names[] = {"NULL", "the default", "first", "second", "an unknown function"};
-  *os << names[a];
-}
-Answer by_result(int result) { return result == 11 ? kFirst : result == 12 ? kSecond : kUnknown; }
+// Who answered a call: a null function, the default, or the first or second
+// function installed here (told apart by their results, 11 and 12).
+enum Answer { kNull = 0, kDefault = 1, kFirst = 11, kSecond = 12 };
 
 // Each hook: its installers, the library's call through it, two functions to
 // install, and who answers a call made through a function of its type.
@@ -27,12 +22,11 @@ struct ProgressHook {
   static constexpr Fn call = orb_serv_progress;
   static constexpr Fn fns[] = {nullptr, [](int *, int *, char *, int) { return 11; },
                                [](int *, int *, char *, int) { return 12; }};
-  static Answer answer(Fn fn) {
-    if (!fn) return kNull;
+  static int answer(Fn fn) {
     int thread = 0, step = 0;
     char stage[] = "stage";
-    const int r = fn(&thread, &step, stage, 5);
-    return r == 0 ? kDefault : by_result(r);  // the default returns 0
+    const int r = fn ? fn(&thread, &step, stage, 5) : -1;
+    return r < 0 ? kNull : r == 0 ? kDefault : r;  // the default returns 0
   }
 };
 
@@ -43,12 +37,11 @@ struct PivotHook {
   static constexpr Fn call = orb_serv_kestrel_pivot;
   static constexpr Fn fns[] = {nullptr, [](const void *, double *, const double *) { return 11; },
                                [](const void *, double *, const double *) { return 12; }};
-  static Answer answer(Fn fn) {
-    if (!fn) return kNull;
+  static int answer(Fn fn) {
     double a = 0.0;
     const double eps = 0.5;
-    const int r = fn(nullptr, &a, &eps);
-    return r == 1 && a == -eps ? kDefault : by_result(r);  // the default turns a zero pivot into -eps
+    const int r = fn ? fn(nullptr, &a, &eps) : -1;
+    return r < 0 ? kNull : r == 1 && a == -eps ? kDefault : r;  // the default turns a zero pivot into -eps
   }
 };
 
@@ -56,8 +49,8 @@ struct Step {
   const char *what;
   bool interface;   // the interface installer, else "set"
   int argument;     // 0: NULL, 1: the first function, 2: the second
-  Answer returned;  // what the installer returns
-  Answer in_use;    // who answers the hook's call afterwards
+  int returned;  // who answers through what the installer returns
+  int in_use;    // who answers the hook's call afterwards
 };
 
 // Run in this order, from an empty slot.

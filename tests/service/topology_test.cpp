@@ -23,70 +23,49 @@ std::string cpuinfo_text(int processors, int packages, int cores, int siblings) 
   return s;
 }
 
-struct FileCase {
-  const char *what;
-  std::string text;
-  int processor_lines;   // the first reading
-  CpuinfoCounts counts;  // the second; not looked at when not `opened`
-};
-void PrintTo(const FileCase &c, std::ostream *os) { *os << c.what; }
-class CpuinfoFile : public ::testing::TestWithParam<FileCase> {};
-
-TEST_P(CpuinfoFile, BothReadingsCountByTheirRules) {
-  char name[] = "/tmp/orb_cpuinfo_XXXXXX";
-  const int fd = mkstemp(name);
-  ASSERT_GE(fd, 0);
-  const std::string &text = GetParam().text;
-  const bool written = write(fd, text.data(), text.size()) == static_cast<ssize_t>(text.size());
-  close(fd);
-  const int lines = count_processor_lines(name);
-  const CpuinfoCounts counts = read_cpuinfo_counts(name);
-  unlink(name);
-  ASSERT_TRUE(written);
-  EXPECT_EQ(lines, GetParam().processor_lines);
-  if (GetParam().counts.opened) {
-    EXPECT_EQ(fields(counts), fields(GetParam().counts));
+// Each text: the first reading's processor lines, and the second reading's
+// counts (not looked at when not `opened`).
+TEST(CpuinfoFile, BothReadingsCountByTheirRules) {
+  const std::tuple<const char *, std::string, int, CpuinfoCounts> cases[] = {
+      {"two packages with hyper-threading", cpuinfo_text(32, 2, 8, 16), 32, {true, 32, 2, 8, 16}},
+      // Only the first block gives cores and siblings; a line without a colon is never collected.
+      {"first block only",
+       "processor : 0\nphysical id : 0\ncpu cores : 4\nsiblings : 4\n\n"
+       "processor : 1\nphysical id : 0\ncpu cores : 9\nsiblings : 9\n\n"
+       "processor : 2\nphysical id : 0\n\nprocessor : 3\nphysical id\nphysical id : 0\n",
+       4,
+       {true, 4, 1, 4, 4}},
+      {"keyword at line start", "processor : 0\n processor : 1\nmodel name : processor X\nprocessor : 2\n", 2, {}}};
+  for (const auto &[what, text, processor_lines, want] : cases) {
+    char name[] = "/tmp/orb_cpuinfo_XXXXXX";
+    const int fd = mkstemp(name);
+    ASSERT_GE(fd, 0);
+    const bool written = write(fd, text.data(), text.size()) == static_cast<ssize_t>(text.size());
+    close(fd);
+    const int lines = count_processor_lines(name);
+    const CpuinfoCounts counts = read_cpuinfo_counts(name);
+    unlink(name);
+    ASSERT_TRUE(written);
+    EXPECT_EQ(lines, processor_lines) << what;
+    if (want.opened) EXPECT_EQ(fields(counts), fields(want)) << what;
   }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Texts, CpuinfoFile,
-    ::testing::Values(FileCase{"two packages with hyper-threading", cpuinfo_text(32, 2, 8, 16), 32, {true, 32, 2, 8, 16}},
-                      // Only the first block gives cores and siblings; a line without a colon is never collected.
-                      FileCase{"first block only",
-                               "processor : 0\nphysical id : 0\ncpu cores : 4\nsiblings : 4\n\n"
-                               "processor : 1\nphysical id : 0\ncpu cores : 9\nsiblings : 9\n\n"
-                               "processor : 2\nphysical id : 0\n\nprocessor : 3\nphysical id\nphysical id : 0\n",
-                               4,
-                               {true, 4, 1, 4, 4}},
-                      FileCase{"keyword at line start", "processor : 0\n processor : 1\nmodel name : processor X\nprocessor : 2\n", 2, {}}));
 
 TEST(CpuinfoMissing, FirstReadingCountsEightThousandProcessors) {
   EXPECT_EQ(count_processor_lines("/nonexistent/cpuinfo"), 8192);
   EXPECT_FALSE(read_cpuinfo_counts("/nonexistent/cpuinfo").opened);
 }
 
-struct DecisionCase {
-  const char *what;
-  CpuinfoCounts file;
-  ProbeCounts probe;
-  Topology expected;
-};
-void PrintTo(const DecisionCase &c, std::ostream *os) { *os << c.what; }
-class Decision : public ::testing::TestWithParam<DecisionCase> {};
-
-TEST_P(Decision, PicksTheFileOrTheProbe) {
-  EXPECT_EQ(fields(decide_topology(GetParam().file, GetParam().probe)), fields(GetParam().expected));
+// The file's counts when they are consistent, else the probe's.
+TEST(Topology, DecisionPicksTheFileOrTheProbe) {
+  const std::tuple<const char *, CpuinfoCounts, ProbeCounts, Topology> cases[] = {
+      {"no hyper-threading", {true, 8, 2, 4, 4}, {6, 1, 6}, {2, 8, 8}},
+      {"hyper-threading", {true, 32, 2, 8, 16}, {3, 1, 3}, {2, 16, 32}},
+      {"inconsistent counts use the probe", {true, 12, 1, 8, 16}, {6, 2, 12}, {2, 6, 12}},
+      {"missing cpu cores uses the probe", {true, 4, 1, 0, 4}, {4, 1, 4}, {1, 4, 4}},
+      {"unreadable file uses the probe", {false, 0, 0, 0, 0}, {3, 0, 3}, {3, 3, 3}}};
+  for (const auto &[what, file, probe, want] : cases) EXPECT_EQ(fields(decide_topology(file, probe)), fields(want)) << what;
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    ThreeWays, Decision,
-    ::testing::Values(
-        DecisionCase{"no hyper-threading", {true, 8, 2, 4, 4}, {6, 1, 6}, {2, 8, 8}},
-        DecisionCase{"hyper-threading", {true, 32, 2, 8, 16}, {3, 1, 3}, {2, 16, 32}},
-        DecisionCase{"inconsistent counts use the probe", {true, 12, 1, 8, 16}, {6, 2, 12}, {2, 6, 12}},
-        DecisionCase{"missing cpu cores uses the probe", {true, 4, 1, 0, 4}, {4, 1, 4}, {1, 4, 4}},
-        DecisionCase{"unreadable file uses the probe", {false, 0, 0, 0, 0}, {3, 0, 3}, {3, 3, 3}}));
 
 TEST(ApicDecomposition, SplitsThreadCoreAndPackageBits) {
   EXPECT_EQ(id_width(1), 0);
