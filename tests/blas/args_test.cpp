@@ -12,7 +12,7 @@ namespace orb::test {
 namespace {
 
 // Operands of any precision: an illegal call reads none of them.
-std::vector<double> in(1 << 16, 1.0), out(1 << 16, 3.0);  // room for a call that goes wrong
+std::vector<double> in(1 << 18, 1.0), out(1 << 18, 3.0);  // room for a call that goes wrong
 
 template <class T>
 void gemm(const char *ta, const char *tb, ORB_INT m, ORB_INT n, ORB_INT k, ORB_INT lda, ORB_INT ldb, ORB_INT ldc) {
@@ -29,6 +29,7 @@ void gemv(const char *t, ORB_INT m, ORB_INT n, ORB_INT lda, ORB_INT incx, ORB_IN
 TEST(DriverArguments, ReportedOnceBeforeAnyCutAndNothingWritten) {
   Budget budget(4);  // enough to cut every legal call below
   Reports reports;
+  observe();
   gemm<double>("N", "N", 200, 64, 8, 200, 8, 150);  // row blocks of 100 would fit ldc = 150
   gemm<double>("x", "N", 60, 1, 8, 60, 8, 60);      // the matrix-vector shortcut would take any transa
   gemv<double>("N", 200, 400, 150, 1, 1);           // row blocks of 112 would fit lda = 150
@@ -40,10 +41,15 @@ TEST(DriverArguments, ReportedOnceBeforeAnyCutAndNothingWritten) {
   gemm<ORB_Complex8>("N", "N", 4, 4, 4, 2, 4, 4);
   gemm<ORB_Complex16>("N", "Z", 4, 4, 4, 4, 4, 4);
   gemv<ORB_Complex16>("N", 4, 4, 4, 1, 0);
+  const ORB_INT tm = 500, tn = 400, small = 499;  // column blocks would fit ldb = 499 too
+  orb_blas_dtrsm("L", "U", "N", "N", &tm, &tn, &one, in.data(), &tm, out.data(), &small);
+  orb_blas_dtrsm("L", "U", "N", "X", &tm, &tn, &one, in.data(), &tm, out.data(), &tm);
+  EXPECT_EQ(observed().trsm.size(), 2u);  // each reaches the kernel whole
   const Reports::Log expected = {{"DGEMM", 13}, {"DGEMM", 1}, {"DGEMV", 6}, {"DGEMM", 13}, {"DGEMM", 3},
-                                 {"SGEMM", 13}, {"CGEMM", 8}, {"ZGEMM", 2}, {"ZGEMV", 11}};
+                                 {"SGEMM", 13}, {"CGEMM", 8}, {"ZGEMM", 2}, {"ZGEMV", 11},
+                                 {"DTRSM", 11}, {"DTRSM", 4}};
   EXPECT_EQ(Reports::taken(), expected);
-  EXPECT_EQ(out, std::vector<double>(1 << 16, 3.0));
+  EXPECT_EQ(out, std::vector<double>(1 << 18, 3.0));
 }
 
 }  // namespace

@@ -2,7 +2,6 @@
 // or by triangle blocks (?syrk, ?herk): results for every side, triangle,
 // operation and diagonal in every routine, with blocks of uneven size, and
 // the cut as the interposed kernels see it: the rule's blocks, each once.
-#include "hooks.hpp"
 #include "interpose.hpp"
 #include "partition/rhs.hpp"
 #include "partition/triangle.hpp"
@@ -16,11 +15,18 @@
 namespace orb::test {
 namespace {
 
-//! The blocks of one call's kernel calls, (first column or row, count):
-//! sorted, the rule's blocks for rhs items on `workers`, from 0 to rhs.
-using RhsBlocks = std::set<std::pair<ORB_INT, ORB_INT>>;
-
-void expect_rule_blocks(const RhsBlocks &blocks, ORB_INT rhs, int64_t workers) {
+//! The kernel calls of one driver call cut by right-hand sides, B or C at
+//! `base` with leading dimension ld: each takes the whole order, and their
+//! blocks, sorted by first column (side L) or row (side R), are the rule's.
+void expect_rule_blocks(const std::vector<BlockCall> &calls, const void *base, size_t size, ORB_INT ld, bool left,
+                        ORB_INT order, ORB_INT rhs, int64_t workers) {
+  ASSERT_EQ(calls.size(), static_cast<size_t>(workers));
+  std::set<std::pair<ORB_INT, ORB_INT>> blocks;  // (first, count)
+  for (const BlockCall &call : calls) {
+    EXPECT_EQ(left ? call.m : call.n, order);
+    const ORB_INT offset = (static_cast<const char *>(call.p) - static_cast<const char *>(base)) / size;
+    blocks.insert(left ? std::make_pair(offset / ld, call.n) : std::make_pair(offset, call.m));
+  }
   ORB_INT next = 0;
   int64_t i = 0;
   for (const auto &[first, count] : blocks) {
@@ -74,17 +80,7 @@ TYPED_TEST(Results, TrsmDriverSolvesEverySideTriangleOperationAndDiagonal) {
           TrsmApi<T>::driver(&o.side, &o.uplo, &o.trans, &o.diag, &c.m, &c.n, &alpha, a, &lda, b, &ldb);
         }
       });
-      // Each call solves the block of the rule: whole rows (side L) or
-      // columns (side R), and the blocks' starts, sorted, tile B.
-      const Observed seen = observed();
-      ASSERT_EQ(seen.trsm.size(), static_cast<size_t>(workers));
-      RhsBlocks blocks;  // (first right-hand side, count)
-      for (const BlockCall &call : seen.trsm) {
-        EXPECT_EQ(left ? call.m : call.n, order);
-        const ORB_INT offset = static_cast<const T *>(call.p) - base;
-        blocks.insert(left ? std::make_pair(offset / ldb, call.n) : std::make_pair(offset, call.m));
-      }
-      expect_rule_blocks(blocks, rhs, workers);
+      expect_rule_blocks(observed().trsm, base, sizeof(T), ldb, left, order, rhs, workers);
     }
 }
 
@@ -103,22 +99,6 @@ TYPED_TEST(Results, TrsmDriverWithNothingToSolveCallsTheKernelOnce) {
   ASSERT_EQ(seen.trsm.size(), 2u);
   EXPECT_EQ(seen.trsm[0].p, b.data());
   for (const T &x : b) ASSERT_EQ(wide(x), cld(0));
-}
-
-// An illegal call reaches the kernel whole, which reports it once and
-// writes nothing, however many workers the call would have had.
-TEST(TrsmDriver, IllegalCallIsReportedOnceAndWritesNothing) {
-  Budget budget(8);
-  Reports reports;
-  const ORB_INT m = 500, n = 400, small = 499;
-  std::vector<double> a(m * m, 1.0), b(m * n, 7.0);
-  const double alpha = 1;
-  observe();
-  orb_blas_dtrsm("L", "U", "N", "N", &m, &n, &alpha, a.data(), &m, b.data(), &small);
-  orb_blas_dtrsm("L", "U", "N", "X", &m, &n, &alpha, a.data(), &m, b.data(), &m);
-  EXPECT_EQ(observed().trsm.size(), 2u);
-  EXPECT_EQ(Reports::taken(), (Reports::Log{{"DTRSM", 11}, {"DTRSM", 4}}));
-  EXPECT_EQ(b, std::vector<double>(m * n, 7.0));
 }
 
 template <class T, bool H>
@@ -146,15 +126,7 @@ void symm_sweep() {
                              R::driver(&side, &uplo, &cs.m, &cs.n, &al, a, &lda, b, &ldb, &be, c, &ld);
                            }
                          });
-        const Observed seen = observed();
-        ASSERT_EQ(seen.symm.size(), static_cast<size_t>(workers));
-        RhsBlocks blocks;  // (first column or row, count)
-        for (const BlockCall &call : seen.symm) {
-          EXPECT_EQ(left ? call.m : call.n, left ? cs.m : cs.n);
-          const ORB_INT offset = static_cast<const T *>(call.p) - base;
-          blocks.insert(left ? std::make_pair(offset / ldc, call.n) : std::make_pair(offset, call.m));
-        }
-        expect_rule_blocks(blocks, rhs, workers);
+        expect_rule_blocks(observed().symm, base, sizeof(T), ldc, left, left ? cs.m : cs.n, rhs, workers);
       }
 }
 
