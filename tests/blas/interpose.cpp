@@ -37,54 +37,44 @@ Observed observed() {
 
 using namespace orb::test;
 
-// The kernels of both families in every precision.  Calls with a null
-// argument (illegal ones) are forwarded unrecorded.
-#define ORB_TEST_KERNELS(p, P, T)                                                                             \
-  extern "C" ORB_GEMM_DECL(x##p, T, ORB_INT) {                                                                \
-    if (m && n && k && ldc && beta)                                                                           \
-      remember(&Observed::gemm, GemmCall{m, *m, *n, *k, *ldc, a, b, c, orb::real_part(*beta)});               \
-    static const auto real = ORB_TEST_NEXT(orb_blas_x##p##gemm);                                              \
-    real(transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);                                       \
-  }                                                                                                           \
-  extern "C" ORB_GEMV_DECL(orb_blas_x##p##gemv, T, ORB_INT) {                                                 \
-    if (trans && m && n && incx && incy) remember(&Observed::gemv, GemvCall{*trans, *m, *n, *incx, *incy}); \
-    static const auto real = ORB_TEST_NEXT(orb_blas_x##p##gemv);                                              \
-    real(trans, m, n, alpha, a, lda, x, incx, beta, y, incy);                                                 \
-  }                                                                                                           \
-  extern "C" ORB_TRSM_DECL(orb_blas_x##p##trsm, T, ORB_INT) {                                                 \
-    if (m && n) remember(&Observed::trsm, BlockCall{*m, *n, b});                                               \
-    static const auto real = ORB_TEST_NEXT(orb_blas_x##p##trsm);                                              \
-    real(side, uplo, transa, diag, m, n, alpha, a, lda, b, ldb);                                              \
-  }                                                                                                           \
-  ORB_TEST_RANK_K(p##syrk, T, T)                                                                              \
+// Each kernel records its call (illegal ones, with a null argument, go unrecorded) and forwards it.
+#define ORB_TEST_WRAP(DECL, name, record, args, ...)                  \
+  extern "C" DECL(orb_blas_x##name, __VA_ARGS__) {                    \
+    record;                                                           \
+    static const auto real = ORB_TEST_NEXT(orb_blas_x##name);         \
+    return real args;                                                 \
+  }
+#define ORB_TEST_KERNELS(p, P, T)                                                                                   \
+  extern "C" ORB_GEMM_DECL(x##p, T, ORB_INT) {                                                                      \
+    if (m && n && k && ldc && beta)                                                                                 \
+      remember(&Observed::gemm, GemmCall{m, *m, *n, *k, *ldc, a, b, c, orb::real_part(*beta)});                     \
+    static const auto real = ORB_TEST_NEXT(orb_blas_x##p##gemm);                                                    \
+    real(transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);                                             \
+  }                                                                                                                 \
+  ORB_TEST_WRAP(ORB_GEMV_DECL, p##gemv,                                                                             \
+                if (trans && m && n && incx && incy) remember(&Observed::gemv, GemvCall{*trans, *m, *n, *incx, *incy}), \
+                (trans, m, n, alpha, a, lda, x, incx, beta, y, incy), T, ORB_INT)                                    \
+  ORB_TEST_WRAP(ORB_TRSM_DECL, p##trsm, if (m && n) remember(&Observed::trsm, BlockCall{*m, *n, b}),                \
+                (side, uplo, transa, diag, m, n, alpha, a, lda, b, ldb), T, ORB_INT)                                 \
+  ORB_TEST_RANK_K(p##syrk, T, T)                                                                                    \
   ORB_TEST_SYMM(p##symm, T)
-#define ORB_TEST_SYMM(name, T)                                                        \
-  extern "C" ORB_SYMM_DECL(orb_blas_x##name, T, ORB_INT) {                            \
-    if (m && n) remember(&Observed::symm, BlockCall{*m, *n, c});                       \
-    static const auto real = ORB_TEST_NEXT(orb_blas_x##name);                         \
-    real(side, uplo, m, n, alpha, a, lda, b, ldb, beta, c, ldc);                      \
-  }
-#define ORB_TEST_RANK_K(name, T, S)                                     \
-  extern "C" ORB_SYRK_DECL(orb_blas_x##name, T, S, ORB_INT) {           \
-    if (n) remember(&Observed::syrk, BlockCall{0, *n, c});                  \
-    static const auto real = ORB_TEST_NEXT(orb_blas_x##name);           \
-    real(uplo, trans, n, k, alpha, a, lda, beta, c, ldc);               \
-  }
+#define ORB_TEST_SYMM(name, T)                                                                   \
+  ORB_TEST_WRAP(ORB_SYMM_DECL, name, if (m && n) remember(&Observed::symm, BlockCall{*m, *n, c}), \
+                (side, uplo, m, n, alpha, a, lda, b, ldb, beta, c, ldc), T, ORB_INT)
+#define ORB_TEST_RANK_K(name, T, S)                                                            \
+  ORB_TEST_WRAP(ORB_SYRK_DECL, name, if (n) remember(&Observed::syrk, BlockCall{0, *n, c}),     \
+                (uplo, trans, n, k, alpha, a, lda, beta, c, ldc), T, S, ORB_INT)
 ORB_FOR_EACH_PRECISION(ORB_TEST_KERNELS)
 ORB_TEST_RANK_K(cherk, ORB_Complex8, float)
 ORB_TEST_RANK_K(zherk, ORB_Complex16, double)
 ORB_TEST_SYMM(chemm, ORB_Complex8)
 ORB_TEST_SYMM(zhemm, ORB_Complex16)
 
-// The level-1 kernels the tests observe: each records its length, x and y, and forwards the call.
-#define ORB_TEST_L1(DECL, name, Y, INCY, args, ...)                                  \
-  extern "C" DECL(orb_blas_x##name, __VA_ARGS__) {                                   \
-    if (n && incx) remember(&Observed::level1, Level1Call{*n, x, Y, *incx, INCY});   \
-    static const auto real = ORB_TEST_NEXT(orb_blas_x##name);                        \
-    return real args;                                                                \
-  }
-#define ORB_TEST_XY(DECL, name, args, ...) ORB_TEST_L1(DECL, name, y, *incy, args, __VA_ARGS__)
-#define ORB_TEST_X(DECL, name, args, ...) ORB_TEST_L1(DECL, name, nullptr, 0, args, __VA_ARGS__)
+// The level-1 kernels the tests observe: length, x and y.
+#define ORB_TEST_XY(DECL, name, args, ...) \
+  ORB_TEST_WRAP(DECL, name, if (n && incx) remember(&Observed::level1, Level1Call{*n, x, y, *incx, *incy}), args, __VA_ARGS__)
+#define ORB_TEST_X(DECL, name, args, ...) \
+  ORB_TEST_WRAP(DECL, name, if (n && incx) remember(&Observed::level1, Level1Call{*n, x, nullptr, *incx, 0}), args, __VA_ARGS__)
 ORB_TEST_XY(ORB_DOT_DECL, ddot, (n, x, incx, y, incy), double, ORB_INT)
 ORB_TEST_XY(ORB_AXPY_DECL, daxpy, (n, alpha, x, incx, y, incy), double, ORB_INT)
 ORB_TEST_XY(ORB_COPY_DECL, dcopy, (n, x, incx, y, incy), double, ORB_INT)
