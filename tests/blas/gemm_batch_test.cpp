@@ -1,8 +1,6 @@
-// The batch drivers: how they cut a group into runs of products, in which
-// order they take the groups, the matrix-vector batch, and their results in
-// every precision through every name form, with and without scratch.
-// Products are observed as the core's kernels see them (interpose.cpp): small
-// products reach orb_blas_x?gemm once, with the product's own C.
+// The batch drivers: runs of products per group, the order of the groups,
+// the matrix-vector batch, and results in every precision and name form, with
+// and without scratch.  A small product reaches orb_blas_x?gemm once, with its own C.
 #include <gtest/gtest.h>
 
 #include <algorithm>

@@ -1,12 +1,8 @@
-// The threaded level-1 drivers: how they cut a vector (observed by
-// interposing the core's kernels), their results against a naive reference
-// in every precision and for negative increments, the combination of partial
-// norms near overflow, quick returns that must touch nothing, the index
-// searches' tie and NaN rules, partial results beyond the stack, and complex
-// dots with negative increments at the edge of a page.
+// The threaded level-1 drivers: their cut, results in every precision,
+// partial norms near overflow, the searches' tie and NaN rules, partial
+// results beyond the stack, and reads that stay inside the vectors.
 #include "dense.hpp"
 #include "interpose.hpp"
-
 #include "precision.hpp"
 
 #include <algorithm>
@@ -20,8 +16,6 @@
 
 namespace orb::test {
 namespace {
-
-// ---- The cut, observed -------------------------------------------------------
 
 //! One kernel call: its length and where x and y start, in elements from the
 //! caller's x and y (-1: no y; x -2: a vector of the driver's own, the
@@ -37,14 +31,12 @@ struct CutCase {
   int budget;
   std::vector<Piece> pieces;
 };
-
 void PrintTo(const CutCase &c, std::ostream *os) { *os << c.name; }
 
 const double kAlpha = 1.5, kBeta = 0.5;
 const double kRotmIdentity[5] = {-2.0, 1.0, 2.0, 3.0, 4.0};
 const double kZero = 0.0;
 
-// Each routine as a DoubleCall; unused operands are ignored.
 #define ORB_TEST_CALL(body) [](ORB_INT n, double *x, ORB_INT incx, double *y, ORB_INT incy) { (void)y, (void)incy; body; }
 const DoubleCall kDot = ORB_TEST_CALL(orb_blas_ddot(&n, x, &incx, y, &incy));
 const DoubleCall kAsum = ORB_TEST_CALL(orb_blas_dasum(&n, x, &incx));
@@ -106,8 +98,6 @@ INSTANTIATE_TEST_SUITE_P(
         CutCase{"rotm_identity_calls_nothing", kRotmNone, 10000, 1, 1, 4, {}}),
     [](const ::testing::TestParamInfo<CutCase> &i) { return std::string(i.param.name); });
 
-// ---- Results against the naive reference -------------------------------------
-
 //! The drivers of one precision.
 template <class T>
 struct L1;
@@ -155,7 +145,6 @@ struct Shape {
 
 const Shape kShapes[] = {{9001, 1, 1, 3}, {9001, -2, 3, 4}, {20000, 3, -1, 2}, {50, -1, -2, 4}};
 
-//! |a - b| within `tol` times `scale`, for real or complex values.
 template <class T>
 void expect_near(const T &got, cld want, long double scale, const char *what) {
   EXPECT_LE(std::abs(wide(got) - want), 8 * unit_roundoff<T>() * scale) << what;
@@ -244,8 +233,6 @@ TYPED_TEST(Results, Level1DriversMatchTheNaiveReference) {
   }
 }
 
-// ---- Combination, searches, partial results ----------------------------------
-
 // Four runs of 5000 elements of 1e300 have partial norms near 7e301, whose
 // squares overflow; the serial norm of the partial norms does not.
 TEST(Level1Nrm2, PartialNormsNearTheLargestDoubleDoNotOverflow) {
@@ -264,7 +251,6 @@ struct SearchCase {
   std::vector<double> values;
   ORB_INT incx, largest, smallest;
 };
-
 void PrintTo(const SearchCase &c, std::ostream *os) { *os << c.name; }
 
 class Level1Search : public ::testing::TestWithParam<SearchCase> {};
@@ -272,8 +258,7 @@ class Level1Search : public ::testing::TestWithParam<SearchCase> {};
 TEST_P(Level1Search, TiesKeepTheFirstAndNaNAnswersAtOnce) {
   const SearchCase &c = GetParam();
   const ORB_INT n = static_cast<ORB_INT>(c.values.size()) / std::max<ORB_INT>(c.incx, 1);
-  // The same values as complex numbers (value, 0) give the same answers.
-  std::vector<ORB_Complex16> z;
+  std::vector<ORB_Complex16> z;  // the same values as (value, 0)
   for (double v : c.values) z.push_back({v, 0.0});
   observe();
   EXPECT_EQ(orb_blas_idamax(&n, c.values.data(), &c.incx), c.largest);

@@ -1,14 +1,84 @@
-// Binding the kernel provider, in a fresh process each time.
+// The kernel providers: which of the first one's kernel sets the core asks
+// for, by processor; binding it, in a fresh process each time; the routing
+// rule for the second, which products reach it (the tests' stand-in, named in
+// ORB_PROVIDER2, counts them), the first doing everything without it, the
+// caller's BLIS_ARCH_TYPE given back, and the real one's products right from
+// several threads at once.
+#include "blas/gemm_route.hpp"
 #include "blas/provider_kernels.hpp"
+#include "dense.hpp"
 #include "process.hpp"
+
+#include <orb/internal/orb_kernels.h>
+#include <orb/orb_service.h>
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+#include <memory>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace orb::test {
 namespace {
+
+using core::GemmProvider, core::IsaTier, core::ProcessorFeatures;
+
+// Processors by what they can do, from an x86-64 without SSE3 up; each adds to the one before.
+ProcessorFeatures sse3() { ProcessorFeatures f; f.sse3 = true; return f; }
+ProcessorFeatures ssse3() { auto f = sse3(); f.ssse3 = true; return f; }
+ProcessorFeatures sse4_2() { auto f = ssse3(); f.sse4_2 = true; return f; }
+ProcessorFeatures avx() { auto f = sse4_2(); f.avx = true; return f; }
+ProcessorFeatures avx2() { auto f = avx(); f.avx2 = f.fma = true; return f; }
+ProcessorFeatures avx512() { auto f = avx2(); f.avx512f = f.avx512dq = f.avx512bw = f.avx512vl = true; return f; }
+ProcessorFeatures bf16() { auto f = avx512(); f.avx512bf16 = true; return f; }
+ProcessorFeatures amd(ProcessorFeatures f) { f.amd = true; return f; }
+ProcessorFeatures without(ProcessorFeatures f, bool ProcessorFeatures::*flag) { f.*flag = false; return f; }
+
+struct ChoiceCase {
+  const char *processor;
+  ProcessorFeatures features;
+  const char *kernels;  // null: none
+};
+void PrintTo(const ChoiceCase &c, std::ostream *os) { *os << c.processor; }
+class ProviderKernelChoice : public ::testing::TestWithParam<ChoiceCase> {};
+
+TEST_P(ProviderKernelChoice, IsTheBestSetTheProcessorRuns) {
+  const char *chosen = core::provider_kernels_for(GetParam().features);
+  EXPECT_STREQ(chosen ? chosen : "none", GetParam().kernels ? GetParam().kernels : "none");
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Processors, ProviderKernelChoice,
+    ::testing::Values(
+        ChoiceCase{"AVX-512 with bfloat16 (family 6 model 207)", bf16(), "Cooperlake"},
+        ChoiceCase{"AVX-512 without bfloat16", avx512(), "SkylakeX"},
+        // AVX-512 foundation alone (no DQ, BW, VL) does not run the AVX-512 sets.
+        ChoiceCase{"AVX-512 foundation only", without(without(avx512(), &ProcessorFeatures::avx512dq),
+                                                      &ProcessorFeatures::avx512bw), "Haswell"},
+        ChoiceCase{"bfloat16 without AVX-512 VL", without(bf16(), &ProcessorFeatures::avx512vl), "Haswell"},
+        ChoiceCase{"AMD with AVX-512 and bfloat16", amd(bf16()), "Cooperlake"},
+        ChoiceCase{"AMD with AVX2", amd(avx2()), "Zen"},
+        ChoiceCase{"AVX2", avx2(), "Haswell"},
+        ChoiceCase{"AVX2 without FMA", without(avx2(), &ProcessorFeatures::fma), "Sandybridge"},
+        ChoiceCase{"AVX", avx(), "Sandybridge"},
+        ChoiceCase{"AMD with AVX", amd(avx()), "Sandybridge"},
+        ChoiceCase{"SSE4.2", sse4_2(), "Nehalem"},
+        ChoiceCase{"SSSE3", ssse3(), "Core2"},
+        ChoiceCase{"SSE3", sse3(), "Prescott"},
+        ChoiceCase{"x86-64 without SSE3", ProcessorFeatures{}, nullptr},
+        ChoiceCase{"AVX-512 without SSE3", without(bf16(), &ProcessorFeatures::sse3), nullptr}));
+
+TEST(ProviderKernelTier, ReadsTheProvidersNamesInAnyCase) {
+  IsaTier tier = IsaTier::baseline;
+  ASSERT_TRUE(core::provider_kernel_tier("haswell", tier));
+  EXPECT_EQ(tier, IsaTier::avx2);
+  ASSERT_TRUE(core::provider_kernel_tier("COOPERLAKE", tier));
+  EXPECT_EQ(tier, IsaTier::avx512_bf16);
+  EXPECT_FALSE(core::provider_kernel_tier("Bulldozer", tier));
+  EXPECT_FALSE(core::provider_kernel_tier(nullptr, tier));
+}
 
 TEST(Provider, BindsOnFirstUseAndStartsNoThread) {
   const ProbeResult r = run_probe({"provider"});
@@ -46,7 +116,7 @@ class ProviderKernels : public ::testing::TestWithParam<KernelCase> {};
 
 TEST_P(ProviderKernels, AreOrbsChoiceAndLeaveTheCallersVariableAlone) {
   const KernelCase &c = GetParam();
-  const char *best = orb::core::provider_kernels_for(orb::core::this_processor());
+  const char *best = core::provider_kernels_for(core::this_processor());
   if (!best && !c.kernels) GTEST_SKIP() << "this processor runs none of the provider's kernel sets";
   const ProbeResult r = run_probe({"provider"}, c.env);
   ASSERT_EQ(r.exit_code, 0) << r.err;
@@ -82,6 +152,106 @@ TEST_P(BrokenProvider, PrintsWhyAndExitsWithStatus69) {
 INSTANTIATE_TEST_SUITE_P(Files, BrokenProvider,
                          ::testing::Values(Broken{"/nonexistent/libblas.so", "cannot load the kernel provider /nonexistent/libblas.so"},
                                            Broken{"libm.so.6", "libm.so.6 lacks the routine sgemm_"}));
+
+
+
+struct RouteCase {
+  core::GemmRouteCase c;
+  GemmProvider expected;
+};
+class GemmRoute : public ::testing::TestWithParam<RouteCase> {};
+
+TEST_P(GemmRoute, SendsOnlyShallowAlignedUntransposedDoubleProductsToTheSecond) {
+  EXPECT_EQ(core::gemm_provider_for(GetParam().c), GetParam().expected);
+}
+
+// precision, transposed, k, m n k, on cache lines, strict
+INSTANTIATE_TEST_SUITE_P(Products, GemmRoute,
+                         ::testing::Values(RouteCase{{'d', false, 64, 1e6, true, false}, GemmProvider::second},
+                                           RouteCase{{'d', false, 1, 1e6, true, false}, GemmProvider::second},
+                                           RouteCase{{'d', false, 16, 16384, true, false}, GemmProvider::second},
+                                           RouteCase{{'d', false, 16, 16383, true, false}, GemmProvider::first},
+                                           RouteCase{{'d', false, 65, 1e6, true, false}, GemmProvider::first},
+                                           RouteCase{{'d', true, 32, 1e6, true, false}, GemmProvider::first},
+                                           RouteCase{{'d', false, 32, 1e6, false, false}, GemmProvider::first},
+                                           RouteCase{{'d', false, 32, 1e6, true, true}, GemmProvider::first},
+                                           RouteCase{{'s', false, 32, 1e6, true, false}, GemmProvider::first},
+                                           RouteCase{{'z', false, 32, 1e6, true, false}, GemmProvider::first}));
+
+// The probe's four products in a fresh process: one the rule routes, one too
+// deep, one transposed, one off the cache lines.
+struct ProbeCase {
+  std::vector<std::string> env;
+  const char *routed_calls;  // calls of the routed product that reached the stand-in; "-1": it is not loaded
+  const char *path;          // the second provider's path; null: the real one, where installed
+  const char *message;       // on the error stream; "": nothing
+};
+void PrintTo(const ProbeCase &c, std::ostream *os) {
+  for (const auto &e : c.env) *os << e << ' ';
+}
+class Provider2 : public ::testing::TestWithParam<ProbeCase> {};
+
+TEST_P(Provider2, ReceivesTheRoutedProductAloneOrNothing) {
+  const ProbeCase &c = GetParam();
+  const ProbeResult r = run_probe({"provider2"}, c.env);
+  ASSERT_EQ(r.exit_code, 0) << r.err;
+  for (const char *p : {"routed", "deep", "transposed", "off_lines"}) {
+    EXPECT_EQ(field(r.out, std::string(p) + "_ok"), "1") << p;
+    EXPECT_EQ(field(r.out, std::string(p) + "_calls"), *p == 'r' || *c.routed_calls == '-' ? c.routed_calls : "0") << p;
+  }
+  EXPECT_NE(r.err.find(c.message), std::string::npos) << r.err;
+  if (!*c.message) EXPECT_EQ(r.err, "");
+  if (c.path) EXPECT_EQ(field(r.out, "path"), c.path);
+  if (field(r.out, "path") == "none") return;
+  // Whatever the caller's BLIS_ARCH_TYPE (given back), the core's configuration
+  // runs: the stand-in lists its own in another order, and runs the one whose
+  // number it saw at bli_init.
+  EXPECT_EQ(field(r.out, "config"), core::provider2_config_for(core::this_processor()));
+  EXPECT_EQ(field(r.out, "blis_arch_env"), "4");
+}
+
+const std::string kFake = std::string("ORB_PROVIDER2=") + ORB_FAKE_PROVIDER2;
+INSTANTIATE_TEST_SUITE_P(
+    Environments, Provider2,
+    ::testing::Values(ProbeCase{{kFake, "BLIS_ARCH_TYPE=4"}, "1", ORB_FAKE_PROVIDER2, ""},
+                      ProbeCase{{kFake, "BLIS_ARCH_TYPE=4", "ORB_CBWR=AUTO,STRICT"}, "0", ORB_FAKE_PROVIDER2, ""},
+                      ProbeCase{{"BLIS_ARCH_TYPE=4"}, "-1", nullptr, ""},
+                      ProbeCase{{"ORB_PROVIDER2=none"}, "-1", "none", ""},
+                      ProbeCase{{"ORB_PROVIDER2=/nonexistent/libblis.so"}, "-1", "none",
+                                "second kernel provider /nonexistent/libblis.so is not used: it cannot be loaded"},
+                      ProbeCase{{"ORB_PROVIDER2=libm.so.6"}, "-1", "none",
+                                "libm.so.6 is not used: it lacks the routine dgemm_"}));
+
+// A 64-byte-aligned copy of an operand, for the products the rule routes.
+struct Aligned {
+  explicit Aligned(const std::vector<double> &v)
+      : p(static_cast<double *>(std::aligned_alloc(64, (v.size() * sizeof(double) + 63) / 64 * 64)), &std::free) {
+    std::copy(v.begin(), v.end(), p.get());
+  }
+  std::unique_ptr<double, decltype(&std::free)> p;
+};
+
+// Routed products (depth up to 64, operands starting on cache lines) from four
+// threads at once on the real second provider, each against the naive product.
+TEST(Provider2Real, RoutedProductsAreRightFromConcurrentCallers) {
+  if (!orb_serv_provider2_path()) GTEST_SKIP() << "no second provider: not installed (scripts/setup.sh), or an AddressSanitizer build";
+  const auto caller = [](int t) {
+    for (ORB_INT k : {1, 17, 64})
+      for (ORB_INT m : {8 * t + 5, 96}) {
+        const ORB_INT n = 40 + t, ld = std::max(m, k) + t;  // columns need not start on cache lines
+        const std::vector<double> a = random_matrix<double>(m, k, ld, 10 + t), b = random_matrix<double>(k, n, ld, 20),
+                                  c0 = random_matrix<double>(m, n, ld, 30);
+        Aligned pa(a), pb(b), pc(c0);
+        const double alpha = 1.5, beta = -0.5;
+        orb_blas_xdgemm("N", "N", &m, &n, &k, &alpha, pa.p.get(), &ld, pb.p.get(), &ld, &beta, pc.p.get(), &ld);
+        const std::vector<double> c(pc.p.get(), pc.p.get() + c0.size());
+        EXPECT_TRUE(matches_gemm(c, c0, 'N', 'N', m, n, k, alpha, a, ld, b, ld, beta, ld)) << m << 'x' << n << 'x' << k;
+      }
+  };
+  std::vector<std::thread> threads;
+  for (int t = 0; t < 4; ++t) threads.emplace_back(caller, t);
+  for (auto &th : threads) th.join();
+}
 
 }  // namespace
 }  // namespace orb::test
