@@ -74,8 +74,6 @@ struct Api;
     static constexpr auto gemm_batch64 = p##gemm_batch_64_;                                                          \
     static constexpr auto gemm_batch_strided32 = p##gemm_batch_strided_;                                             \
     static constexpr auto driver_gemm_batch = orb_blas_##p##gemm_batch;                                              \
-    static constexpr auto driver_gemm_batch_strided = orb_blas_##p##gemm_batch_strided;                              \
-    static constexpr auto driver_gemm_batch_strided_lp64 = orb_blas_lp64_##p##gemm_batch_strided;                    \
     static void cblas_gemm(CBLAS_LAYOUT l, CBLAS_TRANSPOSE ta, CBLAS_TRANSPOSE tb, int m, int n, int k,              \
                            const T *alpha, const T *a, int lda, const T *b, int ldb, const T *beta, T *c, int ldc) { \
       cblas_##p##gemm(l, ta, tb, m, n, k, PASS(alpha), a, lda, b, ldb, PASS(beta), c, ldc);                          \

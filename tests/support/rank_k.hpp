@@ -35,7 +35,6 @@ struct RankK;
   struct RankK<T, S> {                                                                                         \
     static constexpr bool hermitian = !std::is_same_v<T, S>;                                                   \
     static constexpr const char *ops = OPS;                                                                    \
-    static constexpr const char *name_upper = #name;                                                           \
     static constexpr auto f32 = name##_;                                                                       \
     static constexpr auto f64 = name##_64_;                                                                    \
     static constexpr auto driver = orb_blas_##name;                                                            \
@@ -53,6 +52,16 @@ ORB_TEST_RANK_K(zsyrk, ORB_Complex16, ORB_Complex16, void, ORB_TEST_BY_POINTER, 
 ORB_TEST_RANK_K(cherk, ORB_Complex8, float, void, ORB_TEST_BY_VALUE, "NC")
 ORB_TEST_RANK_K(zherk, ORB_Complex16, double, void, ORB_TEST_BY_VALUE, "NC")
 #undef ORB_TEST_RANK_K
+
+//! One update through one name form.
+template <class T, class S>
+void call_rank_k(Form f, char uplo, char trans, int n, int k, S alpha, const T *a, int lda, S beta, T *c, int ldc) {
+  const int64_t n8 = n, k8 = k, lda8 = lda, ldc8 = ldc;
+  using R = RankK<T, S>;
+  if (f == Form::Fortran32) return R::f32(&uplo, &trans, &n, &k, &alpha, a, &lda, &beta, c, &ldc);
+  if (f == Form::Fortran64) return R::f64(&uplo, &trans, &n8, &k8, &alpha, a, &lda8, &beta, c, &ldc8);
+  R::cblas(f == Form::CblasRow ? CblasRowMajor : CblasColMajor, uplo, trans, n, k, &alpha, a, lda, &beta, c, ldc);
+}
 
 //! Checks c (order n, ld ldc) against the update of c0's uplo triangle by
 //! alpha op(A) op(A)^T (^H and a real diagonal for herk) + beta c0, with

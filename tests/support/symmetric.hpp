@@ -49,6 +49,18 @@ ORB_TEST_SYMM_API(chemm, ORB_Complex8, true, ORB_TEST_BY_POINTER, void)
 ORB_TEST_SYMM_API(zhemm, ORB_Complex16, true, ORB_TEST_BY_POINTER, void)
 #undef ORB_TEST_SYMM_API
 
+//! One product through one name form.
+template <class T, bool H>
+void call_symm(Form f, char side, char uplo, int m, int n, T alpha, const T *a, int lda, const T *b, int ldb, T beta,
+               T *c, int ldc) {
+  const int64_t m8 = m, n8 = n, lda8 = lda, ldb8 = ldb, ldc8 = ldc;
+  using R = SymmApi<T, H>;
+  if (f == Form::Fortran32) return R::f32(&side, &uplo, &m, &n, &alpha, a, &lda, b, &ldb, &beta, c, &ldc);
+  if (f == Form::Fortran64) return R::f64(&side, &uplo, &m8, &n8, &alpha, a, &lda8, b, &ldb8, &beta, c, &ldc8);
+  const CBLAS_LAYOUT l = f == Form::CblasRow ? CblasRowMajor : CblasColMajor;
+  R::cblas(l, side, uplo, m, n, &alpha, a, lda, b, ldb, &beta, c, ldc);
+}
+
 //! Runs `multiply(alpha, a, lda, b, ldb, beta, c, ldc)` for C (m x n) with a
 //! symmetric (Hermitian) A of the side's order whose uplo triangle alone is
 //! stored, and checks C against the product with the full A.  beta = 0 fills
