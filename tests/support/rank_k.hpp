@@ -21,11 +21,6 @@ ORB_TEST_RANK_K_NAMES(zherk, ORB_Complex16, double)
 
 namespace orb::test {
 
-//! The enumerator of a triangle letter; any other letter gives a value that names none.
-inline CBLAS_UPLO uplo_of(char u) {
-  return (u | 0x20) == 'u' ? CblasUpper : (u | 0x20) == 'l' ? CblasLower : static_cast<CBLAS_UPLO>(0);
-}
-
 //! One routine: T the element type, S the scalar type (T for syrk, the real
 //! type for herk); its names, and the transposition letters it takes.
 template <class T, class S>
@@ -40,7 +35,7 @@ struct RankK;
     static constexpr auto driver_lp64 = orb_blas_lp64_##name;                                                  \
     static void cblas(CBLAS_LAYOUT l, char uplo, char trans, int n, int k, const S *alpha, const T *a, int lda, \
                       const S *beta, T *c, int ldc) {                                                          \
-      cblas_##name(l, uplo_of(uplo), cblas_trans(trans), n, k, PASS(alpha),                                    \
+      cblas_##name(l, cblas_uplo(uplo), cblas_trans(trans), n, k, PASS(alpha),                                    \
                    reinterpret_cast<const M *>(a), lda, PASS(beta), reinterpret_cast<M *>(c), ldc);           \
     }                                                                                                          \
   };

@@ -35,8 +35,7 @@ struct SymmApi;
     static constexpr auto driver_lp64 = orb_blas_lp64_##name;                                                     \
     static void cblas(CBLAS_LAYOUT l, char side, char uplo, int m, int n, const T *alpha, const T *a, int lda,   \
                       const T *b, int ldb, const T *beta, T *c, int ldc) {                                        \
-      cblas_##name(l, (side | 0x20) == 'l' ? CblasLeft : (side | 0x20) == 'r' ? CblasRight : CBLAS_SIDE(0),        \
-                   (uplo | 0x20) == 'u' ? CblasUpper : (uplo | 0x20) == 'l' ? CblasLower : CBLAS_UPLO(0), m, n,   \
+      cblas_##name(l, cblas_side(side), cblas_uplo(uplo), m, n,                                                   \
                    PASS(alpha), reinterpret_cast<const M *>(a), lda, reinterpret_cast<const M *>(b), ldb,          \
                    PASS(beta), reinterpret_cast<M *>(c), ldc);                                                     \
     }                                                                                                             \

@@ -92,16 +92,6 @@ void check_trsm(const TrsmOps &o, ORB_INT m, ORB_INT n, cld alpha, ORB_INT pad, 
   EXPECT_TRUE(solves_trsm(b, b0, o, m, n, al, a, lda, ldb));
 }
 
-inline CBLAS_SIDE cblas_side(char s) {
-  return same(s, 'L') ? CblasLeft : same(s, 'R') ? CblasRight : static_cast<CBLAS_SIDE>(0);
-}
-inline CBLAS_UPLO cblas_uplo(char u) {
-  return same(u, 'U') ? CblasUpper : same(u, 'L') ? CblasLower : static_cast<CBLAS_UPLO>(0);
-}
-inline CBLAS_DIAG cblas_diag(char d) {
-  return same(d, 'U') ? CblasUnit : same(d, 'N') ? CblasNonUnit : static_cast<CBLAS_DIAG>(0);
-}
-
 template <class T>
 struct TrsmApi;
 #define ORB_TEST_TRSM_API(p, T, PASS)                                                                          \
