@@ -1,9 +1,6 @@
-// Illegal arguments reach the program's own xerbla_ with the standard
-// routine's name and the argument's number, and leave the output untouched.
-//
-// This executable defines xerbla_, as the reference test programs do; the
-// CBLAS names report through orb's cblas_xerbla, which must hand on the
-// argument's position in the caller's own list, row-major calls included.
+// Illegal arguments reach this program's own xerbla_ (CBLAS names through
+// cblas_xerbla) with the routine's name and the argument's position in the
+// caller's own list, row-major calls included, and leave the output untouched.
 #include <gtest/gtest.h>
 #include <orb/orb_cblas.h>
 #include <orb/orb_service.h>

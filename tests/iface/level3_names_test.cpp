@@ -1,8 +1,6 @@
-// Results of trsm, syrk, herk, symm and hemm through their 64-bit names and
-// with lower-case letters, in every precision.  The 32-bit names and both
-// CBLAS layouts are the reference test programs' (tests/client, run against
-// liborb), which check every letter combination at small sizes; the threaded
-// cuts are swept below this layer.
+// trsm, syrk, herk, symm and hemm through their 64-bit names with lower-case
+// letters; the 32-bit names and CBLAS are checked by the reference test
+// programs in tests/client.
 #include <gtest/gtest.h>
 
 #include "rank_k.hpp"

@@ -76,11 +76,8 @@ void check_symm(char side, char uplo, ORB_INT m, ORB_INT n, cld alpha, cld beta,
       const bool stored = upper ? i <= j : i >= j;
       const cld mirror = wide(a[j + i * lda]);
       if (i == j && Hermitian) full[i + j * lda] = narrow<T>(cld(wide(a[i + j * lda]).real()));
-      if (!stored) full[i + j * lda] = narrow<T>(Hermitian ? std::conj(mirror) : mirror);
+      if (!stored) full[i + j * lda] = narrow<T>(Hermitian ? std::conj(mirror) : mirror), a[i + j * lda] = nan;
     }
-  for (ORB_INT j = 0; j < order; ++j)
-    for (ORB_INT i = 0; i < order; ++i)
-      if (upper ? i > j : i < j) a[i + j * lda] = nan;
   std::vector<T> b = random_matrix<T>(m, n, ldb, 32), c0 = random_matrix<T>(m, n, ldc, 33);
   if (alpha == cld(0)) std::fill(a.begin(), a.end(), nan), std::fill(b.begin(), b.end(), nan);
   if (beta == cld(0))
