@@ -1,9 +1,6 @@
-// Illegal arguments reach the program's own xerbla_ with the standard
-// routine's name and the argument's number, and leave the output untouched.
-//
-// This executable defines xerbla_, as the reference test programs do; the
-// CBLAS names report through orb's cblas_xerbla, which must hand on the
-// argument's position in the caller's own list, row-major calls included.
+// Illegal arguments reach this program's own xerbla_ (CBLAS names through
+// cblas_xerbla) with the routine's name and the argument's position in the
+// caller's own list, row-major calls included, and leave the output untouched.
 #include <gtest/gtest.h>
 #include <orb/orb_cblas.h>
 #include <orb/orb_service.h>
@@ -146,58 +143,28 @@ INSTANTIATE_TEST_SUITE_P(Forms, IllegalArguments, ::testing::ValuesIn(orb::test:
 // when alpha != 0, C when the call changes it, at the standard position (+1
 // for CBLAS; no position of these changes places in a row-major call).
 TEST_P(IllegalArguments, MissingOperandsOfTheLevel3Routines) {
-  using orb::test::RankK;
-  using orb::test::SymmApi;
-  const bool cblas = GetParam() == Form::CblasRow || GetParam() == Form::CblasColumn;
-  const auto layout = GetParam() == Form::CblasRow ? CblasRowMajor : CblasColMajor;
+  using orb::test::call_rank_k, orb::test::call_symm, orb::test::call_trsm;
+  const Form f = GetParam();
+  const bool cblas = f == Form::CblasRow || f == Form::CblasColumn;
   const int n = 3, ld = 3;
-  const int64_t n8 = n, ld8 = ld;
-  const double one = 1, half = 0.5;
-  const ORB_Complex16 zone = {1, 0}, zhalf = {0.5, 0};
   std::vector<double> a(64, 1.0), out(64, 7.0);
   double *c = out.data();
   auto *zc = reinterpret_cast<ORB_Complex16 *>(out.data());
   const auto *za = reinterpret_cast<const ORB_Complex16 *>(a.data());
-  // Each call: (A, B, C) present or not; which report it makes.
-  const auto trsm = [&](double alpha, const double *pa, double *pb) {
-    orb::test::call_trsm<double>(GetParam(), {'R', 'L', 'T', 'U'}, n, n, alpha, pa, ld, pb, ld);
-  };
-  const auto syrk = [&](const double *pa, double *pc) {
-    using R = RankK<double, double>;
-    if (GetParam() == Form::Fortran32) R::f32("L", "N", &n, &n, &one, pa, &ld, &half, pc, &ld);
-    else if (GetParam() == Form::Fortran64) R::f64("L", "N", &n8, &n8, &one, pa, &ld8, &half, pc, &ld8);
-    else R::cblas(layout, 'L', 'N', n, n, &one, pa, ld, &half, pc, ld);
-  };
-  const auto herk = [&](const ORB_Complex16 *pa, ORB_Complex16 *pc) {
-    using R = RankK<ORB_Complex16, double>;
-    if (GetParam() == Form::Fortran32) R::f32("U", "C", &n, &n, &one, pa, &ld, &half, pc, &ld);
-    else if (GetParam() == Form::Fortran64) R::f64("U", "C", &n8, &n8, &one, pa, &ld8, &half, pc, &ld8);
-    else R::cblas(layout, 'U', 'C', n, n, &one, pa, ld, &half, pc, ld);
-  };
-  const auto symm = [&](const double *pa, const double *pb, double *pc) {
-    using R = SymmApi<double, false>;
-    if (GetParam() == Form::Fortran32) R::f32("R", "U", &n, &n, &one, pa, &ld, pb, &ld, &half, pc, &ld);
-    else if (GetParam() == Form::Fortran64) R::f64("R", "U", &n8, &n8, &one, pa, &ld8, pb, &ld8, &half, pc, &ld8);
-    else R::cblas(layout, 'R', 'U', n, n, &one, pa, ld, pb, ld, &half, pc, ld);
-  };
-  const auto hemm = [&](const ORB_Complex16 *pa, const ORB_Complex16 *pb, ORB_Complex16 *pc) {
-    using R = SymmApi<ORB_Complex16, true>;
-    if (GetParam() == Form::Fortran32) R::f32("L", "L", &n, &n, &zone, pa, &ld, pb, &ld, &zhalf, pc, &ld);
-    else if (GetParam() == Form::Fortran64) R::f64("L", "L", &n8, &n8, &zone, pa, &ld8, pb, &ld8, &zhalf, pc, &ld8);
-    else R::cblas(layout, 'L', 'L', n, n, &zone, pa, ld, pb, ld, &zhalf, pc, ld);
-  };
+  const ORB_Complex16 zone = {1, 0}, zhalf = {0.5, 0};
+  const orb::test::TrsmOps rlt = {'R', 'L', 'T', 'U'};
   reports.clear();
-  trsm(1, nullptr, c);
-  trsm(1, a.data(), nullptr);
-  trsm(0, nullptr, c);  // alpha = 0 reads no A: legal, and B is cleared
+  call_trsm<double>(f, rlt, n, n, 1, nullptr, ld, c, ld);
+  call_trsm<double>(f, rlt, n, n, 1, a.data(), ld, nullptr, ld);
+  call_trsm<double>(f, rlt, n, n, 0, nullptr, ld, c, ld);  // alpha = 0 reads no A: legal, and B is cleared
   std::fill(out.begin(), out.end(), 7.0);
-  syrk(nullptr, c);
-  syrk(a.data(), nullptr);
-  herk(nullptr, zc);
-  symm(nullptr, a.data(), c);
-  symm(a.data(), nullptr, c);
-  symm(a.data(), a.data(), nullptr);
-  hemm(za, nullptr, zc);
+  call_rank_k<double, double>(f, 'L', 'N', n, n, 1, nullptr, ld, 0.5, c, ld);
+  call_rank_k<double, double>(f, 'L', 'N', n, n, 1, a.data(), ld, 0.5, nullptr, ld);
+  call_rank_k<ORB_Complex16, double>(f, 'U', 'C', n, n, 1, nullptr, ld, 0.5, zc, ld);
+  call_symm<double, false>(f, 'R', 'U', n, n, 1, nullptr, ld, a.data(), ld, 0.5, c, ld);
+  call_symm<double, false>(f, 'R', 'U', n, n, 1, a.data(), ld, nullptr, ld, 0.5, c, ld);
+  call_symm<double, false>(f, 'R', 'U', n, n, 1, a.data(), ld, a.data(), ld, 0.5, nullptr, ld);
+  call_symm<ORB_Complex16, true>(f, 'L', 'L', n, n, zone, za, ld, nullptr, ld, zhalf, zc, ld);
   const int s = cblas ? 1 : 0;
   const auto name = [&](const char *fortran, const char *c_name) { return std::string(cblas ? c_name : fortran); };
   EXPECT_EQ(reports, (Log{{name("DTRSM ", "cblas_dtrsm"), 8 + s},

@@ -1,9 +1,6 @@
-// The level-1 routines through their standard names: the 32-bit and 64-bit
-// Fortran names and CBLAS give what the threaded driver gives, in every
-// precision, with the conventions of each form (complex dot products by value
-// or through a pointer, 1-based or 0-based indices).  The vectors are long
-// enough to be cut, so the lp64 wrappers' widening is exercised on the
-// threaded path.
+// The level-1 names: 32-bit Fortran and CBLAS answer as the 64-bit names do,
+// each with its own conventions (complex dots by value or through a pointer,
+// 1- or 0-based indices), on vectors long enough to be cut.
 #include <gtest/gtest.h>
 
 #include <orb/orb_blas.h>
@@ -71,11 +68,7 @@ ORB_TEST_ANSWERS(c, ORB_Complex8, float, cdotu, cdotc, sc, cs, ORB_COMPLEX_DOT(c
 ORB_TEST_ANSWERS(z, ORB_Complex16, double, zdotu, zdotc, dz, zd, ORB_COMPLEX_DOT(z, u), ORB_COMPLEX_DOT(z, c),
                  ORB_BY_ADDRESS)
 
-template <class T>
-class Level1Names : public ::testing::Test {};
-TYPED_TEST_SUITE(Level1Names, Precisions, PrecisionLetter);
-
-TYPED_TEST(Level1Names, EveryFormAnswersAsTheDriver) {
+TYPED_TEST(Results, Level1NamesAnswerAsTheDriver) {
   using T = TypeParam;
   const int n = 9000, incx = 2, incy = -3;
   const std::vector<T> x = random_matrix<T>(1, n, 2, 5), y0 = random_matrix<T>(1, n, 3, 6);

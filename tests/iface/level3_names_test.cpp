@@ -1,8 +1,6 @@
-// Results of trsm, syrk, herk, symm and hemm through their 64-bit names and
-// with lower-case letters, in every precision.  The 32-bit names and both
-// CBLAS layouts are the reference test programs' (tests/client, run against
-// liborb), which check every letter combination at small sizes; the threaded
-// cuts are swept below this layer.
+// trsm, syrk, herk, symm and hemm through their 64-bit names with lower-case
+// letters; the 32-bit names and CBLAS are checked by the reference test
+// programs in tests/client.
 #include <gtest/gtest.h>
 
 #include "rank_k.hpp"
@@ -26,40 +24,35 @@ TYPED_TEST(Results, TrsmAndSymmThroughTheir64BitNames) {
   for (const char side : {'L', 'r'})
     for (const char uplo : {'U', 'l'}) {
       SCOPED_TRACE((std::string{side, uplo}));
-      const int64_t m = 33, n = 20;
-      check_symm<T, false>(side, uplo, m, n, cld(1.5, -0.5), cld(0.5), 2,
-                           [&](T al, const T *a, ORB_INT lda, const T *b, ORB_INT ldb, T be, T *c, ORB_INT ldc) {
-                             SymmApi<T, false>::f64(&side, &uplo, &m, &n, &al, a, &lda, b, &ldb, &be, c, &ldc);
-                           });
-      if constexpr (is_complex_v<T>)
-        check_symm<T, true>(side, uplo, m, n, cld(1.5, -0.5), cld(0.5), 2,
-                            [&](T al, const T *a, ORB_INT lda, const T *b, ORB_INT ldb, T be, T *c, ORB_INT ldc) {
-                              SymmApi<T, true>::f64(&side, &uplo, &m, &n, &al, a, &lda, b, &ldb, &be, c, &ldc);
-                            });
+      const auto symm = [&](auto hermitian) {
+        constexpr bool H = decltype(hermitian)::value;
+        check_symm<T, H>(side, uplo, 33, 20, cld(1.5, -0.5), cld(0.5), 2,
+                         [&](T al, const T *a, ORB_INT lda, const T *b, ORB_INT ldb, T be, T *c, ORB_INT ldc) {
+                           call_symm<T, H>(Form::Fortran64, side, uplo, 33, 20, al, a, lda, b, ldb, be, c, ldc);
+                         });
+      };
+      symm(std::false_type{});
+      if constexpr (is_complex_v<T>) symm(std::true_type{});
     }
 }
 
+// syrk in every precision, and herk as the real-scalar update of a complex type.
 template <class T, class S>
 void rank_k_64() {
   for (const char uplo : {'U', 'l'})
     for (const char *op = RankK<T, S>::ops; *op; ++op) {
       const char trans = lower(*op);
       SCOPED_TRACE((std::string{uplo, trans}));
-      const int64_t n = 33, k = 20;
-      check_rank_k<T, S>(uplo, trans, n, k, narrow<S>(1.5), narrow<S>(0.5), 2,
+      check_rank_k<T, S>(uplo, trans, 33, 20, narrow<S>(1.5), narrow<S>(0.5), 2,
                          [&](S al, const T *a, ORB_INT lda, S be, T *c, ORB_INT ldc) {
-                           RankK<T, S>::f64(&uplo, &trans, &n, &k, &al, a, &lda, &be, c, &ldc);
+                           call_rank_k<T, S>(Form::Fortran64, uplo, trans, 33, 20, al, a, lda, be, c, ldc);
                          });
     }
 }
 
-TEST(RankKNames, Syrk64AndHerk64) {
-  rank_k_64<float, float>();
-  rank_k_64<double, double>();
-  rank_k_64<ORB_Complex8, ORB_Complex8>();
-  rank_k_64<ORB_Complex16, ORB_Complex16>();
-  rank_k_64<ORB_Complex8, float>();
-  rank_k_64<ORB_Complex16, double>();
+TYPED_TEST(Results, Syrk64AndHerk64) {
+  rank_k_64<TypeParam, TypeParam>();
+  if constexpr (is_complex_v<TypeParam>) rank_k_64<TypeParam, decltype(TypeParam::real)>();
 }
 
 }  // namespace

@@ -1,9 +1,6 @@
-// Results of gemm and gemv through every name form (32-bit, 64-bit, CBLAS
-// column- and row-major) and precision, against the shared naive reference.
-// This layer adds the argument order, the integer widening and the row-major
-// mapping, so small shapes with every transposition and the special scalars
-// suffice here; the threaded paths are swept below it.  Matrices carry padding
-// and vectors gaps between elements: those must stay as they were.
+// gemm and gemv through every name form and precision against the naive
+// reference: this layer adds argument order, integer widening and the
+// row-major mapping, so small padded shapes and the special scalars suffice.
 #include <gtest/gtest.h>
 
 #include <atomic>

@@ -37,7 +37,6 @@ struct BatchCase {
   std::vector<T> alpha, beta;
   Arrays<int64_t> v{{}, {}, {}, {}, {}, {}, {}, 0};  // a test may spoil them before a call
 
-  //! r when t leaves the operand as stored, else c.
   static int rows(char t, int r, int c) { return (t | 0x20) == 'n' ? r : c; }
   static int64_t ld(int rows) { return (rows > 1 ? rows : 1) + 1; }  // one padding row
 
@@ -60,14 +59,12 @@ struct BatchCase {
       ap.push_back(a[i].data()), bp.push_back(b[i].data()), cp.push_back(c[i].data());
   }
 
-  //! The group arrays as they stand, in integer width I.
   template <class I>
   Arrays<I> arrays() const {
     const auto to = [](const std::vector<int64_t> &x) { return std::vector<I>(x.begin(), x.end()); };
     return {to(v.m), to(v.n), to(v.k), to(v.lda), to(v.ldb), to(v.ldc), to(v.size), static_cast<I>(v.count)};
   }
 
-  //! Every product's C against the naive product, padding untouched.
   ::testing::AssertionResult matches() const {
     size_t i = 0;
     for (size_t g = 0; g < groups.size(); ++g) {

@@ -47,16 +47,18 @@ inline const char *form_name(Form f) {
 }
 inline void PrintTo(Form f, std::ostream *os) { *os << form_name(f); }
 
-//! The enumerator of a transposition letter; any other letter gives a value
-//! that names no transposition.
-inline CBLAS_TRANSPOSE cblas_trans(char t) {
-  switch (t | 0x20) {
-    case 'n': return CblasNoTrans;
-    case 't': return CblasTrans;
-    case 'c': return CblasConjTrans;
-    default: return static_cast<CBLAS_TRANSPOSE>(0);
-  }
+//! The enumerator of a letter (either case); any other letter gives 0, which names none.
+template <class E>
+E cblas_enum(char c, char l1, E e1, char l2, E e2, char l3 = 0, E e3 = E(0)) {
+  c |= 0x20;
+  return c == l1 ? e1 : c == l2 ? e2 : c == l3 ? e3 : E(0);
 }
+inline CBLAS_TRANSPOSE cblas_trans(char t) {
+  return cblas_enum(t, 'n', CblasNoTrans, 't', CblasTrans, 'c', CblasConjTrans);
+}
+inline CBLAS_SIDE cblas_side(char s) { return cblas_enum(s, 'l', CblasLeft, 'r', CblasRight); }
+inline CBLAS_UPLO cblas_uplo(char u) { return cblas_enum(u, 'u', CblasUpper, 'l', CblasLower); }
+inline CBLAS_DIAG cblas_diag(char d) { return cblas_enum(d, 'u', CblasUnit, 'n', CblasNonUnit); }
 
 template <class T>
 struct Api;
@@ -74,8 +76,6 @@ struct Api;
     static constexpr auto gemm_batch64 = p##gemm_batch_64_;                                                          \
     static constexpr auto gemm_batch_strided32 = p##gemm_batch_strided_;                                             \
     static constexpr auto driver_gemm_batch = orb_blas_##p##gemm_batch;                                              \
-    static constexpr auto driver_gemm_batch_strided = orb_blas_##p##gemm_batch_strided;                              \
-    static constexpr auto driver_gemm_batch_strided_lp64 = orb_blas_lp64_##p##gemm_batch_strided;                    \
     static void cblas_gemm(CBLAS_LAYOUT l, CBLAS_TRANSPOSE ta, CBLAS_TRANSPOSE tb, int m, int n, int k,              \
                            const T *alpha, const T *a, int lda, const T *b, int ldb, const T *beta, T *c, int ldc) { \
       cblas_##p##gemm(l, ta, tb, m, n, k, PASS(alpha), a, lda, b, ldb, PASS(beta), c, ldc);                          \

@@ -1,10 +1,7 @@
-// Output of processes: a probe program run in a fresh process, and what this
-// process writes to its standard streams.
-//
-// The environment and topology are read once per process, and a process that
-// has started the task runtime must not fork, so every case that depends on
-// the environment runs a small probe program through posix_spawn with exactly
-// the environment the case names.
+// Output of processes: the probe program run through posix_spawn with exactly
+// the environment a case names (the environment is read once per process, and
+// one that has started the task runtime must not fork), and this process's
+// standard streams.
 #pragma once
 
 #include <string>
@@ -14,8 +11,7 @@ namespace orb::test {
 
 struct ProbeResult {
   int exit_code = -1;  //!< exit status, or 128 + signal
-  std::string out;     //!< everything the probe wrote to standard output
-  std::string err;     //!< everything it wrote to the error stream
+  std::string out, err;
 };
 
 //! Runs tests/probes/probe with `args` and an environment of `env` entries

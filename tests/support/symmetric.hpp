@@ -35,8 +35,7 @@ struct SymmApi;
     static constexpr auto driver_lp64 = orb_blas_lp64_##name;                                                     \
     static void cblas(CBLAS_LAYOUT l, char side, char uplo, int m, int n, const T *alpha, const T *a, int lda,   \
                       const T *b, int ldb, const T *beta, T *c, int ldc) {                                        \
-      cblas_##name(l, (side | 0x20) == 'l' ? CblasLeft : (side | 0x20) == 'r' ? CblasRight : CBLAS_SIDE(0),        \
-                   (uplo | 0x20) == 'u' ? CblasUpper : (uplo | 0x20) == 'l' ? CblasLower : CBLAS_UPLO(0), m, n,   \
+      cblas_##name(l, cblas_side(side), cblas_uplo(uplo), m, n,                                                   \
                    PASS(alpha), reinterpret_cast<const M *>(a), lda, reinterpret_cast<const M *>(b), ldb,          \
                    PASS(beta), reinterpret_cast<M *>(c), ldc);                                                     \
     }                                                                                                             \
@@ -48,6 +47,18 @@ ORB_TEST_SYMM_API(zsymm, ORB_Complex16, false, ORB_TEST_BY_POINTER, void)
 ORB_TEST_SYMM_API(chemm, ORB_Complex8, true, ORB_TEST_BY_POINTER, void)
 ORB_TEST_SYMM_API(zhemm, ORB_Complex16, true, ORB_TEST_BY_POINTER, void)
 #undef ORB_TEST_SYMM_API
+
+//! One product through one name form.
+template <class T, bool H>
+void call_symm(Form f, char side, char uplo, int m, int n, T alpha, const T *a, int lda, const T *b, int ldb, T beta,
+               T *c, int ldc) {
+  const int64_t m8 = m, n8 = n, lda8 = lda, ldb8 = ldb, ldc8 = ldc;
+  using R = SymmApi<T, H>;
+  if (f == Form::Fortran32) return R::f32(&side, &uplo, &m, &n, &alpha, a, &lda, b, &ldb, &beta, c, &ldc);
+  if (f == Form::Fortran64) return R::f64(&side, &uplo, &m8, &n8, &alpha, a, &lda8, b, &ldb8, &beta, c, &ldc8);
+  const CBLAS_LAYOUT l = f == Form::CblasRow ? CblasRowMajor : CblasColMajor;
+  R::cblas(l, side, uplo, m, n, &alpha, a, lda, b, ldb, &beta, c, ldc);
+}
 
 //! Runs `multiply(alpha, a, lda, b, ldb, beta, c, ldc)` for C (m x n) with a
 //! symmetric (Hermitian) A of the side's order whose uplo triangle alone is
@@ -65,11 +76,8 @@ void check_symm(char side, char uplo, ORB_INT m, ORB_INT n, cld alpha, cld beta,
       const bool stored = upper ? i <= j : i >= j;
       const cld mirror = wide(a[j + i * lda]);
       if (i == j && Hermitian) full[i + j * lda] = narrow<T>(cld(wide(a[i + j * lda]).real()));
-      if (!stored) full[i + j * lda] = narrow<T>(Hermitian ? std::conj(mirror) : mirror);
+      if (!stored) full[i + j * lda] = narrow<T>(Hermitian ? std::conj(mirror) : mirror), a[i + j * lda] = nan;
     }
-  for (ORB_INT j = 0; j < order; ++j)
-    for (ORB_INT i = 0; i < order; ++i)
-      if (upper ? i > j : i < j) a[i + j * lda] = nan;
   std::vector<T> b = random_matrix<T>(m, n, ldb, 32), c0 = random_matrix<T>(m, n, ldc, 33);
   if (alpha == cld(0)) std::fill(a.begin(), a.end(), nan), std::fill(b.begin(), b.end(), nan);
   if (beta == cld(0))
