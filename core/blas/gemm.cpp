@@ -39,10 +39,14 @@ void xgemm(const char *transa, const char *transb, const ORB_INT *m, const ORB_I
   if constexpr (std::is_same_v<T, double>) {
     if (stream_b_dgemm(transa, transb, *m, *n, *k, *alpha, a, *lda, b, *ldb, *beta, c, *ldc)) return;
   }
-  const GemmRouteCase route{KernelTraits<T>::lower, (*transa | 0x20) != 'n' || (*transb | 0x20) != 'n', *k,
-                              static_cast<double>(*m) * static_cast<double>(*n) * static_cast<double>(*k),
-                              starts_on_cache_line(a) && starts_on_cache_line(b) && starts_on_cache_line(c),
-                              (orb_serv_cbwr_get(-1) & ORB_CBWR_STRICT) != 0};
+  const GemmRouteCase route{KernelTraits<T>::lower,
+                             (*transa | 0x20) != 'n' || (*transb | 0x20) != 'n',
+                             *m,
+                             *n,
+                             *k,
+                             starts_on_cache_line(a) && starts_on_cache_line(b) && starts_on_cache_line(c),
+                             (orb_serv_cbwr_get(-1) & ORB_CBWR_STRICT) != 0,
+                             second_provider_wide()};
   gemm_for<T>(route)(transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc, 1, 1);
 }
 

@@ -1,15 +1,16 @@
 // Which provider computes a product that the core hands to a provider.
 //
-// The rule looks at the precision, the transpositions, k, whether the
-// operands start on cache lines, and at m n k only to keep the smallest
-// products on the first provider, whose fixed cost per call is lower.
-// Strict reproducibility
-// keeps the first provider whatever the product: its results must not change
-// with the shape of the pieces a threaded call is cut into, and a piece's
-// operands may start on a cache line where another piece's do not.  Outside
-// strict mode the pieces of one call may go to different providers; their
-// results differ only by rounding.  The measurements behind the rule are in
-// gemm_route.cpp and docs/performance.md.
+// The rule depends on the kernels the second provider runs.  Where they are
+// its AVX-512 kernels, it is the faster of the two on every double and
+// double-complex product of some size, transposed or not; elsewhere only on
+// shallow untransposed double products whose operands start on cache lines.
+// The smallest products stay on the first provider, whose fixed cost per call
+// is lower.  Strict reproducibility keeps the first provider whatever the
+// product: its results must not change with the shape of the pieces a
+// threaded call is cut into, and whether a piece passes the rule depends on
+// the cut.  Outside strict mode the pieces of one call may go to different
+// providers; their results differ only by rounding.  The measurements behind
+// the rule are in gemm_route.cpp and docs/performance.md.
 #pragma once
 
 #include <cstdint>
@@ -23,15 +24,11 @@ enum class GemmProvider { first, second };
 struct GemmRouteCase {
   char precision;       //!< 's', 'd', 'c' or 'z'
   bool transposed;      //!< op(A) or op(B) is not the matrix itself
-  int64_t k;
-  double multiply_adds;  //!< m n k
+  int64_t m, n, k;
   bool on_cache_lines;  //!< A, B and C start on 64-byte boundaries
   bool strict;          //!< strict reproducibility is in force
+  bool second_wide;     //!< the second provider runs its AVX-512 kernels
 };
-
-//! The deepest product (k) of `precision` that goes to the second provider;
-//! 0 when none does.
-int64_t gemm_second_provider_depth(char precision);
 
 GemmProvider gemm_provider_for(const GemmRouteCase &c);
 

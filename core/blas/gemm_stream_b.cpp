@@ -4,13 +4,18 @@
 // It takes neither transposed operand, at least kStreamBMinColumns columns, at
 // least kStreamBMinDepth steps of k and more than kStreamBMinWork multiply-adds;
 // at most kStreamBMaxRows rows, or any number with AVX-512 when there are at
-// least kStreamBWideColumns columns (the measurements are beside the
-// constants).  It is never taken in strict reproducibility mode: there a result
+// least kStreamBWideColumns columns, unless the second provider runs its own
+// AVX-512 kernels: those beat the kernel on products of more rows (on a Zen 5
+// core 1000^3 ran at 80 GFLOPS there against 71 here, 2000 x 1000 x 2000 at 88
+// against 79), while with at most kStreamBMaxRows rows the kernel stays ahead
+// (200 x 2000 x 2000: 77 against 67; 256^3: 88 against 81).  The other
+// measurements are beside the constants.  It is never taken in strict reproducibility mode: there a result
 // must not depend on how the threaded drivers cut C, and whether a piece falls
 // in the kernel's shape depends on the cut.  Its scratch (the packed block of A,
 // at most 2 MiB) comes from orb_serv_allocate; without it the provider
 // computes the product.
 #include "blas/gemm_stream_b.hpp"
+#include "blas/provider2.hpp"
 #include "service/processor.hpp"
 
 #include <orb/orb_service.h>
@@ -28,7 +33,7 @@ struct Version {
 
 Version pick_instruction_set() {
   const ProcessorFeatures &f = this_processor();
-  if (f.avx512f) return {stream_b_dgemm_avx512, true, f.amd ? kStreamBSharedBAmd : kStreamBSharedBOther};
+  if (f.avx512f) return {stream_b_dgemm_avx512, !second_provider_wide(), f.amd ? kStreamBSharedBAmd : kStreamBSharedBOther};
   if (f.avx2 && f.fma) return {stream_b_dgemm_avx2, false, 0};
   return {nullptr, false, 0};
 }

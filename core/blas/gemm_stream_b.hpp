@@ -13,7 +13,8 @@
 // C, which it reads only at the end of the tile's kStreamBDepth steps.
 //
 // It takes k >= 256, n >= 12 and m n k above a million; m <= 256, or with
-// AVX-512 any m when n >= 256.  Below those bounds the provider's own
+// AVX-512 any m when n >= 256 (unless the second provider runs AVX-512
+// kernels of its own, which are faster there).  Below those bounds the provider's own
 // small-matrix and packing kernels are as fast or faster; the measurements
 // behind each bound are in docs/performance.md.
 #pragma once

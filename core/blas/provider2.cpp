@@ -108,6 +108,14 @@ const Provider2Table *provider2() {
   return bound.load(std::memory_order_acquire) ? &table : nullptr;
 }
 
+bool second_provider_wide() {
+  static const bool wide = [] {
+    IsaTier tier = IsaTier::baseline;
+    return provider2() && config_name && provider2_config_tier(config_name, tier) && tier >= IsaTier::avx512;
+  }();
+  return wide;
+}
+
 }  // namespace orb::core
 
 extern "C" const char *orb_serv_provider2_path(void) {

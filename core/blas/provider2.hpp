@@ -13,8 +13,9 @@ namespace orb::core {
 
 //! Every routine the core takes from the second provider, one line each, as
 //! ORB_PROVIDER_ROUTINES lists the first provider's.
-#define ORB_PROVIDER2_ROUTINES(X)  \
-  X(dgemm, ProviderGemmFn<double>)
+#define ORB_PROVIDER2_ROUTINES(X) \
+  X(dgemm, ProviderGemmFn<double>) \
+  X(zgemm, ProviderGemmFn<ORB_Complex16>)
 
 //! The second provider's routines, bound once.
 struct Provider2Table {
@@ -37,5 +38,9 @@ ORB_PROVIDER2_ROUTINES(ORB_PROVIDER2_ROUTINE)
 //! The bound table, or null when the process has no second provider.  The
 //! first call opens it.
 const Provider2Table *provider2();
+
+//! Whether the process has a second provider and it runs its AVX-512 kernels
+//! (the routing rule of blas/gemm_route.hpp turns on this).
+bool second_provider_wide();
 
 }  // namespace orb::core

@@ -161,22 +161,35 @@ struct RouteCase {
 };
 class GemmRoute : public ::testing::TestWithParam<RouteCase> {};
 
-TEST_P(GemmRoute, SendsOnlyShallowAlignedUntransposedDoubleProductsToTheSecond) {
+TEST_P(GemmRoute, SendsEachProductToTheProviderMeasuredFaster) {
   EXPECT_EQ(core::gemm_provider_for(GetParam().c), GetParam().expected);
 }
 
-// precision, transposed, k, m n k, on cache lines, strict
-INSTANTIATE_TEST_SUITE_P(Products, GemmRoute,
-                         ::testing::Values(RouteCase{{'d', false, 64, 1e6, true, false}, GemmProvider::second},
-                                           RouteCase{{'d', false, 1, 1e6, true, false}, GemmProvider::second},
-                                           RouteCase{{'d', false, 16, 16384, true, false}, GemmProvider::second},
-                                           RouteCase{{'d', false, 16, 16383, true, false}, GemmProvider::first},
-                                           RouteCase{{'d', false, 65, 1e6, true, false}, GemmProvider::first},
-                                           RouteCase{{'d', true, 32, 1e6, true, false}, GemmProvider::first},
-                                           RouteCase{{'d', false, 32, 1e6, false, false}, GemmProvider::first},
-                                           RouteCase{{'d', false, 32, 1e6, true, true}, GemmProvider::first},
-                                           RouteCase{{'s', false, 32, 1e6, true, false}, GemmProvider::first},
-                                           RouteCase{{'z', false, 32, 1e6, true, false}, GemmProvider::first}));
+constexpr auto kFirst = GemmProvider::first;
+constexpr auto kSecond = GemmProvider::second;
+// precision, transposed, m, n, k, on cache lines, strict, second provider on AVX-512 kernels
+INSTANTIATE_TEST_SUITE_P(Shallow, GemmRoute,
+                         ::testing::Values(RouteCase{{'d', false, 125, 125, 64, true, false, false}, kSecond},
+                                           RouteCase{{'d', false, 1000, 1000, 1, true, false, false}, kSecond},
+                                           RouteCase{{'d', false, 32, 32, 16, true, false, false}, kSecond},
+                                           RouteCase{{'d', false, 32, 32, 15, true, false, false}, kFirst},
+                                           RouteCase{{'d', false, 1000, 1000, 65, true, false, false}, kFirst},
+                                           RouteCase{{'d', true, 1000, 1000, 32, true, false, false}, kFirst},
+                                           RouteCase{{'d', false, 1000, 1000, 32, false, false, false}, kFirst},
+                                           RouteCase{{'d', false, 1000, 1000, 32, true, true, false}, kFirst},
+                                           RouteCase{{'s', false, 1000, 1000, 32, true, false, false}, kFirst},
+                                           RouteCase{{'z', false, 1000, 1000, 32, true, false, false}, kFirst}));
+INSTANTIATE_TEST_SUITE_P(Wide, GemmRoute,
+                         ::testing::Values(RouteCase{{'d', true, 2000, 2000, 2000, false, false, true}, kSecond},
+                                           RouteCase{{'d', false, 200, 200, 151, true, false, true}, kSecond},
+                                           RouteCase{{'d', false, 200, 200, 150, true, false, true}, kFirst},
+                                           RouteCase{{'d', false, 4000, 64, 4000, true, false, true}, kFirst},
+                                           RouteCase{{'d', false, 65, 4000, 4000, true, false, true}, kSecond},
+                                           RouteCase{{'z', false, 100, 100, 100, false, false, true}, kSecond},
+                                           RouteCase{{'z', false, 100, 100, 99, true, false, true}, kFirst},
+                                           RouteCase{{'s', false, 2000, 2000, 2000, true, false, true}, kFirst},
+                                           RouteCase{{'c', false, 1000, 1000, 1000, true, false, true}, kFirst},
+                                           RouteCase{{'d', false, 2000, 2000, 2000, true, true, true}, kFirst}));
 
 // The probe's four products in a fresh process: one the rule routes, one too
 // deep, one transposed, one off the cache lines.
@@ -195,13 +208,22 @@ TEST_P(Provider2, ReceivesTheRoutedProductAloneOrNothing) {
   const ProbeCase &c = GetParam();
   const ProbeResult r = run_probe({"provider2"}, c.env);
   ASSERT_EQ(r.exit_code, 0) << r.err;
-  for (const char *p : {"routed", "deep", "transposed", "off_lines"}) {
+  // The stand-in runs the core's configuration for this processor, so which
+  // rule applies follows from it.
+  IsaTier tier = IsaTier::baseline;
+  const bool wide = core::provider2_config_tier(field(r.out, "config").c_str(), tier) && tier >= IsaTier::avx512;
+  for (const char *p : {"shallow", "deep", "transposed", "off_lines", "large"}) {
+    const bool routed = std::string(p) == (wide ? "large" : "shallow");
     EXPECT_EQ(field(r.out, std::string(p) + "_ok"), "1") << p;
-    EXPECT_EQ(field(r.out, std::string(p) + "_calls"), *p == 'r' || *c.routed_calls == '-' ? c.routed_calls : "0") << p;
+    EXPECT_EQ(field(r.out, std::string(p) + "_calls"), routed || *c.routed_calls == '-' ? c.routed_calls : "0") << p;
   }
   EXPECT_NE(r.err.find(c.message), std::string::npos) << r.err;
-  if (!*c.message) EXPECT_EQ(r.err, "");
-  if (c.path) EXPECT_EQ(field(r.out, "path"), c.path);
+  if (!*c.message) {
+    EXPECT_EQ(r.err, "");
+  }
+  if (c.path) {
+    EXPECT_EQ(field(r.out, "path"), c.path);
+  }
   if (field(r.out, "path") == "none") return;
   // Whatever the caller's BLIS_ARCH_TYPE (given back), the core's configuration
   // runs: the stand-in lists its own in another order, and runs the one whose
@@ -231,6 +253,19 @@ struct Aligned {
   std::unique_ptr<double, decltype(&std::free)> p;
 };
 
+// C = alpha op(A) B + beta C through the core's kernel, against the naive product.
+template <class T, class Kernel>
+void wide_product(int t, char ta, ORB_INT m, ORB_INT n, ORB_INT k, Kernel kernel) {
+  const ORB_INT lda = (ta == 'N' ? m : k) + t, ldb = k + t, ldc = m + t;
+  const auto a = random_matrix<T>(ta == 'N' ? m : k, ta == 'N' ? k : m, lda, 40 + t),
+             b = random_matrix<T>(k, n, ldb, 50), c0 = random_matrix<T>(m, n, ldc, 60);
+  auto c = c0;
+  const T alpha = narrow<T>(cld(1.5, 0.25)), beta = narrow<T>(-0.5);
+  const char tb = 'N';
+  kernel(&ta, &tb, &m, &n, &k, &alpha, a.data(), &lda, b.data(), &ldb, &beta, c.data(), &ldc);
+  EXPECT_TRUE(matches_gemm(c, c0, ta, 'N', m, n, k, alpha, a, lda, b, ldb, beta, ldc)) << m << 'x' << n << 'x' << k;
+}
+
 // Routed products (depth up to 64, operands starting on cache lines) from four
 // threads at once on the real second provider, each against the naive product.
 TEST(Provider2Real, RoutedProductsAreRightFromConcurrentCallers) {
@@ -247,6 +282,9 @@ TEST(Provider2Real, RoutedProductsAreRightFromConcurrentCallers) {
         const std::vector<double> c(pc.p.get(), pc.p.get() + c0.size());
         EXPECT_TRUE(matches_gemm(c, c0, 'N', 'N', m, n, k, alpha, a, ld, b, ld, beta, ld)) << m << 'x' << n << 'x' << k;
       }
+    // Products that go to a second provider on AVX-512 kernels.
+    wide_product<double>(t, 'T', 200, 210, 160, orb_blas_xdgemm);
+    wide_product<ORB_Complex16>(t, 'C', 100, 100, 100, orb_blas_xzgemm);
   };
   std::vector<std::thread> threads;
   for (int t = 0; t < 4; ++t) threads.emplace_back(caller, t);

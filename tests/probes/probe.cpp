@@ -61,14 +61,14 @@ int provider() {
   std::printf("path_before=%s\nthreads_before=%d\n", before ? before : "none", thread_count());
   std::fflush(stdout);
   const ORB_INT n = 400;
-  const double alpha = 1.0, beta = 0.0;
-  std::vector<double> a(n * n, 1.0), b(n * n, 2.0), c(n * n, -1.0);
-  // A transposed: a product the core never computes without the provider.
-  orb_blas_xdgemm("T", "N", &n, &n, &n, &alpha, a.data(), &n, b.data(), &n, &beta, c.data(), &n);
+  const float alpha = 1.0f, beta = 0.0f;
+  std::vector<float> a(n * n, 1.0f), b(n * n, 2.0f), c(n * n, -1.0f);
+  // A single-precision product: only the first provider computes those.
+  orb_blas_xsgemm("T", "N", &n, &n, &n, &alpha, a.data(), &n, b.data(), &n, &beta, c.data(), &n);
   const char *after = orb_serv_provider_path(), *env = std::getenv("OPENBLAS_NUM_THREADS");
   const char *coretype = std::getenv("OPENBLAS_CORETYPE"), *kernels = orb_serv_provider_kernels();
   std::printf("path_after=%s\nthreads_after=%d\nproduct_ok=%d\nopenblas_threads_env=%s\n", after ? after : "none",
-              thread_count(), c[0] == 2.0 * n && c[n * n - 1] == 2.0 * n, env ? env : "unset");
+              thread_count(), c[0] == 2.0f * n && c[n * n - 1] == 2.0f * n, env ? env : "unset");
   std::printf("openblas_coretype_env=%s\nkernel_set=%s\n", coretype ? coretype : "unset", kernels ? kernels : "");
   return 0;
 }
@@ -198,16 +198,16 @@ int calls(const char *form) {
 long provider2_calls() {
   const char *path = orb_serv_provider2_path();
   void *h = path ? dlopen(path, RTLD_NOW | RTLD_NOLOAD) : nullptr;
-  const long *calls = h ? static_cast<const long *>(dlsym(h, "orb_fake_gemm_calls")) : nullptr;
-  const long n = calls ? *calls : -1;
+  auto calls = h ? reinterpret_cast<long (*)()>(dlsym(h, "orb_fake_gemm_calls")) : nullptr;
+  const long n = calls ? calls() : -1;
   if (h) dlclose(h);
   return n;
 }
 
-// C = op(A) B for 24 x 24 operands of depth k, all ones in A and twos in B,
+// C = op(A) B for n x n operands of depth k, all ones in A and twos in B,
 // their storage `offset` bytes past a 64-byte boundary; reports under `name`.
-void routed_product(const char *name, const char *ta, ORB_INT k, size_t offset) {
-  const ORB_INT n = 24, ld_ab = (*ta == 'N' ? n : k);
+void routed_product(const char *name, const char *ta, ORB_INT n, ORB_INT k, size_t offset) {
+  const ORB_INT ld_ab = (*ta == 'N' ? n : k);
   const size_t bytes = sizeof(double) * static_cast<size_t>(n * std::max(n, k)) + 64;
   char *store[3];
   double *x[3];
@@ -226,13 +226,17 @@ void routed_product(const char *name, const char *ta, ORB_INT k, size_t offset) 
   for (char *p : store) std::free(p);
 }
 
+// Shallow: what the rule sends to a second provider on AVX2 kernels, and the
+// same product too deep, transposed or off the cache lines.  Large: a
+// transposed product off the cache lines, which goes to one on AVX-512 kernels.
 int provider2() {
   const char *path = orb_serv_provider2_path(), *config = orb_serv_provider2_config();
   std::printf("path=%s\nconfig=%s\n", path ? path : "none", config ? config : "none");
-  routed_product("routed", "N", 32, 0);
-  routed_product("deep", "N", 65, 0);
-  routed_product("transposed", "T", 32, 0);
-  routed_product("off_lines", "N", 32, 8);
+  routed_product("shallow", "N", 24, 32, 0);
+  routed_product("deep", "N", 24, 65, 0);
+  routed_product("transposed", "T", 24, 32, 0);
+  routed_product("off_lines", "N", 24, 32, 8);
+  routed_product("large", "T", 200, 200, 8);
   const char *arch = std::getenv("BLIS_ARCH_TYPE");
   std::printf("blis_arch_env=%s\n", arch ? arch : "unset");
   return 0;
