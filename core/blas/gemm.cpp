@@ -36,6 +36,11 @@ void xgemm(const char *transa, const char *transb, const ORB_INT *m, const ORB_I
     if (!is_one(*beta)) scale_matrix(*beta, c, *m, *n, *ldc);
     return;
   }
+  const double work = static_cast<double>(*m) * static_cast<double>(*n) * static_cast<double>(*k);
+  if (work < kGemmLeastRoutedWork) {
+    KernelTraits<T>::gemm()(transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc, 1, 1);
+    return;
+  }
   if constexpr (std::is_same_v<T, double>) {
     if (stream_b_dgemm(transa, transb, *m, *n, *k, *alpha, a, *lda, b, *ldb, *beta, c, *ldc)) return;
   }

@@ -71,7 +71,7 @@ constexpr double kWideLeastWorkZ = 1e6;        // from 100^3 (1.08)
 
 // Other second providers.
 constexpr int64_t kShallowDepthD = 64;
-constexpr double kShallowLeastWork = 16384;
+constexpr double kShallowLeastWork = kGemmLeastRoutedWork;
 
 GemmProvider wide_rule(const GemmRouteCase &c, double work) {
   if (c.precision == 'd' && std::min(c.m, c.n) >= kWideLeastSide && work > kWideLeastWorkD) return GemmProvider::second;

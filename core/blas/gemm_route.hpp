@@ -32,6 +32,10 @@ struct GemmRouteCase {
 
 GemmProvider gemm_provider_for(const GemmRouteCase &c);
 
+//! Products of fewer multiply-adds (m n k) go to the first provider under
+//! every rule, so the smallest calls skip the rule altogether.
+constexpr double kGemmLeastRoutedWork = 16384;
+
 //! Whether `p` is on a 64-byte boundary.
 inline bool starts_on_cache_line(const void *p) { return reinterpret_cast<std::uintptr_t>(p) % 64 == 0; }
 
