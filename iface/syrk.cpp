@@ -14,11 +14,11 @@
 #include <orb/orb_cblas.h>
 
 #include <cstdint>
-#include <type_traits>
 
 #include "arguments.hpp"
 #include "blas_rules.hpp"
 #include "precision.hpp"
+#include "rank_k.hpp"
 #include "report.hpp"
 
 namespace orb::iface {
@@ -40,16 +40,8 @@ struct SyrkCall {
 };
 
 template <class T, class S>
-constexpr bool kHermitian = !std::is_same_v<T, S>;
-
-template <class T, class S>
 const char *family() {
   return kHermitian<T, S> ? "HERK" : "SYRK";
-}
-
-template <class T, class S>
-const char *ops() {
-  return kHermitian<T, S> ? rules::kHerkOps : Precision<T>::is_complex ? rules::kSyrkComplexOps : rules::kSyrkRealOps;
 }
 
 // The threaded driver of each routine, handed the checked call with its
@@ -65,10 +57,9 @@ ORB_THREADED_RANK_K(zherk, ORB_Complex16, double)
 #undef ORB_THREADED_SYRK
 #undef ORB_THREADED_RANK_K
 
-// The standard's early return: no entry of C changes.
 template <class T, class S>
 bool leaves_c_unchanged(const SyrkCall<T, S> &s) {
-  return s.n == 0 || ((is_zero(*s.alpha) || s.k == 0) && is_one(*s.beta));
+  return triangle_unchanged(s.n, s.k, *s.alpha, *s.beta);
 }
 
 // After the standard's own tests (blas_rules.hpp), a call that changes C must
@@ -96,7 +87,7 @@ void fortran_syrk(int iface, const char *uplo, const char *trans, const I *n, co
   run_reported(
       iface,
       [&] {
-        int info = rules::check_syrk(uplo, trans, n, k, alpha, lda, beta, ldc, ops<T, S>());
+        int info = rules::check_syrk(uplo, trans, n, k, alpha, lda, beta, ldc, rank_k_ops<T, S>());
         SyrkCall<T, S> s = {};
         if (!info) {
           s = {*uplo, *trans, *n, *k, alpha, a, *lda, beta, c, *ldc};
@@ -127,14 +118,10 @@ void cblas_syrk(int layout, int uplo, int trans, int n, int k, const S *alpha, c
         SyrkCall<T, S> s = {};
         if (!info) {
           if (row) {
-            ul = ul == 'U' ? 'L' : 'U';
-            // A letter the routine does not take stays, to be reported as it is.
-            bool known = false;
-            for (const char *op = ops<T, S>(); *op; ++op) known = known || *op == tr;
-            if (known) tr = tr != 'N' ? 'N' : kHermitian<T, S> ? 'C' : 'T';
+            flip_for_row_major<T, S>(ul, tr);
           }
           s = {ul, tr, n, k, alpha, a, lda, beta, c, ldc};
-          info = rules::check_syrk(&s.uplo, &s.trans, &s.n, &s.k, s.alpha, &s.lda, s.beta, &s.ldc, ops<T, S>());
+          info = rules::check_syrk(&s.uplo, &s.trans, &s.n, &s.k, s.alpha, &s.lda, s.beta, &s.ldc, rank_k_ops<T, S>());
           if (!info) info = check_operands(s);
           if (info) ++info;
         }

@@ -43,6 +43,32 @@ inline blas_args_t level3_args(const char *transa, const char *transb, ORB_INT m
   return args;
 }
 
+//! Whether results must not depend on the number of threads: the strict
+//! reproducibility mode (orb_serv_cbwr_get).  GEMM keeps it by never cutting
+//! a sum and computing every entry of C in one kernel call of the whole k; a
+//! driver whose pieces are other kernel calls than the whole call's (a
+//! triangle's blocks by GEMM, a solve's right-hand sides, whose results the
+//! provider's blocking may round otherwise) runs whole instead.
+inline bool strict_reproducibility() { return (orb_serv_cbwr_get(-1) & ORB_CBWR_STRICT) != 0; }
+
+//! The budget of a driver that cuts its call its own way: 1 in strict
+//! reproducibility mode, where the call runs whole, else the thread budget.
+inline int64_t cut_budget() { return strict_reproducibility() ? 1 : orb_serv_get_max_threads(); }
+
+//! The steps of a driver that cuts its call its own way (the solves and the
+//! triangle updates): whole() when `as_it_came` (an illegal call, or one with
+//! nothing to cut: the kernel reports or returns early) or when
+//! workers(budget) gives one worker, the budget being cut_budget(); else
+//! launch(workers).
+template <class Workers, class Whole, class Launch>
+void run_cut(bool as_it_came, Workers &&workers, Whole &&whole, Launch &&launch) {
+  const int64_t w = as_it_came ? 1 : workers(cut_budget());
+  if (w <= 1)
+    whole();
+  else
+    launch(w);
+}
+
 //! Whether C (m x n, the caller's pointers, possibly null or illegal) is one
 //! tile of the grid: such a call is never cut, so a driver may hand it to its
 //! kernel as it came, before reading anything else; an illegal one is then
