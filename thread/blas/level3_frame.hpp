@@ -9,6 +9,10 @@
 // budget-1 call, or one whose C is a single tile of the grid, reaches the
 // kernel with the caller's own arguments, pointers included, exactly as a
 // sequential library would make it.
+//
+// The drivers that cut their calls their own way (the solves and products by
+// right-hand sides, the updates of a triangle) share run_cut instead, and
+// every driver reads the strict reproducibility mode here.
 #pragma once
 
 #include <orb/internal/blas_args.h>
