@@ -1,24 +1,32 @@
-// `orb-bench level3`: dtrsm, dsyrk and dsymm through orb's threaded drivers,
-// the serial provider and the threaded peers, on the libraries the gemm
-// comparison loads (each peer on its best kernel set, libraries.hpp).
+// `orb-bench level3`: dtrsm, dtrmm, dsyrk, dsyr2k, dsymm and dgemmt through
+// orb's threaded drivers, the serial provider and the threaded peers, on the
+// libraries the gemm comparison loads (each peer on its best kernel set,
+// libraries.hpp).
 //
 // Every routine works on square operands of order n: dtrsm solves
 // L X = B (left, lower, no transposition, non-unit) for n right-hand sides,
-// n^3 flops; dsyrk updates the lower triangle with A A^T, n^3 flops; dsymm
-// forms A B with the lower triangle of A, 2 n^3 flops.  The table gives
-// GFLOPS from each library's best call and the ratios of orb over the serial
-// provider and over the fastest peer, paired round by round.  dsyrk and dsymm
-// are timed with beta = 0, so every call computes the same C; dtrsm solves in
-// place, so its triangle is the identity plus entries of 1e-6 / n below the
+// n^3 flops; dtrmm forms L B in place of B, n^3 flops; dsyrk updates the
+// lower triangle with A A^T, n^3 flops; dsyr2k with A B^T + B A^T, 2 n^3;
+// dsymm forms A B with the lower triangle of A, 2 n^3 flops; dgemmt forms the
+// lower triangle of A B, n^3 flops.  The table gives GFLOPS from each
+// library's best call and the ratios of orb over the serial provider and over
+// the fastest peer, paired round by round.  The products on C are timed with
+// beta = 0, so every call computes the same C; dtrsm and dtrmm work in place,
+// so their triangle is the identity plus entries of 1e-6 / n below the
 // diagonal: B changes by a millionth per call and never reaches the slow
-// subnormal range.  The check: each library's first result, from the same
-// operands, against orb's, within a rounding bound.
+// subnormal range nor overflows.  The check: each library's first result,
+// from the same operands, against orb's, within a rounding bound.
+//
+// A library without a routine shows n/a in its row (the provider and the
+// threaded OpenBLAS peer have no dgemmt); the serial column of dgemmt is then
+// the core's sequential kernel, built on the provider's dgemm.
 #include "level3_bench.hpp"
 
 #include "libraries.hpp"
 #include "measure.hpp"
 #include "routine_table.hpp"
 
+#include <orb/internal/orb_kernels.h>
 #include <orb/orb_blas.h>
 #include <orb/orb_service.h>
 
@@ -30,25 +38,41 @@
 #include <functional>
 
 #pragma weak orb_blas_dtrsm
+#pragma weak orb_blas_dtrmm
 #pragma weak orb_blas_dsyrk
+#pragma weak orb_blas_dsyr2k
 #pragma weak orb_blas_dsymm
+#pragma weak orb_blas_dgemmt
+#pragma weak orb_blas_xdgemmt
 
 namespace orb::bench {
 
 namespace {
 
-const char *const kRoutines[] = {"dtrsm", "dsyrk", "dsymm"};
+const char *const kRoutines[] = {"dtrsm", "dtrmm", "dsyrk", "dsyr2k", "dsymm", "dgemmt"};
 
-//! One routine of one library on order-n operands a, b and c (b solved in place for dtrsm).
+//! One routine of one library on order-n operands a, b and c (b in place for dtrsm and dtrmm).
 using Level3Call = std::function<void(long n, const double *a, double *b, double *c)>;
 
 struct Level3Entries {
-  Level3Call trsm, syrk, symm;
-  bool complete() const { return trsm && syrk && symm; }
+  Level3Call trsm, trmm, syrk, syr2k, symm, gemmt;
+  bool any() const { return trsm || trmm || syrk || syr2k || symm || gemmt; }
   const Level3Call &get(const std::string &routine) const {
-    return routine == "dtrsm" ? trsm : routine == "dsyrk" ? syrk : symm;
+    return routine == "dtrsm"    ? trsm
+           : routine == "dtrmm"  ? trmm
+           : routine == "dsyrk"  ? syrk
+           : routine == "dsyr2k" ? syr2k
+           : routine == "dsymm"  ? symm
+                                 : gemmt;
   }
 };
+
+//! Whether the routine's result is B (in place) rather than C.
+bool in_place(const std::string &routine) { return routine == "dtrsm" || routine == "dtrmm"; }
+//! Whether only the lower triangle of C is written.
+bool lower_only(const std::string &routine) {
+  return routine == "dsyrk" || routine == "dsyr2k" || routine == "dgemmt";
+}
 
 //! The routines of a library whose Fortran names take integers of type I.
 template <class I>
@@ -59,15 +83,38 @@ Level3Entries fortran_entries(void *handle) {
                         const double *, double *, const I *, size_t, size_t);
   using Symm = void (*)(const char *, const char *, const I *, const I *, const double *, const double *, const I *,
                         const double *, const I *, const double *, double *, const I *, size_t, size_t);
+  using Syr2k = void (*)(const char *, const char *, const I *, const I *, const double *, const double *,
+                         const I *, const double *, const I *, const double *, double *, const I *, size_t, size_t);
+  using Gemmt = void (*)(const char *, const char *, const char *, const I *, const I *, const double *,
+                         const double *, const I *, const double *, const I *, const double *, double *, const I *,
+                         size_t, size_t, size_t);
   const auto trsm = reinterpret_cast<Trsm>(dlsym(handle, "dtrsm_"));
+  const auto trmm = reinterpret_cast<Trsm>(dlsym(handle, "dtrmm_"));
   const auto syrk = reinterpret_cast<Syrk>(dlsym(handle, "dsyrk_"));
+  const auto syr2k = reinterpret_cast<Syr2k>(dlsym(handle, "dsyr2k_"));
   const auto symm = reinterpret_cast<Symm>(dlsym(handle, "dsymm_"));
+  const auto gemmt = reinterpret_cast<Gemmt>(dlsym(handle, "dgemmt_"));
   Level3Entries e;
   static const double one = 1, zero = 0;
   if (trsm)
     e.trsm = [=](long n, const double *a, double *b, double *) {
       const I m = static_cast<I>(n);
       trsm("L", "L", "N", "N", &m, &m, &one, a, &m, b, &m, 1, 1, 1, 1);
+    };
+  if (trmm)
+    e.trmm = [=](long n, const double *a, double *b, double *) {
+      const I m = static_cast<I>(n);
+      trmm("L", "L", "N", "N", &m, &m, &one, a, &m, b, &m, 1, 1, 1, 1);
+    };
+  if (syr2k)
+    e.syr2k = [=](long n, const double *a, double *b, double *c) {
+      const I m = static_cast<I>(n);
+      syr2k("L", "N", &m, &m, &one, a, &m, b, &m, &zero, c, &m, 1, 1);
+    };
+  if (gemmt)
+    e.gemmt = [=](long n, const double *a, double *b, double *c) {
+      const I m = static_cast<I>(n);
+      gemmt("L", "N", "N", &m, &m, &one, a, &m, b, &m, &zero, c, &m, 1, 1, 1);
     };
   if (syrk)
     e.syrk = [=](long n, const double *a, double *, double *c) {
@@ -84,11 +131,25 @@ Level3Entries fortran_entries(void *handle) {
 
 Level3Entries orb_entries() {
   Level3Entries e;
-  if (!orb_blas_dtrsm || !orb_blas_dsyrk || !orb_blas_dsymm) return e;
+  if (!orb_blas_dtrsm || !orb_blas_dtrmm || !orb_blas_dsyrk || !orb_blas_dsyr2k || !orb_blas_dsymm ||
+      !orb_blas_dgemmt)
+    return e;
   static const double one = 1, zero = 0;
   e.trsm = [](long n, const double *a, double *b, double *) {
     const ORB_INT m = n;
     orb_blas_dtrsm("L", "L", "N", "N", &m, &m, &one, a, &m, b, &m);
+  };
+  e.trmm = [](long n, const double *a, double *b, double *) {
+    const ORB_INT m = n;
+    orb_blas_dtrmm("L", "L", "N", "N", &m, &m, &one, a, &m, b, &m);
+  };
+  e.syr2k = [](long n, const double *a, double *b, double *c) {
+    const ORB_INT m = n;
+    orb_blas_dsyr2k("L", "N", &m, &m, &one, a, &m, b, &m, &zero, c, &m);
+  };
+  e.gemmt = [](long n, const double *a, double *b, double *c) {
+    const ORB_INT m = n;
+    orb_blas_dgemmt("L", "N", "N", &m, &m, &one, a, &m, b, &m, &zero, c, &m);
   };
   e.syrk = [](long n, const double *a, double *, double *c) {
     const ORB_INT m = n;
@@ -113,7 +174,14 @@ std::vector<Level3Entries> level3_entries(std::vector<GemmLibrary> &libs) {
       void *h = dlopen(lib.path.c_str(), private_dlopen_flags() | RTLD_NOLOAD);
       if (h) e = lib.abi == CallAbi::fortran_ilp64 ? fortran_entries<int64_t>(h) : fortran_entries<int>(h);
     }
-    if (lib.available() && !e.complete()) lib.missing = "no dtrsm_, dsyrk_ or dsymm_";
+    if (lib.available() && !e.any()) lib.missing = "none of the level-3 routines";
+    // The provider has no dgemmt: its serial column is the core's kernel on the provider's dgemm.
+    if (lib.available() && lib.key == "serial" && !e.gemmt && orb_blas_xdgemmt)
+      e.gemmt = [](long n, const double *a, double *b, double *c) {
+        static const double one = 1, zero = 0;
+        const ORB_INT m = n;
+        orb_blas_xdgemmt("L", "N", "N", &m, &m, &one, a, &m, b, &m, &zero, c, &m);
+      };
     entries.push_back(e);
   }
   return entries;
@@ -121,7 +189,7 @@ std::vector<Level3Entries> level3_entries(std::vector<GemmLibrary> &libs) {
 
 double flops(const std::string &routine, long n) {
   const double cube = static_cast<double>(n) * static_cast<double>(n) * static_cast<double>(n);
-  return routine == "dsymm" ? 2 * cube : cube;
+  return routine == "dsymm" || routine == "dsyr2k" ? 2 * cube : cube;
 }
 
 //! Order-n operands: A as described above (its upper triangle unused by
@@ -144,11 +212,11 @@ void measure_order(const Level1Options &o, const std::vector<GemmLibrary> &libs,
     // The check: one call per library on fresh operands, its output against orb's.
     std::vector<double> reference;
     for (size_t i = 0; i < libs.size(); ++i) {
-      if (!libs[i].available()) continue;
+      if (!libs[i].available() || !entries[i].get(routine)) continue;
       Operands fresh(n);
       entries[i].get(routine)(n, fresh.a.data(), fresh.b.data(), fresh.c.data());
-      std::vector<double> &out = routine == "dtrsm" ? fresh.b : fresh.c;
-      if (routine == "dsyrk")  // only the lower triangle is written
+      std::vector<double> &out = in_place(routine) ? fresh.b : fresh.c;
+      if (lower_only(routine))  // only the lower triangle is written
         for (long j = 0; j < n; ++j)
           for (long r = 0; r < j; ++r) out[static_cast<size_t>(r + j * n)] = 0;
       if (reference.empty()) {
@@ -166,7 +234,7 @@ void measure_order(const Level1Options &o, const std::vector<GemmLibrary> &libs,
     Operands ops(n);
     std::vector<std::function<void()>> calls(libs.size());
     for (size_t i = 0; i < libs.size(); ++i)
-      if (libs[i].available())
+      if (libs[i].available() && entries[i].get(routine))
         calls[i] = [&, i] { entries[i].get(routine)(n, ops.a.data(), ops.b.data(), ops.c.data()); };
     time_row(libs, calls, routine.c_str(), n, o.target_s, o.rounds, [&](size_t, double best_s) {
       std::printf("  %9.1f GF/s", flops(routine, n) / best_s * 1e-9);

@@ -69,6 +69,14 @@ int check_trsm(const char *side, const char *uplo, const char *transa, const cha
   return 0;
 }
 
+//! TRMM: B := alpha op(A) B (side L) or alpha B op(A) (side R), the argument
+//! list of TRSM under the same rules.
+template <class I>
+int check_trmm(const char *side, const char *uplo, const char *transa, const char *diag, const I *m, const I *n,
+               const void *alpha, const I *lda, const I *ldb) {
+  return check_trsm(side, uplo, transa, diag, m, n, alpha, lda, ldb);
+}
+
 //! The transposition letters each rank-k update takes: the real SYRK any of
 //! N, T and C (C means T), the complex SYRK N or T, HERK N or C.
 constexpr const char *kSyrkRealOps = "NTC";
@@ -95,6 +103,47 @@ int check_syrk(const char *uplo, const char *trans, const I *n, const I *k, cons
   if (!ldc || *ldc < at_least_one(*n)) return 10;
   return 0;
 }
+
+//! SYR2K and HER2K: C := alpha op(A) op(B)^T + alpha op(B) op(A)^T + beta C
+//! (HER2K: ^H, and conj(alpha) on the second term), C of order n, only its
+//! `uplo` triangle referenced, arguments (uplo 1, trans 2, n 3, k 4, alpha 5,
+//! a 6, lda 7, b 8, ldb 9, beta 10, c 11, ldc 12); `ops` as for SYRK (the
+//! rank-2k updates take the letters of their rank-k twins).
+template <class I>
+int check_syr2k(const char *uplo, const char *trans, const I *n, const I *k, const void *alpha, const I *lda,
+                const I *ldb, const void *beta, const I *ldc, const char *ops) {
+  // SYRK's rules at SYRK's positions up to lda; then B's, beta and C's moved on by two.
+  const int rank_k = check_syrk(uplo, trans, n, k, alpha, lda, beta, ldc, ops);
+  if (rank_k != 0 && rank_k <= 7) return rank_k;
+  const int64_t rows = same_letter(*trans, 'N') ? *n : *k;
+  if (!ldb || *ldb < at_least_one(rows)) return 9;
+  return rank_k == 0 ? 0 : rank_k + 2;
+}
+
+//! GEMMT: C := alpha op(A) op(B) + beta C, C of order n with only its `uplo`
+//! triangle referenced and updated, arguments (uplo 1, transa 2, transb 3,
+//! n 4, k 5, alpha 6, a 7, lda 8, b 9, ldb 10, beta 11, c 12, ldc 13): GEMM's
+//! rules with m = n, every position moved on by one behind uplo.
+template <class I>
+int check_gemmt(const char *uplo, const char *transa, const char *transb, const I *n, const I *k, const void *alpha,
+                const I *lda, const I *ldb, const void *beta, const I *ldc) {
+  if (!is_uplo(uplo)) return 1;
+  const int gemm = check_gemm(transa, transb, n, n, k, alpha, lda, ldb, beta, ldc);
+  // GEMM's m (3) and n (4) are GEMMT's n alone (4); no position is skipped.
+  return gemm == 0 ? 0 : gemm <= 3 ? gemm + 1 : gemm == 4 ? 4 : gemm;
+}
+
+//! Two positions of a CBLAS routine that a row-major call exchanges when it
+//! is checked as the column-major call that computes it.
+struct PositionSwap {
+  int a, b;
+};
+
+//! GEMMT's row-major call is the column-major one of the transposed product,
+//! C^T = op(B)^T op(A)^T, on the other triangle: the two matrices change
+//! places with their leading dimensions (CBLAS positions a 8, lda 9, b 10,
+//! ldb 11; the transpositions are checked before they change places).
+constexpr PositionSwap kGemmtRowMajorSwaps[] = {{8, 10}, {9, 11}};
 
 //! SYMM and HEMM: C := alpha A B + beta C (side L, A of order m) or alpha B A
 //! + beta C (side R, A of order n), A symmetric or Hermitian with only its

@@ -13,6 +13,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "blas_rules.hpp"
 #include "precision.hpp"
 
 extern "C" void xerbla_(const char *name, const int *info, size_t len);
@@ -44,9 +45,7 @@ void report_fortran(const char *name, int info);
 
 //! Two argument positions of a CBLAS routine that a row-major call exchanges
 //! when it is checked as its column-major twin (gemm's m and n, say).
-struct RowMajorExchange {
-  int a, b;
-};
+using RowMajorExchange = rules::PositionSwap;
 
 //! Reports argument `info` of the CBLAS routine `name` ("cblas_dgemm")
 //! through the global cblas_xerbla, with RowMajorStrg telling it whether the

@@ -36,3 +36,15 @@ extern "C" int orb_blas_check_symm(const char *side, const char *uplo, const ORB
                                    const ORB_INT *ldc) {
   return orb::rules::check_symm(side, uplo, m, n, alpha, lda, ldb, beta, ldc);
 }
+
+extern "C" int orb_blas_check_syr2k(const char *uplo, const char *trans, const ORB_INT *n, const ORB_INT *k,
+                                    const void *alpha, const ORB_INT *lda, const ORB_INT *ldb, const void *beta,
+                                    const ORB_INT *ldc, const char *ops) {
+  return orb::rules::check_syr2k(uplo, trans, n, k, alpha, lda, ldb, beta, ldc, ops);
+}
+
+extern "C" int orb_blas_check_gemmt(const char *uplo, const char *transa, const char *transb, const ORB_INT *n,
+                                    const ORB_INT *k, const void *alpha, const ORB_INT *lda, const ORB_INT *ldb,
+                                    const void *beta, const ORB_INT *ldc) {
+  return orb::rules::check_gemmt(uplo, transa, transb, n, k, alpha, lda, ldb, beta, ldc);
+}

@@ -7,6 +7,7 @@
 // neither A nor B; a double-precision product of the shape the core's own
 // kernel takes goes to it (gemm_stream_b.hpp); otherwise a provider computes
 // the product, the one the routing rule names (gemm_route.hpp).  The threaded drivers call it once per piece.
+#include "blas/gemm.hpp"
 #include "blas/gemm_stream_b.hpp"
 #include "blas/kernel_traits.hpp"
 #include "blas/scale.hpp"
@@ -20,17 +21,10 @@
 
 namespace orb::core {
 
-namespace {
-
 template <class T>
-void xgemm(const char *transa, const char *transb, const ORB_INT *m, const ORB_INT *n, const ORB_INT *k,
-           const T *alpha, const T *a, const ORB_INT *lda, const T *b, const ORB_INT *ldb, const T *beta, T *c,
-           const ORB_INT *ldc) {
-  const int info = orb_blas_check_gemm(transa, transb, m, n, k, alpha, lda, ldb, beta, ldc);
-  if (info != 0) {
-    report_xerbla(KernelTraits<T>::gemm_name.c_str(), info);
-    return;
-  }
+void gemm_legal(const char *transa, const char *transb, const ORB_INT *m, const ORB_INT *n, const ORB_INT *k,
+                const T *alpha, const T *a, const ORB_INT *lda, const T *b, const ORB_INT *ldb, const T *beta, T *c,
+                const ORB_INT *ldc) {
   if (*m == 0 || *n == 0) return;
   if (is_zero(*alpha) || *k == 0) {
     if (!is_one(*beta)) scale_matrix(*beta, c, *m, *n, *ldc);
@@ -53,6 +47,27 @@ void xgemm(const char *transa, const char *transb, const ORB_INT *m, const ORB_I
                              (orb_serv_cbwr_get(-1) & ORB_CBWR_STRICT) != 0,
                              second_provider_wide()};
   gemm_for<T>(route)(transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc, 1, 1);
+}
+
+#define ORB_GEMM_LEGAL(p, P, T)                                                                                \
+  template void gemm_legal<T>(const char *, const char *, const ORB_INT *, const ORB_INT *, const ORB_INT *, \
+                              const T *, const T *, const ORB_INT *, const T *, const ORB_INT *, const T *, T *, \
+                              const ORB_INT *);
+ORB_FOR_EACH_PRECISION(ORB_GEMM_LEGAL)
+#undef ORB_GEMM_LEGAL
+
+namespace {
+
+template <class T>
+void xgemm(const char *transa, const char *transb, const ORB_INT *m, const ORB_INT *n, const ORB_INT *k,
+           const T *alpha, const T *a, const ORB_INT *lda, const T *b, const ORB_INT *ldb, const T *beta, T *c,
+           const ORB_INT *ldc) {
+  const int info = orb_blas_check_gemm(transa, transb, m, n, k, alpha, lda, ldb, beta, ldc);
+  if (info != 0) {
+    report_xerbla(KernelTraits<T>::gemm_name.c_str(), info);
+    return;
+  }
+  gemm_legal(transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
 }
 
 }  // namespace

@@ -7,6 +7,10 @@
 // reading no element of A or B (the standard routine does the same, and a
 // caller may rely on it to clear a B full of NaN); otherwise the provider
 // solves.  The threaded driver calls it once per block of right-hand sides.
+// TRMM (B := alpha op(A) B or alpha B op(A)) takes the same arguments, rules
+// and quick returns.  The rank-k and rank-2k updates and the symmetric
+// products return early where the standard does and scale C themselves when
+// alpha (or k) is 0; everything else the provider computes.
 #include "blas/provider.hpp"
 #include "blas/scale.hpp"
 #include "service/report.hpp"
@@ -30,19 +34,22 @@ struct Level3Traits;
 #define ORB_LEVEL3_TRAITS(p, P, T)                                  \
   template <>                                                    \
   struct Level3Traits<T> : ::orb::Precision<T> {                \
-    static constexpr auto trsm_name = routine("TRSM");           \
     static ProviderTrsmFn<T> trsm() { return provider().p##trsm; } \
+    static ProviderTrsmFn<T> trmm() { return provider().p##trmm; } \
+    static ProviderSyr2kFn<T> syr2k() { return provider().p##syr2k; } \
     static ProviderSyrkFn<T> syrk() { return provider().p##syrk; } \
   };
 ORB_FOR_EACH_PRECISION(ORB_LEVEL3_TRAITS)
 #undef ORB_LEVEL3_TRAITS
 
-template <class T>
-void xtrsm(const char *side, const char *uplo, const char *transa, const char *diag, const ORB_INT *m,
-           const ORB_INT *n, const T *alpha, const T *a, const ORB_INT *lda, T *b, const ORB_INT *ldb) {
+//! TRSM (multiply false) or TRMM: one argument list, one set of rules, the
+//! same quick returns.
+template <class T, bool multiply>
+void xtriangular(const char *side, const char *uplo, const char *transa, const char *diag, const ORB_INT *m,
+                 const ORB_INT *n, const T *alpha, const T *a, const ORB_INT *lda, T *b, const ORB_INT *ldb) {
   const int info = rules::check_trsm(side, uplo, transa, diag, m, n, alpha, lda, ldb);
   if (info != 0) {
-    report_xerbla(Level3Traits<T>::trsm_name.c_str(), info);
+    report_xerbla(Level3Traits<T>::routine(multiply ? "TRMM" : "TRSM").c_str(), info);
     return;
   }
   if (*m == 0 || *n == 0) return;
@@ -50,61 +57,73 @@ void xtrsm(const char *side, const char *uplo, const char *transa, const char *d
     scale_matrix(T{}, b, *m, *n, *ldb);
     return;
   }
-  Level3Traits<T>::trsm()(side, uplo, transa, diag, m, n, alpha, a, lda, b, ldb, 1, 1, 1, 1);
+  const ProviderTrsmFn<T> kernel = multiply ? Level3Traits<T>::trmm() : Level3Traits<T>::trsm();
+  kernel(side, uplo, transa, diag, m, n, alpha, a, lda, b, ldb, 1, 1, 1, 1);
 }
 
-//! SYRK (S = T) or HERK (S the real type of T): which provider routine, which letters.
+//! SYRK and SYR2K (S = T) or HERK and HER2K (S the real type of T): which
+//! provider routines, which names, which letters (a rank-2k update takes its
+//! rank-k twin's).
 template <class T, class S>
 struct RankK {
   static constexpr bool hermitian = !std::is_same_v<T, S>;
   static constexpr auto name = Level3Traits<T>::routine(hermitian ? "HERK" : "SYRK");
+  static constexpr auto name_2k = Level3Traits<T>::routine(hermitian ? "HER2K" : "SYR2K");
   static const char *ops() {
     return hermitian ? rules::kHerkOps : Precision<T>::is_complex ? rules::kSyrkComplexOps : rules::kSyrkRealOps;
   }
   static ProviderSyrkFn<T, S> kernel() {
-    if constexpr (hermitian) {
-      if constexpr (std::is_same_v<T, ORB_Complex8>)
-        return provider().cherk;
-      else
-        return provider().zherk;
-    } else {
+    if constexpr (!hermitian)
       return Level3Traits<T>::syrk();
-    }
+    else if constexpr (std::is_same_v<T, ORB_Complex8>)
+      return provider().cherk;
+    else
+      return provider().zherk;
+  }
+  static ProviderSyr2kFn<T, S> kernel_2k() {
+    if constexpr (!hermitian)
+      return Level3Traits<T>::syr2k();
+    else if constexpr (std::is_same_v<T, ORB_Complex8>)
+      return provider().cher2k;
+    else
+      return provider().zher2k;
   }
 };
 
-//! The uplo triangle of C (order n) times the real or complex beta; a
-//! Hermitian C keeps a real diagonal.
-template <class T, class S>
-void scale_triangle(const S &beta, T *c, ORB_INT n, ORB_INT ldc, bool upper, bool hermitian) {
-  T b{};
-  if constexpr (std::is_same_v<T, S>)
-    b = beta;
-  else
-    b = T{beta, 0};
-  for (ORB_INT j = 0; j < n; ++j) {
-    const ORB_INT first = upper ? 0 : j, last = upper ? j + 1 : n;
-    scale_strided(b, c + first + j * ldc, last - first, ORB_INT{1});
-    if constexpr (!std::is_same_v<T, S>)
-      if (hermitian) c[j + j * ldc].imag = 0;
+//! What a rank-k and a rank-2k update do after their check (info): report an
+//! illegal argument, return where the standard returns, scale the triangle
+//! when alpha or k is 0, and otherwise let `compute` call the provider.
+template <class T, class S, class A, class Compute>
+void rank_k_update(int info, const char *name, const char *uplo, const ORB_INT *n, const ORB_INT *k, const A *alpha,
+                   const S *beta, T *c, const ORB_INT *ldc, Compute &&compute) {
+  if (info != 0) {
+    report_xerbla(name, info);
+    return;
   }
+  if (*n == 0 || ((is_zero(*alpha) || *k == 0) && is_one(*beta))) return;
+  if (is_zero(*alpha) || *k == 0) {
+    scale_triangle(*beta, c, *n, *ldc, rules::same_letter(*uplo, 'U'), RankK<T, S>::hermitian);
+    return;
+  }
+  compute();
 }
 
 template <class T, class S>
 void xsyrk(const char *uplo, const char *trans, const ORB_INT *n, const ORB_INT *k, const S *alpha, const T *a,
            const ORB_INT *lda, const S *beta, T *c, const ORB_INT *ldc) {
   using kind = RankK<T, S>;
-  const int info = rules::check_syrk(uplo, trans, n, k, alpha, lda, beta, ldc, kind::ops());
-  if (info != 0) {
-    report_xerbla(kind::name.c_str(), info);
-    return;
-  }
-  if (*n == 0 || ((is_zero(*alpha) || *k == 0) && is_one(*beta))) return;
-  if (is_zero(*alpha) || *k == 0) {
-    scale_triangle(*beta, c, *n, *ldc, rules::same_letter(*uplo, 'U'), kind::hermitian);
-    return;
-  }
-  kind::kernel()(uplo, trans, n, k, alpha, a, lda, beta, c, ldc, 1, 1);
+  rank_k_update(rules::check_syrk(uplo, trans, n, k, alpha, lda, beta, ldc, kind::ops()), kind::name.c_str(), uplo, n,
+                k, alpha, beta, c, ldc,
+                [&] { kind::kernel()(uplo, trans, n, k, alpha, a, lda, beta, c, ldc, 1, 1); });
+}
+
+template <class T, class S>
+void xsyr2k(const char *uplo, const char *trans, const ORB_INT *n, const ORB_INT *k, const T *alpha, const T *a,
+            const ORB_INT *lda, const T *b, const ORB_INT *ldb, const S *beta, T *c, const ORB_INT *ldc) {
+  using kind = RankK<T, S>;
+  rank_k_update(rules::check_syr2k(uplo, trans, n, k, alpha, lda, ldb, beta, ldc, kind::ops()),
+                kind::name_2k.c_str(), uplo, n, k, alpha, beta, c, ldc,
+                [&] { kind::kernel_2k()(uplo, trans, n, k, alpha, a, lda, b, ldb, beta, c, ldc, 1, 1); });
 }
 
 //! SYMM (hermitian false) or HEMM.
@@ -129,12 +148,15 @@ void xsymm(const char *side, const char *uplo, const ORB_INT *m, const ORB_INT *
 
 }  // namespace orb::core
 
-#define ORB_XTRSM(p, P, T)                                                 \
-  extern "C" ORB_TRSM_DECL(orb_blas_x##p##trsm, T, ORB_INT) {              \
-    orb::core::xtrsm<T>(side, uplo, transa, diag, m, n, alpha, a, lda, b, ldb); \
+#define ORB_XTRIANGULAR(p, P, T)                                                              \
+  extern "C" ORB_TRSM_DECL(orb_blas_x##p##trsm, T, ORB_INT) {                                 \
+    orb::core::xtriangular<T, false>(side, uplo, transa, diag, m, n, alpha, a, lda, b, ldb);  \
+  }                                                                                           \
+  extern "C" ORB_TRSM_DECL(orb_blas_x##p##trmm, T, ORB_INT) {                                 \
+    orb::core::xtriangular<T, true>(side, uplo, transa, diag, m, n, alpha, a, lda, b, ldb);   \
   }
 
-ORB_FOR_EACH_PRECISION(ORB_XTRSM)
+ORB_FOR_EACH_PRECISION(ORB_XTRIANGULAR)
 
 #define ORB_XSYRK(p, P, T)                                                                        \
   extern "C" ORB_SYRK_DECL(orb_blas_x##p##syrk, T, T, ORB_INT) {                                 \
@@ -148,6 +170,15 @@ extern "C" ORB_SYRK_DECL(orb_blas_xcherk, ORB_Complex8, float, ORB_INT) {
 extern "C" ORB_SYRK_DECL(orb_blas_xzherk, ORB_Complex16, double, ORB_INT) {
   orb::core::xsyrk<ORB_Complex16, double>(uplo, trans, n, k, alpha, a, lda, beta, c, ldc);
 }
+
+#define ORB_XSYR2K(name, T, S)                                                                      \
+  extern "C" ORB_SYR2K_DECL(orb_blas_x##name, T, S, ORB_INT) {                                      \
+    orb::core::xsyr2k<T, S>(uplo, trans, n, k, alpha, a, lda, b, ldb, beta, c, ldc);                \
+  }
+#define ORB_XSYR2K_EACH(p, P, T) ORB_XSYR2K(p##syr2k, T, T)
+ORB_FOR_EACH_PRECISION(ORB_XSYR2K_EACH)
+ORB_XSYR2K(cher2k, ORB_Complex8, float)
+ORB_XSYR2K(zher2k, ORB_Complex16, double)
 
 #define ORB_XSYMM(name, T, hermitian)                                                                           \
   extern "C" ORB_SYMM_DECL(orb_blas_x##name, T, ORB_INT) {                                                     \

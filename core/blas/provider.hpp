@@ -97,6 +97,14 @@ using ProviderSymmFn = void (*)(const char *, const char *, const FortranInt *, 
                                   const FortranInt *, const T *, const FortranInt *, const T *, T *, const FortranInt *, std::size_t,
                                   std::size_t);
 
+//! A provider SYR2K (S = T) or HER2K (S the real type): the Fortran argument list, then the hidden lengths of the two characters.
+template <class T, class S = T>
+using ProviderSyr2kFn = void (*)(const char *, const char *, const FortranInt *, const FortranInt *, const T *, const T *,
+                                   const FortranInt *, const T *, const FortranInt *, const S *, T *, const FortranInt *,
+                                   std::size_t, std::size_t);
+template <class T>
+using ProviderHer2kFn = ProviderSyr2kFn<T, ProviderRealOf<T>>;
+
 //! Every routine the core takes from the provider, one line each: the field of
 //! ProviderTable (also the provider's Fortran name less its underscore) and
 //! its pointer type.  A new provider routine is one more line here.
@@ -174,7 +182,17 @@ using ProviderSymmFn = void (*)(const char *, const char *, const FortranInt *, 
   X(csymm, ProviderSymmFn<ORB_Complex8>)    \
   X(zsymm, ProviderSymmFn<ORB_Complex16>)   \
   X(chemm, ProviderSymmFn<ORB_Complex8>)    \
-  X(zhemm, ProviderSymmFn<ORB_Complex16>)
+  X(zhemm, ProviderSymmFn<ORB_Complex16>)   \
+  X(strmm, ProviderTrsmFn<float>)           \
+  X(dtrmm, ProviderTrsmFn<double>)          \
+  X(ctrmm, ProviderTrsmFn<ORB_Complex8>)    \
+  X(ztrmm, ProviderTrsmFn<ORB_Complex16>)   \
+  X(ssyr2k, ProviderSyr2kFn<float>)         \
+  X(dsyr2k, ProviderSyr2kFn<double>)        \
+  X(csyr2k, ProviderSyr2kFn<ORB_Complex8>)  \
+  X(zsyr2k, ProviderSyr2kFn<ORB_Complex16>) \
+  X(cher2k, ProviderHer2kFn<ORB_Complex8>)   \
+  X(zher2k, ProviderHer2kFn<ORB_Complex16>)
 
 //! The provider's routines, bound once.
 struct ProviderTable {

@@ -12,6 +12,7 @@
 #include <orb/orb_types.h>
 
 #include <cstdlib>
+#include <type_traits>
 
 namespace orb::core {
 
@@ -26,6 +27,23 @@ void scale_strided(const T &beta, T *x, ORB_INT count, ORB_INT stride) {
 template <class T>
 void scale_matrix(const T &beta, T *c, ORB_INT m, ORB_INT n, ORB_INT ldc) {
   for (ORB_INT j = 0; j < n; ++j) scale_strided(beta, c + j * ldc, m, ORB_INT{1});
+}
+
+//! Scales the uplo triangle of C (order n) by the real or complex beta; a
+//! Hermitian C keeps a real diagonal.
+template <class T, class S>
+void scale_triangle(const S &beta, T *c, ORB_INT n, ORB_INT ldc, bool upper, bool hermitian) {
+  T b{};
+  if constexpr (std::is_same_v<T, S>)
+    b = beta;
+  else
+    b = T{beta, 0};
+  for (ORB_INT j = 0; j < n; ++j) {
+    const ORB_INT first = upper ? 0 : j, last = upper ? j + 1 : n;
+    scale_strided(b, c + first + j * ldc, last - first, ORB_INT{1});
+    if constexpr (!std::is_same_v<T, S>)
+      if (hermitian) c[j + j * ldc].imag = 0;
+  }
 }
 
 //! Scales a vector of `len` elements with increment inc (either sign; the

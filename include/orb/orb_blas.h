@@ -153,6 +153,11 @@ ORB_LEVEL1_DECLS(orb_blas_lp64_, int)
 ORB_LEVEL1_EACH_TYPE(ORB_TRSM_DECL, orb_blas_, trsm, ORB_INT)
 ORB_LEVEL1_EACH_TYPE(ORB_TRSM_DECL, orb_blas_lp64_, trsm, int)
 
+/* Product with a triangular matrix, the solve's argument list: B := alpha
+ * op(A) B for side 'L' (A of order m), B := alpha B op(A) for side 'R'. */
+ORB_LEVEL1_EACH_TYPE(ORB_TRSM_DECL, orb_blas_, trmm, ORB_INT)
+ORB_LEVEL1_EACH_TYPE(ORB_TRSM_DECL, orb_blas_lp64_, trmm, int)
+
 /* Rank-k update of a symmetric or Hermitian C of order n, only its uplo
  * triangle referenced: C := alpha op(A) op(A)^T + beta C (?syrk; trans 'N':
  * A is n x k, else k x n) or C := alpha op(A) op(A)^H + beta C (?herk, with
@@ -184,6 +189,34 @@ ORB_SYRK_HERK_DECLS(orb_blas_lp64_, int)
 
 ORB_SYMM_HEMM_DECLS(orb_blas_, ORB_INT)
 ORB_SYMM_HEMM_DECLS(orb_blas_lp64_, int)
+
+/* Rank-2k update of a symmetric or Hermitian C of order n, only its uplo
+ * triangle referenced: C := alpha op(A) op(B)^T + alpha op(B) op(A)^T + beta C
+ * (?syr2k; trans 'N': A and B are n x k, else k x n) or C := alpha op(A)
+ * op(B)^H + conj(alpha) op(B) op(A)^H + beta C (?her2k, with a real beta S). */
+#define ORB_SYR2K_DECL(name, T, S, I)                                                                       \
+  void name(const char *uplo, const char *trans, const I *n, const I *k, const T *alpha, const T *a,        \
+            const I *lda, const T *b, const I *ldb, const S *beta, T *c, const I *ldc)
+#define ORB_SYR2K_HER2K_DECLS(pre, I)                          \
+  ORB_SYR2K_DECL(pre##ssyr2k, float, float, I);                \
+  ORB_SYR2K_DECL(pre##dsyr2k, double, double, I);              \
+  ORB_SYR2K_DECL(pre##csyr2k, ORB_Complex8, ORB_Complex8, I);   \
+  ORB_SYR2K_DECL(pre##zsyr2k, ORB_Complex16, ORB_Complex16, I); \
+  ORB_SYR2K_DECL(pre##cher2k, ORB_Complex8, float, I);         \
+  ORB_SYR2K_DECL(pre##zher2k, ORB_Complex16, double, I);
+
+ORB_SYR2K_HER2K_DECLS(orb_blas_, ORB_INT)
+ORB_SYR2K_HER2K_DECLS(orb_blas_lp64_, int)
+
+/* One triangle of a general product: C := alpha op(A) op(B) + beta C with C
+ * of order n (op(A) n x k, op(B) k x n), only its uplo triangle referenced and
+ * updated. */
+#define ORB_GEMMT_DECL(name, T, I)                                                                          \
+  void name(const char *uplo, const char *transa, const char *transb, const I *n, const I *k, const T *alpha, \
+            const T *a, const I *lda, const T *b, const I *ldb, const T *beta, T *c, const I *ldc)
+
+ORB_LEVEL1_EACH_TYPE(ORB_GEMMT_DECL, orb_blas_, gemmt, ORB_INT)
+ORB_LEVEL1_EACH_TYPE(ORB_GEMMT_DECL, orb_blas_lp64_, gemmt, int)
 
 ORB_END_DECLS
 

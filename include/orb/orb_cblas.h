@@ -12,7 +12,7 @@
  * RowMajorStrg is 1 while the report of a row-major call runs.  orb's own
  * cblas_xerbla maps info back to the position in the caller's argument list
  * (for a row-major gemm it exchanges m and n, lda and ldb; for gemv, trsm,
- * symm and hemm m and n)
+ * trmm, symm and hemm m and n; for gemmt a and b, lda and ldb)
  * and forwards it to the global xerbla_ under the routine's CBLAS name, e.g.
  * ("cblas_dgemm", 9) for a row-major call whose lda is too small.  A program
  * may define either cblas_xerbla or xerbla_ to catch the reports itself. */
@@ -57,6 +57,16 @@ void cblas_ctrsm(CBLAS_LAYOUT layout, CBLAS_SIDE side, CBLAS_UPLO uplo, CBLAS_TR
 void cblas_ztrsm(CBLAS_LAYOUT layout, CBLAS_SIDE side, CBLAS_UPLO uplo, CBLAS_TRANSPOSE transa, CBLAS_DIAG diag, int m,
                  int n, const void *alpha, const void *a, int lda, void *b, int ldb);
 
+/* Product with a triangular matrix: B := alpha op(A) B (CblasLeft) or alpha B op(A) (CblasRight) */
+void cblas_strmm(CBLAS_LAYOUT layout, CBLAS_SIDE side, CBLAS_UPLO uplo, CBLAS_TRANSPOSE transa, CBLAS_DIAG diag, int m,
+                 int n, float alpha, const float *a, int lda, float *b, int ldb);
+void cblas_dtrmm(CBLAS_LAYOUT layout, CBLAS_SIDE side, CBLAS_UPLO uplo, CBLAS_TRANSPOSE transa, CBLAS_DIAG diag, int m,
+                 int n, double alpha, const double *a, int lda, double *b, int ldb);
+void cblas_ctrmm(CBLAS_LAYOUT layout, CBLAS_SIDE side, CBLAS_UPLO uplo, CBLAS_TRANSPOSE transa, CBLAS_DIAG diag, int m,
+                 int n, const void *alpha, const void *a, int lda, void *b, int ldb);
+void cblas_ztrmm(CBLAS_LAYOUT layout, CBLAS_SIDE side, CBLAS_UPLO uplo, CBLAS_TRANSPOSE transa, CBLAS_DIAG diag, int m,
+                 int n, const void *alpha, const void *a, int lda, void *b, int ldb);
+
 /* Rank-k update of one triangle: C := alpha op(A) op(A)^T + beta C (syrk), alpha op(A) op(A)^H + beta C (herk) */
 void cblas_ssyrk(CBLAS_LAYOUT layout, CBLAS_UPLO uplo, CBLAS_TRANSPOSE trans, int n, int k, float alpha, const float *a,
                  int lda, float beta, float *c, int ldc);
@@ -70,6 +80,33 @@ void cblas_cherk(CBLAS_LAYOUT layout, CBLAS_UPLO uplo, CBLAS_TRANSPOSE trans, in
                  int lda, float beta, void *c, int ldc);
 void cblas_zherk(CBLAS_LAYOUT layout, CBLAS_UPLO uplo, CBLAS_TRANSPOSE trans, int n, int k, double alpha,
                  const void *a, int lda, double beta, void *c, int ldc);
+
+/* Rank-2k update of one triangle: C := alpha op(A) op(B)^T + alpha op(B) op(A)^T + beta C (syr2k),
+ * alpha op(A) op(B)^H + conj(alpha) op(B) op(A)^H + beta C (her2k) */
+void cblas_ssyr2k(CBLAS_LAYOUT layout, CBLAS_UPLO uplo, CBLAS_TRANSPOSE trans, int n, int k, float alpha,
+                  const float *a, int lda, const float *b, int ldb, float beta, float *c, int ldc);
+void cblas_dsyr2k(CBLAS_LAYOUT layout, CBLAS_UPLO uplo, CBLAS_TRANSPOSE trans, int n, int k, double alpha,
+                  const double *a, int lda, const double *b, int ldb, double beta, double *c, int ldc);
+void cblas_csyr2k(CBLAS_LAYOUT layout, CBLAS_UPLO uplo, CBLAS_TRANSPOSE trans, int n, int k, const void *alpha,
+                  const void *a, int lda, const void *b, int ldb, const void *beta, void *c, int ldc);
+void cblas_zsyr2k(CBLAS_LAYOUT layout, CBLAS_UPLO uplo, CBLAS_TRANSPOSE trans, int n, int k, const void *alpha,
+                  const void *a, int lda, const void *b, int ldb, const void *beta, void *c, int ldc);
+void cblas_cher2k(CBLAS_LAYOUT layout, CBLAS_UPLO uplo, CBLAS_TRANSPOSE trans, int n, int k, const void *alpha,
+                  const void *a, int lda, const void *b, int ldb, float beta, void *c, int ldc);
+void cblas_zher2k(CBLAS_LAYOUT layout, CBLAS_UPLO uplo, CBLAS_TRANSPOSE trans, int n, int k, const void *alpha,
+                  const void *a, int lda, const void *b, int ldb, double beta, void *c, int ldc);
+
+/* One triangle of a product: C := alpha op(A) op(B) + beta C, C of order n, only its uplo triangle updated */
+void cblas_sgemmt(CBLAS_LAYOUT layout, CBLAS_UPLO uplo, CBLAS_TRANSPOSE transa, CBLAS_TRANSPOSE transb, int n, int k,
+                  float alpha, const float *a, int lda, const float *b, int ldb, float beta, float *c, int ldc);
+void cblas_dgemmt(CBLAS_LAYOUT layout, CBLAS_UPLO uplo, CBLAS_TRANSPOSE transa, CBLAS_TRANSPOSE transb, int n, int k,
+                  double alpha, const double *a, int lda, const double *b, int ldb, double beta, double *c, int ldc);
+void cblas_cgemmt(CBLAS_LAYOUT layout, CBLAS_UPLO uplo, CBLAS_TRANSPOSE transa, CBLAS_TRANSPOSE transb, int n, int k,
+                  const void *alpha, const void *a, int lda, const void *b, int ldb, const void *beta, void *c,
+                  int ldc);
+void cblas_zgemmt(CBLAS_LAYOUT layout, CBLAS_UPLO uplo, CBLAS_TRANSPOSE transa, CBLAS_TRANSPOSE transb, int n, int k,
+                  const void *alpha, const void *a, int lda, const void *b, int ldb, const void *beta, void *c,
+                  int ldc);
 
 /* C := alpha A B + beta C (CblasLeft) or alpha B A + beta C (CblasRight), A symmetric (symm) or Hermitian (hemm) */
 void cblas_ssymm(CBLAS_LAYOUT layout, CBLAS_SIDE side, CBLAS_UPLO uplo, int m, int n, float alpha, const float *a,

@@ -56,17 +56,23 @@ using namespace orb::test;
                 (trans, m, n, alpha, a, lda, x, incx, beta, y, incy), T, ORB_INT)                                    \
   ORB_TEST_WRAP(ORB_TRSM_DECL, p##trsm, if (m && n) remember(&Observed::trsm, BlockCall{*m, *n, b}),                \
                 (side, uplo, transa, diag, m, n, alpha, a, lda, b, ldb), T, ORB_INT)                                 \
-  ORB_TEST_RANK_K(p##syrk, T, T)                                                                                    \
+  ORB_TEST_WRAP(ORB_TRSM_DECL, p##trmm, if (m && n) remember(&Observed::trmm, BlockCall{*m, *n, b}),                \
+                (side, uplo, transa, diag, m, n, alpha, a, lda, b, ldb), T, ORB_INT)                                 \
+  ORB_TEST_WRAP(ORB_GEMMT_DECL, p##gemmt, if (n) remember(&Observed::gemmt, BlockCall{0, *n, c}),                   \
+                (uplo, transa, transb, n, k, alpha, a, lda, b, ldb, beta, c, ldc), T, ORB_INT)                       \
+  ORB_TEST_RANK_K(p##syrk, p##syr2k, T, T)                                                                          \
   ORB_TEST_SYMM(p##symm, T)
 #define ORB_TEST_SYMM(name, T)                                                                   \
   ORB_TEST_WRAP(ORB_SYMM_DECL, name, if (m && n) remember(&Observed::symm, BlockCall{*m, *n, c}), \
                 (side, uplo, m, n, alpha, a, lda, b, ldb, beta, c, ldc), T, ORB_INT)
-#define ORB_TEST_RANK_K(name, T, S)                                                            \
-  ORB_TEST_WRAP(ORB_SYRK_DECL, name, if (n) remember(&Observed::syrk, BlockCall{0, *n, c}),     \
-                (uplo, trans, n, k, alpha, a, lda, beta, c, ldc), T, S, ORB_INT)
+#define ORB_TEST_RANK_K(name, name_2k, T, S)                                                      \
+  ORB_TEST_WRAP(ORB_SYRK_DECL, name, if (n) remember(&Observed::syrk, BlockCall{0, *n, c}),        \
+                (uplo, trans, n, k, alpha, a, lda, beta, c, ldc), T, S, ORB_INT)                   \
+  ORB_TEST_WRAP(ORB_SYR2K_DECL, name_2k, if (n) remember(&Observed::syr2k, BlockCall{0, *n, c}),   \
+                (uplo, trans, n, k, alpha, a, lda, b, ldb, beta, c, ldc), T, S, ORB_INT)
 ORB_FOR_EACH_PRECISION(ORB_TEST_KERNELS)
-ORB_TEST_RANK_K(cherk, ORB_Complex8, float)
-ORB_TEST_RANK_K(zherk, ORB_Complex16, double)
+ORB_TEST_RANK_K(cherk, cher2k, ORB_Complex8, float)
+ORB_TEST_RANK_K(zherk, zher2k, ORB_Complex16, double)
 ORB_TEST_SYMM(chemm, ORB_Complex8)
 ORB_TEST_SYMM(zhemm, ORB_Complex16)
 

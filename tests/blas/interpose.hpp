@@ -26,7 +26,8 @@ struct GemvCall {
   ORB_INT m, n, incx, incy;
   std::thread::id thread = std::this_thread::get_id();
 };
-//! ?trsm: the block of B; ?syrk, ?herk: the diagonal block of C (m unused); ?symm, ?hemm: the block of C.
+//! ?trsm, ?trmm: the block of B; ?syrk, ?herk, ?syr2k, ?her2k, ?gemmt: the
+//! diagonal block of C (m unused); ?symm, ?hemm: the block of C.
 struct BlockCall {
   ORB_INT m, n;
   const void *p;
@@ -40,7 +41,7 @@ struct Level1Call {
 struct Observed {
   std::vector<GemmCall> gemm;
   std::vector<GemvCall> gemv;
-  std::vector<BlockCall> trsm, syrk, symm;
+  std::vector<BlockCall> trsm, trmm, syrk, syr2k, gemmt, symm;
   std::vector<Level1Call> level1;
   std::vector<long> alloc_bytes;
   std::vector<int> alloc_alignment;

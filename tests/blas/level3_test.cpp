@@ -1,7 +1,8 @@
-// The threaded level-3 drivers cut by right-hand sides (?trsm, ?symm, ?hemm)
-// or by triangle blocks (?syrk, ?herk): results for every side, triangle,
-// operation and diagonal in every routine, with blocks of uneven size, and
-// the cut as the interposed kernels see it: the rule's blocks, each once.
+// The threaded level-3 drivers cut by right-hand sides (?trsm, ?trmm, ?symm,
+// ?hemm) or by triangle blocks (?syrk, ?herk, ?syr2k, ?her2k, ?gemmt):
+// results for every side, triangle, operation and diagonal in every routine,
+// with blocks of uneven size, and the cut as the interposed kernels see it:
+// the rule's blocks, each once; in strict reproducibility mode, one call.
 #include "interpose.hpp"
 #include "partition/rhs.hpp"
 #include "partition/triangle.hpp"
@@ -58,11 +59,13 @@ const SideCase kSymmCases[] = {{"uneven", 97, 131, 4, 0.75, 0.5, 1},   {"beta0",
                                {"lp64", 90, 100, 3, 1.0, 2.0, 2, true}, {"budget1", 67, 101, 1, 1.0, 0.5, 0},
                                {"alpha0", 97, 131, 4, 0.0, 0.5, 0}};
 
-TYPED_TEST(Results, TrsmDriverSolvesEverySideTriangleOperationAndDiagonal) {
+TYPED_TEST(Results, TrsmAndTrmmDriversTakeEverySideTriangleOperationAndDiagonal) {
   using T = TypeParam;
+  using R = TrsmApi<T>;
+  for (const bool multiply : {false, true})
   for (const SideCase &c : kTrsmCases)
     for (const TrsmOps &o : every_trsm_ops()) {
-      SCOPED_TRACE(std::string(c.name) + " " + trsm_ops_name(o));
+      SCOPED_TRACE(std::string(multiply ? "trmm " : "trsm ") + c.name + " " + trsm_ops_name(o));
       const bool left = o.side == 'L';
       const ORB_INT order = left ? c.m : c.n, rhs = left ? c.n : c.m;
       const int64_t workers = thr::rhs_workers(order, rhs, c.budget);
@@ -75,12 +78,15 @@ TYPED_TEST(Results, TrsmDriverSolvesEverySideTriangleOperationAndDiagonal) {
         observe();
         if (c.lp64) {
           const int m = c.m, n = c.n, la = lda, lb = ld;
-          TrsmApi<T>::driver_lp64(&o.side, &o.uplo, &o.trans, &o.diag, &m, &n, &alpha, a, &la, b, &lb);
+          (multiply ? R::mm_driver_lp64 : R::driver_lp64)(&o.side, &o.uplo, &o.trans, &o.diag, &m, &n, &alpha, a,
+                                                            &la, b, &lb);
         } else {
-          TrsmApi<T>::driver(&o.side, &o.uplo, &o.trans, &o.diag, &c.m, &c.n, &alpha, a, &lda, b, &ldb);
+          (multiply ? R::mm_driver : R::driver)(&o.side, &o.uplo, &o.trans, &o.diag, &c.m, &c.n, &alpha, a, &lda, b,
+                                                &ldb);
         }
-      });
-      expect_rule_blocks(observed().trsm, base, sizeof(T), ldb, left, order, rhs, workers);
+      }, multiply);
+      const Observed seen = observed();
+      expect_rule_blocks(multiply ? seen.trmm : seen.trsm, base, sizeof(T), ldb, left, order, rhs, workers);
     }
 }
 
@@ -146,60 +152,176 @@ struct SyrkCase {
 
 // 150 x 40 on a budget of 4: 3 workers (work bound), lower blocks 28 36 86;
 // 130 x 200 on 3: 3 workers; a budget of 1, alpha = 0 and k = 0 are one call.
+// A rank-2k update counts 2k: 100 x 40 on 4 is 3 workers (lower blocks 19
+// 24 57) where a rank-k update of the same shape is one call.
 const SyrkCase kSyrkCases[] = {{"uneven", 150, 40, 4, 0.75, 0.5, 1},    {"beta0", 150, 40, 4, -1.0, 0.0, 0},
                            {"lp64", 130, 200, 3, 1.0, 2.0, 2, true}, {"budget1", 100, 50, 1, 1.0, 0.5, 0},
-                           {"alpha0", 150, 40, 4, 0.0, 0.5, 0},      {"k0", 150, 0, 4, 1.0, -2.0, 1}};
+                           {"alpha0", 150, 40, 4, 0.0, 0.5, 0},      {"k0", 150, 0, 4, 1.0, -2.0, 1},
+                           {"small", 100, 40, 4, 1.0, 0.5, 1}};
 
-template <class T, class S>
+//! The diagonal blocks a triangle driver's kernel calls took (C at base, ld
+//! ldc): one call with the caller's C when one worker runs, else each block
+//! of the rule once, on the diagonal.
+template <class T>
+void expect_triangle_blocks(const std::vector<BlockCall> &calls, const T *base, ORB_INT ldc, ORB_INT n,
+                            int64_t workers, bool upper) {
+  ASSERT_EQ(calls.size(), static_cast<size_t>(workers));
+  if (workers == 1) {
+    EXPECT_EQ(calls[0].p, base);  // the caller's own call
+    return;
+  }
+  std::vector<bool> taken(workers, false);
+  for (const BlockCall &call : calls) {
+    const ORB_INT offset = static_cast<const T *>(call.p) - base, j0 = offset / (ldc + 1);
+    EXPECT_EQ(offset, j0 * (ldc + 1)) << "a block off the diagonal";
+    for (int64_t i = 0; i < workers; ++i) {
+      const thr::Range r = thr::triangle_columns(n, workers, i, upper);
+      if (r.begin == j0 && r.size() == call.n) taken[i] = true;
+    }
+  }
+  EXPECT_EQ(taken, std::vector<bool>(workers, true));
+}
+
+//! ?syrk / ?herk (two = false) or ?syr2k / ?her2k: every case, triangle and
+//! transposition; the rectangles beside the blocks are one GEMM call each
+//! (two for a rank-2k update), on every worker but one.
+template <class T, class S, bool two>
 void syrk_sweep() {
   using R = RankK<T, S>;
   for (const SyrkCase &cs : kSyrkCases)
     for (const char uplo : {'U', 'L'})
       for (const char *op = R::ops; *op; ++op) {
         const char trans = *op;
-        SCOPED_TRACE(std::string(cs.name) + " " + uplo + trans);
+        SCOPED_TRACE(std::string(two ? "rank-2k " : "rank-k ") + cs.name + " " + uplo + trans);
         const bool threaded = cs.alpha != 0 && cs.k != 0;
-        const int64_t workers = threaded ? thr::triangle_workers(cs.n, cs.k, cs.budget) : 1;
+        const int64_t workers = threaded ? thr::triangle_workers(cs.n, two ? 2 * cs.k : cs.k, cs.budget) : 1;
         const T *base = nullptr;
         ORB_INT ldc = 0;
-        const S alpha = narrow<S>(cs.alpha), beta = narrow<S>(cs.beta);
-        check_rank_k<T, S>(uplo, trans, cs.n, cs.k, alpha, beta, cs.pad,
-                           [&](S al, const T *a, ORB_INT lda, S be, T *c, ORB_INT ld) {
-                             Budget budget(cs.budget);
-                             base = c;
-                             ldc = ld;
-                             observe();
-                             if (cs.lp64) {
-                               const int n = cs.n, k = cs.k, la = lda, lc = ld;
-                               R::driver_lp64(&uplo, &trans, &n, &k, &al, a, &la, &be, c, &lc);
-                             } else {
-                               R::driver(&uplo, &trans, &cs.n, &cs.k, &al, a, &lda, &be, c, &ld);
-                             }
-                           });
+        const auto run = [&](T *c, ORB_INT ld, auto &&call) {
+          Budget budget(cs.budget);
+          base = c;
+          ldc = ld;
+          observe();
+          call();
+        };
+        if constexpr (two) {
+          const T alpha = narrow<T>(cld(cs.alpha, cs.alpha / 2));
+          check_rank_2k<T, S>(uplo, trans, cs.n, cs.k, alpha, narrow<S>(cs.beta), cs.pad,
+                              [&](T al, const T *a, ORB_INT lda, const T *b, ORB_INT ldb, S be, T *c, ORB_INT ld) {
+                                run(c, ld, [&] {
+                                  if (cs.lp64) {
+                                    const int n = cs.n, k = cs.k, la = lda, lb = ldb, lc = ld;
+                                    R::driver_2k_lp64(&uplo, &trans, &n, &k, &al, a, &la, b, &lb, &be, c, &lc);
+                                  } else {
+                                    R::driver_2k(&uplo, &trans, &cs.n, &cs.k, &al, a, &lda, b, &ldb, &be, c, &ld);
+                                  }
+                                });
+                              });
+        } else {
+          check_rank_k<T, S>(uplo, trans, cs.n, cs.k, narrow<S>(cs.alpha), narrow<S>(cs.beta), cs.pad,
+                             [&](S al, const T *a, ORB_INT lda, S be, T *c, ORB_INT ld) {
+                               run(c, ld, [&] {
+                                 if (cs.lp64) {
+                                   const int n = cs.n, k = cs.k, la = lda, lc = ld;
+                                   R::driver_lp64(&uplo, &trans, &n, &k, &al, a, &la, &be, c, &lc);
+                                 } else {
+                                   R::driver(&uplo, &trans, &cs.n, &cs.k, &al, a, &lda, &be, c, &ld);
+                                 }
+                               });
+                             });
+        }
         const Observed seen = observed();
-        ASSERT_EQ(seen.syrk.size(), static_cast<size_t>(workers));
-        EXPECT_EQ(seen.gemm.size(), static_cast<size_t>(workers - 1));
-        if (workers == 1) {
-          EXPECT_EQ(seen.syrk[0].p, base);  // the caller's own call
-          continue;
-        }
-        // Every diagonal block is a worker's block of the rule, each once.
-        std::vector<bool> taken(workers, false);
-        for (const BlockCall &call : seen.syrk) {
-          const ORB_INT offset = static_cast<const T *>(call.p) - base, j0 = offset / (ldc + 1);
-          EXPECT_EQ(offset, j0 * (ldc + 1)) << "a block off the diagonal";
-          for (int64_t i = 0; i < workers; ++i) {
-            const thr::Range r = thr::triangle_columns(cs.n, workers, i, uplo == 'U');
-            if (r.begin == j0 && r.size() == call.n) taken[i] = true;
-          }
-        }
-        EXPECT_EQ(taken, std::vector<bool>(workers, true));
+        EXPECT_EQ(seen.gemm.size(), static_cast<size_t>((workers - 1) * (two ? 2 : 1)));
+        expect_triangle_blocks(two ? seen.syr2k : seen.syrk, base, ldc, cs.n, workers, uplo == 'U');
       }
 }
 
 TEST(RankKDriver, EveryRoutine) {
-  syrk_sweep<float, float>(), syrk_sweep<double, double>(), syrk_sweep<ORB_Complex8, ORB_Complex8>();
-  syrk_sweep<ORB_Complex16, ORB_Complex16>(), syrk_sweep<ORB_Complex8, float>(), syrk_sweep<ORB_Complex16, double>();
+  syrk_sweep<float, float, false>(), syrk_sweep<double, double, false>();
+  syrk_sweep<ORB_Complex8, ORB_Complex8, false>(), syrk_sweep<ORB_Complex16, ORB_Complex16, false>();
+  syrk_sweep<ORB_Complex8, float, false>(), syrk_sweep<ORB_Complex16, double, false>();
+}
+
+TEST(Rank2KDriver, EveryRoutine) {
+  syrk_sweep<float, float, true>(), syrk_sweep<double, double, true>();
+  syrk_sweep<ORB_Complex8, ORB_Complex8, true>(), syrk_sweep<ORB_Complex16, ORB_Complex16, true>();
+  syrk_sweep<ORB_Complex8, float, true>(), syrk_sweep<ORB_Complex16, double, true>();
+}
+
+// The triangle of a product: every triangle and pair of operations at the
+// rank-k cases' sizes (n = 150 crosses the core's diagonal blocks of 32);
+// each worker's diagonal block is one GEMMT call, the rectangle beside it one
+// GEMM call.
+TYPED_TEST(Results, GemmtDriverTakesEveryTriangleAndOperation) {
+  using T = TypeParam;
+  using R = GemmtApi<T>;
+  for (const SyrkCase &cs : kSyrkCases)
+    for (const char uplo : {'U', 'L'})
+      for (const char ta : {'N', 'T', 'C'})
+        for (const char tb : {'N', 'T', 'C'}) {
+          SCOPED_TRACE(std::string(cs.name) + " " + uplo + ta + tb);
+          const bool threaded = cs.alpha != 0 && cs.k != 0;
+          const int64_t workers = threaded ? thr::triangle_workers(cs.n, cs.k, cs.budget) : 1;
+          const T *base = nullptr;
+          ORB_INT ldc = 0;
+          check_gemmt<T>(false, uplo, ta, tb, cs.n, cs.k, cld(cs.alpha, -cs.alpha / 4), cld(cs.beta), cs.pad,
+                         [&](T al, const T *a, ORB_INT lda, const T *b, ORB_INT ldb, T be, T *c, ORB_INT ld) {
+                           Budget budget(cs.budget);
+                           base = c;
+                           ldc = ld;
+                           observe();
+                           if (cs.lp64) {
+                             const int n = cs.n, k = cs.k, la = lda, lb = ldb, lc = ld;
+                             R::driver_lp64(&uplo, &ta, &tb, &n, &k, &al, a, &la, b, &lb, &be, c, &lc);
+                           } else {
+                             R::driver(&uplo, &ta, &tb, &cs.n, &cs.k, &al, a, &lda, b, &ldb, &be, c, &ld);
+                           }
+                         });
+          const Observed seen = observed();
+          EXPECT_EQ(seen.gemm.size(), static_cast<size_t>(workers - 1));
+          expect_triangle_blocks(seen.gemmt, base, ldc, cs.n, workers, uplo == 'U');
+        }
+}
+
+// Strict reproducibility: a result must not depend on the thread count, so
+// every driver that cuts its own way runs whole, one kernel call with the
+// caller's own arguments, at shapes it would otherwise cut.
+TEST(StrictReproducibility, EveryCutDriverRunsWhole) {
+  Budget budget(4);
+  const ORB_INT n = 300, ld = 301;
+  std::vector<double> a = random_matrix<double>(n, n, ld, 41), b = random_matrix<double>(n, n, ld, 42);
+  for (ORB_INT i = 0; i < n; ++i) a[i + i * ld] += 4;  // a well-conditioned triangle
+  std::vector<double> c = b;
+  const double one = 1, half = 0.5;
+  const auto whole = [&](const char *what, const std::vector<BlockCall> Observed::*calls, auto &&call) {
+    SCOPED_TRACE(what);
+    for (const bool strict : {false, true}) {
+      observe(false, strict);
+      call();
+      const std::vector<BlockCall> seen = observed().*calls;
+      if (strict) {
+        ASSERT_EQ(seen.size(), 1u);
+        EXPECT_EQ(seen[0].p, c.data());
+      } else {
+        EXPECT_GT(seen.size(), 1u) << "the shape is not cut outside strict mode";
+      }
+    }
+  };
+  whole("trsm", &Observed::trsm,
+        [&] { orb_blas_dtrsm("L", "L", "N", "N", &n, &n, &one, a.data(), &ld, c.data(), &ld); });
+  whole("trmm", &Observed::trmm,
+        [&] { orb_blas_dtrmm("R", "U", "T", "N", &n, &n, &half, a.data(), &ld, c.data(), &ld); });
+  whole("symm", &Observed::symm, [&] {
+    orb_blas_dsymm("L", "U", &n, &n, &one, a.data(), &ld, b.data(), &ld, &half, c.data(), &ld);
+  });
+  whole("syrk", &Observed::syrk,
+        [&] { orb_blas_dsyrk("U", "N", &n, &n, &one, a.data(), &ld, &half, c.data(), &ld); });
+  whole("syr2k", &Observed::syr2k, [&] {
+    orb_blas_dsyr2k("L", "T", &n, &n, &one, a.data(), &ld, b.data(), &ld, &half, c.data(), &ld);
+  });
+  whole("gemmt", &Observed::gemmt, [&] {
+    orb_blas_dgemmt("L", "N", "T", &n, &n, &one, a.data(), &ld, b.data(), &ld, &half, c.data(), &ld);
+  });
 }
 
 }  // namespace

@@ -14,7 +14,7 @@ dir=$(mktemp -d)
 trap 'rm -rf "$dir"' EXIT
 cd "$dir"
 # Routine lines read "DGEMM  T PUT F FOR NO TEST..." or "cblas_dgemm  T ...".
-awk 'tolower($1) ~ /^(cblas_)?[sdcz][a-z0-9]+$/ && tolower($1) !~ /(gem[mv]|trsm|syrk|herk|symm|hemm)$/ && $2 == "T" { sub(/ T /, " F ") } { print }' \
+awk 'tolower($1) ~ /^(cblas_)?[sdcz][a-z0-9]+$/ && tolower($1) !~ /(gem[mv]|tr[sm]m|syr2?k|her2?k|symm|hemm)$/ && $2 == "T" { sub(/ T /, " F ") } { print }' \
   "$input" > input
 ORB_VERBOSE=1 ORB_VERBOSE_OUTPUT_FILE="$dir/verbose.log" LD_PRELOAD="$liborb" "$program" < input > stdout 2>&1
 rc=$?

@@ -143,7 +143,8 @@ INSTANTIATE_TEST_SUITE_P(Forms, IllegalArguments, ::testing::ValuesIn(orb::test:
 // when alpha != 0, C when the call changes it, at the standard position (+1
 // for CBLAS; no position of these changes places in a row-major call).
 TEST_P(IllegalArguments, MissingOperandsOfTheLevel3Routines) {
-  using orb::test::call_rank_k, orb::test::call_symm, orb::test::call_trsm;
+  using orb::test::call_gemmt, orb::test::call_rank_2k, orb::test::call_rank_k, orb::test::call_symm,
+      orb::test::call_trsm;
   const Form f = GetParam();
   const bool cblas = f == Form::CblasRow || f == Form::CblasColumn;
   const int n = 3, ld = 3;
@@ -165,6 +166,11 @@ TEST_P(IllegalArguments, MissingOperandsOfTheLevel3Routines) {
   call_symm<double, false>(f, 'R', 'U', n, n, 1, a.data(), ld, nullptr, ld, 0.5, c, ld);
   call_symm<double, false>(f, 'R', 'U', n, n, 1, a.data(), ld, a.data(), ld, 0.5, nullptr, ld);
   call_symm<ORB_Complex16, true>(f, 'L', 'L', n, n, zone, za, ld, nullptr, ld, zhalf, zc, ld);
+  call_trsm<double>(f, rlt, n, n, 1, nullptr, ld, c, ld, true);
+  call_rank_2k<double, double>(f, 'U', 'T', n, n, 1, a.data(), ld, nullptr, ld, 0.5, c, ld);
+  call_rank_2k<ORB_Complex16, double>(f, 'L', 'N', n, n, zone, nullptr, ld, za, ld, 0.5, zc, ld);
+  call_rank_2k<double, double>(f, 'U', 'N', n, n, 1, a.data(), ld, a.data(), ld, 0.5, nullptr, ld);
+  call_gemmt<double>(f, 'U', 'N', 'T', n, n, 1, nullptr, ld, a.data(), ld, 0.5, c, ld);
   const int s = cblas ? 1 : 0;
   const auto name = [&](const char *fortran, const char *c_name) { return std::string(cblas ? c_name : fortran); };
   EXPECT_EQ(reports, (Log{{name("DTRSM ", "cblas_dtrsm"), 8 + s},
@@ -175,8 +181,46 @@ TEST_P(IllegalArguments, MissingOperandsOfTheLevel3Routines) {
                           {name("DSYMM ", "cblas_dsymm"), 6 + s},
                           {name("DSYMM ", "cblas_dsymm"), 8 + s},
                           {name("DSYMM ", "cblas_dsymm"), 11 + s},
-                          {name("ZHEMM ", "cblas_zhemm"), 8 + s}}));
+                          {name("ZHEMM ", "cblas_zhemm"), 8 + s},
+                          {name("DTRMM ", "cblas_dtrmm"), 8 + s},
+                          {name("DSYR2K", "cblas_dsyr2k"), 8 + s},
+                          {name("ZHER2K", "cblas_zher2k"), 6 + s},
+                          {name("DSYR2K", "cblas_dsyr2k"), 11 + s},
+                          // a row-major gemmt's A is its twin's B, and reported back as A
+                          {name("DGEMMT", "cblas_dgemmt"), 7 + s}}));
   EXPECT_EQ(out, std::vector<double>(64, 7.0)) << "output written";
+}
+
+// gemmt's positions in every form: a row-major call is checked as the
+// column-major product of the transposes, whose A and B (with their leading
+// dimensions) are the caller's B and A, and reported where the caller counts
+// them.  C of order 3, k = 2; A as stored is 3 x 2 (2 x 3 row-major), B 2 x 3.
+TEST_P(IllegalArguments, GemmtPositions) {
+  using orb::test::call_gemmt;
+  const Form f = GetParam();
+  const bool cblas = f == Form::CblasRow || f == Form::CblasColumn, row = f == Form::CblasRow;
+  struct Bad {
+    const char *what;
+    char uplo = 'L', ta = 'N', tb = 'N';
+    int n = 3, k = 2, lda_shift = 0, ldb_shift = 0, ldc_shift = 0;
+    int fortran;  // the standard position; CBLAS reports one more
+  };
+  const Bad cases[] = {{"uplo", 'X', 'N', 'N', 3, 2, 0, 0, 0, 1}, {"transa", 'L', 'X', 'N', 3, 2, 0, 0, 0, 2},
+                       {"transb", 'L', 'N', '?', 3, 2, 0, 0, 0, 3}, {"n", 'L', 'N', 'N', -1, 2, 0, 0, 0, 4},
+                       {"k", 'L', 'N', 'N', 3, -1, 0, 0, 0, 5},     {"lda", 'L', 'N', 'N', 3, 2, -1, 0, 0, 8},
+                       {"ldb", 'U', 'N', 'N', 3, 2, 0, -1, 0, 10},  {"ldc", 'U', 'T', 'N', 3, 2, 0, 0, -1, 13}};
+  std::vector<double> a(64, 1.0), b(64, 1.0), out(64, 7.0);
+  for (const Bad &c : cases) {
+    SCOPED_TRACE(c.what);
+    reports.clear();
+    const bool a_n = (c.ta | 0x20) == 'n', b_n = (c.tb | 0x20) == 'n';
+    // The smallest legal leading dimensions, as the caller stores each matrix.
+    const int rows_a = row == a_n ? 2 : 3, rows_b = row == b_n ? 3 : 2;
+    call_gemmt<double>(f, c.uplo, c.ta, c.tb, c.n, c.k, 1.0, a.data(), rows_a + c.lda_shift, b.data(),
+                       rows_b + c.ldb_shift, 0.5, out.data(), 3 + c.ldc_shift);
+    EXPECT_EQ(reports, (Log{{cblas ? "cblas_dgemmt" : "DGEMMT", c.fortran + (cblas ? 1 : 0)}}));
+    EXPECT_EQ(out, std::vector<double>(64, 7.0)) << "output written";
+  }
 }
 
 // Each precision reports under its own name; a missing scalar, which Fortran

@@ -115,10 +115,33 @@ TEST(Workers, CountsOfTheTables) {
   EXPECT_EQ(thr::triangle_workers(31, 100000, 8), 1);
   EXPECT_EQ(thr::triangle_workers(1000, 0, 8), 1);
   EXPECT_EQ(thr::triangle_workers(int64_t{1} << 40, int64_t{1} << 40, 64), 64);
+  // A rank-2k update counts 2k: 100 x 40 on 4 is one worker for syrk, 3 for syr2k.
+  EXPECT_EQ(thr::triangle_workers(100, 40, 4), 1);
+  EXPECT_EQ(thr::triangle_workers(100, 2 * 40, 4), 3);
   EXPECT_EQ(thr::gemm_grid_workers(10, 10, 16, thr::kRealGridRule), 1);
   EXPECT_EQ(thr::gemm_grid_workers(150, 40, 16, thr::kRealGridRule), 6);
   EXPECT_EQ(thr::gemm_grid_workers(2000, 2000, 8, thr::kRealGridRule), 8);
   EXPECT_EQ(thr::gemm_grid_workers(0, 500, 4, thr::kRealGridRule), 0);
+}
+
+// The blocks of the triangle table with the rectangles beside them: n =
+// 1000 on 2 workers, each triangle, then 10 on 4 (lower): worker, columns,
+// rows of the rectangle.
+TEST(TriangleBlock, RectanglesBesideTheDiagonalBlocks) {
+  struct Row {
+    int64_t n, w, i;
+    bool upper;
+    int64_t c0, c1, r0, r1;
+  };
+  const Row rows[] = {{1000, 2, 0, false, 0, 294, 294, 1000}, {1000, 2, 1, false, 294, 1000, 1000, 1000},
+                      {1000, 2, 0, true, 0, 706, 0, 0},       {1000, 2, 1, true, 706, 1000, 0, 706},
+                      {10, 4, 1, false, 2, 4, 4, 10},         {10, 4, 3, false, 6, 10, 10, 10}};
+  for (const Row &r : rows) {
+    const thr::TriangleBlock b = thr::triangle_block(r.n, r.w, r.i, r.upper);
+    EXPECT_EQ(std::make_tuple(b.cols.begin, b.cols.end, b.rows.begin, b.rows.end),
+              std::make_tuple(r.c0, r.c1, r.r0, r.r1))
+        << r.n << " on " << r.w << ", worker " << r.i << (r.upper ? " upper" : " lower");
+  }
 }
 
 // The memory table: n = 10 with increment -1, pieces [0,3) and [8,10), and the

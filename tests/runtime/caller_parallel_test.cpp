@@ -9,6 +9,7 @@
 // for the whole call.  The precisions share one frame, so double stands for all.
 #include "blas_api.hpp"
 #include "hooks.hpp"
+#include "rank_k.hpp"
 
 #include <orb/orb_service.h>
 #include <orb/orb_threader.h>
@@ -81,6 +82,17 @@ Job gemv_job(int m, int n, unsigned seed) {
           [o] { return o->y == o->want; }};
 }
 
+//! The lower triangle of C = A B^T - C through the standard Fortran name:
+//! triangle blocks instead of the grid, and the core's own GEMMT.
+Job gemmt_job(int n, int k, unsigned seed) {
+  auto o = operands(size_t(n) * k, size_t(n) * k, size_t(n) * n, seed);
+  const ORB_INT n8 = n, k8 = k;
+  const double one = 1, minus = -1;
+  orb_blas_xdgemmt("L", "N", "T", &n8, &k8, &one, o->a.data(), &n8, o->x.data(), &n8, &minus, o->want.data(), &n8);
+  return {[=] { dgemmt_("L", "N", "T", &n, &k, &one, o->a.data(), &n, o->x.data(), &n, &minus, o->y.data(), &n); },
+          [o] { return o->y == o->want; }};
+}
+
 //! A threader loop of the core's modules: every index exactly once.
 Job threader_job(int t) {
   using Counts = std::vector<std::atomic<int>>;
@@ -99,11 +111,13 @@ void PrintTo(const Family &f, std::ostream *os) { *os << f.name; }
 // Shapes that take each way of running a call on two or more workers: the
 // grid (whose region the row, column and right-hand-side cuts of the other
 // level-2 and level-3 families share), the two phases of the split along k,
-// the row blocks of GEMV, the loop service with and without chunking.
+// the row blocks of GEMV, the triangle blocks of GEMMT (those of the rank-k
+// and rank-2k updates), the loop service with and without chunking.
 const Family kFamilies[] = {
     {"dgemm_grid", [](unsigned s) { return gemm_job('N', 256, 192, 96, s); }},
     {"dgemm_split_k", [](unsigned s) { return gemm_job('T', 96, 64, 4096, s); }},
     {"dgemv", [](unsigned s) { return gemv_job(1024, 300, s); }},
+    {"dgemmt", [](unsigned s) { return gemmt_job(300, 64, s); }},
     {"threader_for", [](unsigned) { return threader_job(0); }},
     {"threader_for_chunks", [](unsigned) { return threader_job(1); }},
 };

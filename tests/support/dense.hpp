@@ -90,11 +90,14 @@ cld op_at(const std::vector<T> &x, ORB_INT ld, char t, ORB_INT i, ORB_INT l) {
 //! (beta = 0 ignores c0, alpha = 0 ignores A and B), and that the padding rows
 //! of c still hold c0's.  The tolerance is a multiple of k unit roundoffs of
 //! the sum of magnitudes.  A row-major product is the column-major one of the
-//! transposes: pass (tb, ta, n, m, k, alpha, b, ldb, a, lda, ...).
+//! transposes: pass (tb, ta, n, m, k, alpha, b, ldb, a, lda, ...).  With
+//! `triangle` 'U' or 'L' only that triangle of C is the product; the other
+//! must hold c0's entries, like the padding.
 template <class T>
 ::testing::AssertionResult matches_gemm(const std::vector<T> &c, const std::vector<T> &c0, char ta, char tb,
                                         ORB_INT m, ORB_INT n, ORB_INT k, T alpha, const std::vector<T> &a,
-                                        ORB_INT lda, const std::vector<T> &b, ORB_INT ldb, T beta, ORB_INT ldc) {
+                                        ORB_INT lda, const std::vector<T> &b, ORB_INT ldb, T beta, ORB_INT ldc,
+                                        char triangle = 0) {
   const cld al = wide(alpha), be = wide(beta);
   const auto norm1 = [](cld v) { return std::fabs(v.real()) + std::fabs(v.imag()); };  // within 2x of |v|
   // Rows of op(A) and columns of op(B) copied out contiguously, in double: long k stays quick.
@@ -106,8 +109,11 @@ template <class T>
   for (ORB_INT j = 0; j < n; ++j)
     for (ORB_INT i = 0; i < ldc; ++i) {
       const cld got = wide(c[i + j * ldc]);
-      if (i >= m) {
-        if (got != wide(c0[i + j * ldc])) return ::testing::AssertionFailure() << "padding (" << i << "," << j << ") written";
+      const bool outside = (triangle | 0x20) == 'u' ? i > j : (triangle | 0x20) == 'l' ? i < j : false;
+      if (i >= m || outside) {
+        if (got != wide(c0[i + j * ldc]))
+          return ::testing::AssertionFailure() << (i < m ? "other triangle (" : "padding (") << i << "," << j
+                                               << ") written";
         continue;
       }
       double re = 0, im = 0, scale = 0;

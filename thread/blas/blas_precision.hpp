@@ -27,7 +27,6 @@ struct BlasPrecision;
     static constexpr GridRule grid = ::orb::Precision<T>::is_complex ? kComplexGridRule : kRealGridRule; \
     static constexpr auto gemm_kernel = &orb_blas_x##p##gemm;                                     \
     static constexpr auto gemv_kernel = &orb_blas_x##p##gemv;                                     \
-    static constexpr auto trsm_kernel = &orb_blas_x##p##trsm;                                     \
     static constexpr auto gemv = &orb_blas_##p##gemv;                                             \
     static constexpr auto gemm = &orb_blas_##p##gemm;                                             \
     static constexpr auto gemm_batch = &orb_blas_##p##gemm_batch;                                 \

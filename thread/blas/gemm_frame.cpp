@@ -55,7 +55,7 @@ void gemm(const char *transa, const char *transb, const ORB_INT *m, const ORB_IN
     P::gemm_kernel(transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
     return;
   }
-  const bool strict = (orb_serv_cbwr_get(-1) & ORB_CBWR_STRICT) != 0;
+  const bool strict = strict_reproducibility();
   if (*k != 0 && *n == 1 && !strict &&
       gemv_shortcut<P>(P::gemv, transa, transb, m, k, alpha, a, lda, b, ldb, beta, c))
     return;

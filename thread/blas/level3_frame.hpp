@@ -9,6 +9,10 @@
 // budget-1 call, or one whose C is a single tile of the grid, reaches the
 // kernel with the caller's own arguments, pointers included, exactly as a
 // sequential library would make it.
+//
+// The drivers that cut their calls their own way (the solves and products by
+// right-hand sides, the updates of a triangle) share run_cut instead, and
+// every driver reads the strict reproducibility mode here.
 #pragma once
 
 #include <orb/internal/blas_args.h>
@@ -41,6 +45,32 @@ inline blas_args_t level3_args(const char *transa, const char *transb, ORB_INT m
   args.ldb = ldb;
   args.ldc = ldc;
   return args;
+}
+
+//! Whether results must not depend on the number of threads: the strict
+//! reproducibility mode (orb_serv_cbwr_get).  GEMM keeps it by never cutting
+//! a sum and computing every entry of C in one kernel call of the whole k; a
+//! driver whose pieces are other kernel calls than the whole call's (a
+//! triangle's blocks by GEMM, a solve's right-hand sides, whose results the
+//! provider's blocking may round otherwise) runs whole instead.
+inline bool strict_reproducibility() { return (orb_serv_cbwr_get(-1) & ORB_CBWR_STRICT) != 0; }
+
+//! The budget of a driver that cuts its call its own way: 1 in strict
+//! reproducibility mode, where the call runs whole, else the thread budget.
+inline int64_t cut_budget() { return strict_reproducibility() ? 1 : orb_serv_get_max_threads(); }
+
+//! The steps of a driver that cuts its call its own way (the solves and the
+//! triangle updates): whole() when `as_it_came` (an illegal call, or one with
+//! nothing to cut: the kernel reports or returns early) or when
+//! workers(budget) gives one worker, the budget being cut_budget(); else
+//! launch(workers).
+template <class Workers, class Whole, class Launch>
+void run_cut(bool as_it_came, Workers &&workers, Whole &&whole, Launch &&launch) {
+  const int64_t w = as_it_came ? 1 : workers(cut_budget());
+  if (w <= 1)
+    whole();
+  else
+    launch(w);
 }
 
 //! Whether C (m x n, the caller's pointers, possibly null or illegal) is one

@@ -14,12 +14,14 @@
 //      reports the first illegal argument once and writes nothing.
 //   2. m or n = 0 and alpha = 0 go to the kernel as they came: at most C is
 //      scaled by beta.
-//   3. The budget T is orb_serv_get_max_threads(); the worker count is the
+//   3. The budget T is orb_serv_get_max_threads(), 1 in strict
+//      reproducibility mode (level3_frame.hpp); the worker count is the
 //      rule's; one worker calls the kernel with the caller's own arguments.
 //   4. Otherwise the record carries the call to W workers through
 //      orb_blas_invoke_thin_thread.
 #include <orb/internal/blas_args.h>
 #include "blas/blas_precision.hpp"
+#include "blas/level3_frame.hpp"
 #include "blas/lp64.hpp"
 #include "partition/rhs.hpp"
 
@@ -63,32 +65,18 @@ int64_t symm_worker(int64_t ithr, int64_t nthr, blas_args_t *args) {
 template <class R, class T = typename R::value_type>
 void symm(const char *side, const char *uplo, const ORB_INT *m, const ORB_INT *n, const T *alpha, const T *a,
           const ORB_INT *lda, const T *b, const ORB_INT *ldb, const T *beta, T *c, const ORB_INT *ldc) {
-  const auto whole = [&] { R::kernel(side, uplo, m, n, alpha, a, lda, b, ldb, beta, c, ldc); };
-  if (orb_blas_check_symm(side, uplo, m, n, alpha, lda, ldb, beta, ldc) != 0 || *m == 0 || *n == 0 ||
-      orb::is_zero(*alpha)) {
-    whole();
-    return;
-  }
   const bool left = (*side | 0x20) == 'l';
-  const int64_t workers = rhs_workers(left ? *m : *n, left ? *n : *m, orb_serv_get_max_threads());
-  if (workers <= 1) {
-    whole();
-    return;
-  }
-  blas_args_t args{};
-  args.word2 = side;
-  args.word3 = uplo;
-  args.m = *m;
-  args.n = *n;
-  args.alpha = alpha;
-  args.beta = beta;
-  args.a = a;
-  args.b = b;
-  args.c = c;
-  args.lda = *lda;
-  args.ldb = *ldb;
-  args.ldc = *ldc;
-  orb_blas_invoke_thin_thread(workers, symm_worker<R>, &args, nullptr);
+  run_cut(
+      orb_blas_check_symm(side, uplo, m, n, alpha, lda, ldb, beta, ldc) != 0 || *m == 0 || *n == 0 ||
+          orb::is_zero(*alpha),
+      [&](int64_t budget) { return rhs_workers(left ? *m : *n, left ? *n : *m, budget); },
+      [&] { R::kernel(side, uplo, m, n, alpha, a, lda, b, ldb, beta, c, ldc); },
+      [&](int64_t workers) {
+        blas_args_t args = level3_args(nullptr, nullptr, *m, *n, 0, alpha, a, *lda, b, *ldb, beta, c, *ldc);
+        args.word2 = side;
+        args.word3 = uplo;
+        orb_blas_invoke_thin_thread(workers, symm_worker<R>, &args, nullptr);
+      });
 }
 
 }  // namespace

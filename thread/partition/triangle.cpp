@@ -15,7 +15,19 @@
 // (its columns are the longest), the last the widest.
 //
 // A rank-k update then costs each worker about the same: its diagonal block
-// is one SYRK (or HERK) call, the rectangle beside it one GEMM call.
+// is one SYRK (or HERK) call, the rectangle beside it one GEMM call.  The
+// rectangle holds the rows of the triangle's columns [j0, j1) below the block
+// in the lower triangle (rows j1..n), above it in the upper one (rows 0..j0):
+//
+//      n  w  i  triangle | columns      | rectangle rows
+//   1000  2  0  lower    | 0..294       | 294..1000
+//   1000  2  1  lower    | 294..1000    | none
+//   1000  2  0  upper    | 0..706       | none
+//   1000  2  1  upper    | 706..1000    | 0..706
+//     10  4  1  lower    | 2..4         | 4..10
+//
+// A rank-2k update (SYR2K, HER2K) and one triangle of a product (GEMMT) cut
+// the same way; the rank-2k update's rectangle is two GEMM calls.
 //
 // n columns onto w workers, lower triangle (the same table runs as a test;
 // the upper triangle's sizes are the same, reversed):
@@ -30,7 +42,10 @@
 // The worker count, min(T, n div 32, area k div 2^17), at least 1, gives every
 // worker 32 columns or more and 2^17 (about 131,000) multiply-adds or more,
 // the work below which a worker costs more than it saves: n = 1000, k = 1000
-// on a budget of 4 is 4 workers; n = 100 on 8 is 3; n = 31 is always 1.
+// on a budget of 4 is 4 workers; n = 100 on 8 is 3; n = 31 is always 1.  A
+// rank-2k update does twice a rank-k update's work and is counted with 2k:
+// n = 100, k = 40 on 4 is one worker for SYRK (area k = 202000 < 2 x 2^17)
+// and 3 for SYR2K (404000 div 2^17 = 3).
 #include "partition/triangle.hpp"
 
 #include <algorithm>
@@ -71,6 +86,11 @@ Range triangle_columns(int64_t n, int64_t w, int64_t i, bool upper) {
   if (!upper) return {lower_start(n, w, i), lower_start(n, w, i + 1)};
   const int64_t mirror = w - 1 - i;
   return {n - lower_start(n, w, mirror + 1), n - lower_start(n, w, mirror)};
+}
+
+TriangleBlock triangle_block(int64_t n, int64_t w, int64_t i, bool upper) {
+  const Range cols = triangle_columns(n, w, i, upper);
+  return {cols, upper ? Range{0, cols.begin} : Range{cols.end, n}};
 }
 
 }  // namespace orb::thr

@@ -21,4 +21,13 @@ int64_t triangle_workers(int64_t n, int64_t k, int64_t budget);
 //! 0 <= i < w).
 Range triangle_columns(int64_t n, int64_t w, int64_t i, bool upper);
 
+//! Worker i's part of the triangle: its columns, and the rows of the
+//! rectangle beside its diagonal block inside the triangle (below the block
+//! in the lower triangle, above it in the upper one; empty for the last
+//! block of the lower triangle and the first of the upper one).
+struct TriangleBlock {
+  Range cols, rows;
+};
+TriangleBlock triangle_block(int64_t n, int64_t w, int64_t i, bool upper);
+
 }  // namespace orb::thr

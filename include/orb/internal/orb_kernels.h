@@ -36,6 +36,9 @@ ORB_LEVEL1_DECLS(orb_blas_x, ORB_INT)
 ORB_LEVEL1_EACH_TYPE(ORB_TRSM_DECL, orb_blas_x, trsm, ORB_INT)
 ORB_SYRK_HERK_DECLS(orb_blas_x, ORB_INT)
 ORB_SYMM_HEMM_DECLS(orb_blas_x, ORB_INT)
+ORB_LEVEL1_EACH_TYPE(ORB_TRSM_DECL, orb_blas_x, trmm, ORB_INT)
+ORB_SYR2K_HER2K_DECLS(orb_blas_x, ORB_INT)
+ORB_LEVEL1_EACH_TYPE(ORB_GEMMT_DECL, orb_blas_x, gemmt, ORB_INT)
 
 /* Argument checks of the kernels above, in the standard BLAS order: the
  * number of the first illegal argument, or 0 when the call is legal.  The
@@ -46,6 +49,7 @@ int orb_blas_check_gemm(const char *transa, const char *transb, const ORB_INT *m
                         const void *beta, const ORB_INT *ldc);
 int orb_blas_check_gemv(const char *trans, const ORB_INT *m, const ORB_INT *n, const void *alpha,
                         const ORB_INT *lda, const ORB_INT *incx, const void *beta, const ORB_INT *incy);
+/* ?trmm takes ?trsm's arguments under the same rules: its drivers ask this one. */
 int orb_blas_check_trsm(const char *side, const char *uplo, const char *transa, const char *diag, const ORB_INT *m,
                         const ORB_INT *n, const void *alpha, const ORB_INT *lda, const ORB_INT *ldb);
 /* ops: the transposition letters the routine takes ("NTC" real ?syrk, "NT"
@@ -54,6 +58,12 @@ int orb_blas_check_syrk(const char *uplo, const char *trans, const ORB_INT *n, c
                         const ORB_INT *lda, const void *beta, const ORB_INT *ldc, const char *ops);
 int orb_blas_check_symm(const char *side, const char *uplo, const ORB_INT *m, const ORB_INT *n, const void *alpha,
                         const ORB_INT *lda, const ORB_INT *ldb, const void *beta, const ORB_INT *ldc);
+/* ops as for orb_blas_check_syrk ("NC" for ?her2k). */
+int orb_blas_check_syr2k(const char *uplo, const char *trans, const ORB_INT *n, const ORB_INT *k, const void *alpha,
+                         const ORB_INT *lda, const ORB_INT *ldb, const void *beta, const ORB_INT *ldc, const char *ops);
+int orb_blas_check_gemmt(const char *uplo, const char *transa, const char *transb, const ORB_INT *n, const ORB_INT *k,
+                         const void *alpha, const ORB_INT *lda, const ORB_INT *ldb, const void *beta,
+                         const ORB_INT *ldc);
 
 ORB_END_DECLS
 
