@@ -23,7 +23,7 @@
 //      orb_blas_invoke_thin_thread.
 #include <orb/internal/blas_args.h>
 #include "blas/blas_precision.hpp"
-#include "blas/lp64.hpp"
+#include "lp64.hpp"
 #include "partition/triangle.hpp"
 
 #include <orb/internal/orb_kernels.h>

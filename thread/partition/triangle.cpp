@@ -32,6 +32,7 @@
 // the work below which a worker costs more than it saves: n = 1000, k = 1000
 // on a budget of 4 is 4 workers; n = 100 on 8 is 3; n = 31 is always 1.
 #include "partition/triangle.hpp"
+#include "partition/threshold.hpp"
 
 #include <algorithm>
 
@@ -61,8 +62,8 @@ int64_t lower_start(int64_t n, int64_t w, int64_t i) {
 }  // namespace
 
 int64_t triangle_workers(int64_t n, int64_t k, int64_t budget) {
-  const wide by_work = lower_area(n, n) * static_cast<wide>(k) / kTriangleWorkPerWorker;
-  int64_t w = std::min(budget, n / kTriangleColumnsPerWorker);
+  const wide by_work = lower_area(n, n) * static_cast<wide>(k) / threshold(kTriangleWorkPerWorker);
+  int64_t w = std::min(budget, n / threshold(kTriangleColumnsPerWorker));
   if (by_work < static_cast<wide>(w)) w = static_cast<int64_t>(by_work);
   return std::max<int64_t>(w, 1);
 }
