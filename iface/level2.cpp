@@ -18,7 +18,8 @@
 //     alpha conj(y) x^T, is run as conj(B) += conj(alpha) y x^H; HER2 and
 //     HPR2 exchange x with y and conjugate alpha (the same update);
 //   - the Hermitian products compute conj(y) := conj(alpha) B conj(x) +
-//     conj(beta) conj(y), with conj(x) in scratch and y conjugated in place;
+//     conj(beta) conj(y), with conj(x) in scratch and y conjugated in place
+//     (without the scratch, element by element from the storage);
 //   - the Hermitian updates conjugate their triangle in place, run on it
 //     (conj(B) is A), and conjugate it back.
 // A report counts the layout as position 1 and names the positions of the
@@ -259,6 +260,52 @@ void conjugate_matrix(const CblasCall<Shape, T, S> &c) {
   }
 }
 
+//! Element (i, j) of the column-major B a product reads: its band (GBMV),
+//! or its stored triangle in full, band or packed storage with the other
+//! triangle the conjugate (the Hermitian products; a real diagonal).
+template <class Shape, class T, class S>
+T stored_element(const CblasCall<Shape, T, S> &c, int64_t i, int64_t j) {
+  const T *a = c.template operand<const T>(where<Shape>(Arg::ap) >= 0 ? Arg::ap : Arg::a);
+  if constexpr (std::is_same_v<Shape, rules::Gbmv>) {
+    const int64_t kl = c.value(Arg::kl), ku = c.value(Arg::ku);
+    return i - j > kl || j - i > ku ? T{} : a[ku + i - j + j * c.value(Arg::lda)];
+  } else {
+    const bool upper = c.letter[0] == 'U', mirrored = upper ? i > j : i < j;
+    if (mirrored) std::swap(i, j);
+    T v{};
+    if constexpr (where<Shape>(Arg::ap) >= 0) {
+      const int64_t n = c.value(Arg::n);
+      v = a[upper ? i + j * (j + 1) / 2 : i + j * (2 * n - j - 1) / 2];
+    } else if constexpr (where<Shape>(Arg::k) >= 0) {
+      const int64_t k = c.value(Arg::k), lda = c.value(Arg::lda);
+      if (upper ? j - i > k : i - j > k) return T{};
+      v = a[(upper ? k + i - j : i - j) + j * lda];
+    } else {
+      v = a[i + j * c.value(Arg::lda)];
+    }
+    if (i == j) v.imag = 0;
+    return mirrored ? conjugate(v) : v;
+  }
+}
+
+//! y := alpha conj(B) x + beta y element by element, for a call that could
+//! not have its scratch copy of conj(x): slower, but it reads only what the
+//! call gives and writes only y.
+template <class Shape, class T, class S>
+void product_without_scratch(const CblasCall<Shape, T, S> &c, int64_t nx, int64_t ny) {
+  const T *x = c.template operand<const T>(Arg::x);
+  T *y = c.template operand<T>(Arg::y);
+  const T alpha = *c.template operand<const T>(Arg::alpha), beta = *c.template operand<const T>(Arg::beta);
+  const int64_t incx = c.value(Arg::incx), incy = c.value(Arg::incy);
+  const auto at = [](int64_t i, int64_t len, int64_t inc) { return (inc > 0 ? i : len - 1 - i) * (inc < 0 ? -inc : inc); };
+  for (int64_t i = 0; i < ny; ++i) {
+    T sum{};
+    for (int64_t j = 0; j < nx; ++j) sum = add(sum, mul(conjugate(stored_element(c, i, j)), x[at(j, nx, incx)]));
+    T &out = y[at(i, ny, incy)];
+    out = add(mul(alpha, sum), is_zero(beta) ? T{} : mul(beta, out));
+  }
+}
+
 //! Runs a legal row-major complex call that needs conjugation, or returns
 //! false for one that does not.
 template <class Shape, class T, class S, class Entry>
@@ -294,19 +341,19 @@ bool run_conjugated(CblasCall<Shape, T, S> &c, bool op_conjugated, bool hermitia
       const T *x = c.template operand<const T>(Arg::x);
       const int64_t incx = c.value(Arg::incx);
       T *y = c.template operand<T>(Arg::y);
-      const Scratch<T> heap(nx, 64, Allocator::plain);
-      constexpr int64_t kStack = 1024;
-      T stack[kStack];
-      T *xc = heap ? heap.get() : nx <= kStack ? stack : nullptr;
-      if (!xc) return true;  // no memory for conj(x): nothing is written
+      const Scratch<T> xc(nx, 64, Allocator::plain);
+      if (!xc) {
+        product_without_scratch(c, nx, ny);
+        return true;
+      }
       const int64_t step = incx < 0 ? -incx : incx;
-      for (int64_t i = 0; i < nx; ++i) xc[i] = conjugate(x[(incx > 0 ? i : nx - 1 - i) * step]);
+      for (int64_t i = 0; i < nx; ++i) xc.get()[i] = conjugate(x[(incx > 0 ? i : nx - 1 - i) * step]);
       const T alpha = conjugate(*c.template operand<const T>(Arg::alpha));
       const T beta = conjugate(*c.template operand<const T>(Arg::beta));
       const int64_t one = 1;
       c.slot[where<Shape>(Arg::alpha)] = &alpha;
       c.slot[where<Shape>(Arg::beta)] = &beta;
-      c.slot[where<Shape>(Arg::x)] = xc;
+      c.slot[where<Shape>(Arg::x)] = xc.get();
       c.slot[where<Shape>(Arg::incx)] = &one;
       conjugate_strided(y, ny, c.value(Arg::incy));
       entry();

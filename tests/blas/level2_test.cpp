@@ -1,5 +1,5 @@
-// The threaded level-2 drivers: the pieces GER and SYR (GERC and HER), SYMV
-// and HEMV cut a call into, observed at the core's kernels, against the rules' worked tables
+// The threaded level-2 drivers: the pieces GER and SYR (GERC and HER) cut a
+// call into, observed at the core's kernels, against the rules' worked tables
 // (partition/matvec.cpp, partition/triangle.cpp), and their results against
 // one call of the sequential kernel.
 #include "dense.hpp"
@@ -88,49 +88,6 @@ TEST(Level2Cuts, GerAndSyrFollowTheirRules) {
       check_cut<double, double>(c);
       check_cut<ORB_Complex16, ORB_Complex16>(c);
     }
-  }
-}
-
-// SYMV and HEMV: the triangle's column blocks, each worker's rectangle two
-// GEMV calls (as stored and transposed), the parts added into y; against one
-// kernel call, with beta = 0 over a y of NaN and with a negative increment.
-template <class T>
-void check_symv_cut(char uplo, ORB_INT incx, ORB_INT incy, double beta_re) {
-  SCOPED_TRACE(std::string{uplo} + " inc " + std::to_string(incx) + "," + std::to_string(incy));
-  const ORB_INT n = 1000, lda = n + 1;
-  const auto a = random_matrix<T>(n, n, lda, 31), x = random_matrix<T>(1, n, std::abs(incx), 32);
-  auto y0 = random_matrix<T>(1, n, std::abs(incy), 33);
-  if (beta_re == 0) fill_nan(y0, std::abs(incy));
-  const T alpha = narrow<T>(cld(1.25, 0.5)), beta = narrow<T>(cld(beta_re, 0));
-  auto y = y0, want = y0;
-  const char lo[] = {uplo, 0};
-  if constexpr (std::is_same_v<T, double>) {
-    orb_blas_xdsymv(lo, &n, &alpha, a.data(), &lda, x.data(), &incx, &beta, want.data(), &incy);
-    observe();
-    const Budget budget(2);
-    orb_blas_dsymv(lo, &n, &alpha, a.data(), &lda, x.data(), &incx, &beta, y.data(), &incy);
-  } else {
-    orb_blas_xzhemv(lo, &n, &alpha, a.data(), &lda, x.data(), &incx, &beta, want.data(), &incy);
-    observe();
-    const Budget budget(2);
-    orb_blas_zhemv(lo, &n, &alpha, a.data(), &lda, x.data(), &incx, &beta, y.data(), &incy);
-  }
-  const Observed seen = observed();
-  // 294 and 706 columns (lower): the first block's rectangle is 706 x 294, the second has none.
-  ASSERT_EQ(seen.gemv.size(), 2u);
-  for (const GemvCall &g : seen.gemv) EXPECT_EQ(std::make_pair(g.m, g.n), std::make_pair(ORB_INT{706}, ORB_INT{294}));
-  EXPECT_EQ(seen.alloc_bytes, (std::vector<long>{static_cast<long>(2 * n * sizeof(T))}));
-  for (size_t i = 0; i < y.size(); ++i) {
-    const cld got = wide(y[i]), ref = wide(want[i]);
-    ASSERT_LE(std::abs(got - ref), 64 * n * unit_roundoff<T>() * (1 + std::abs(ref))) << "y[" << i << "]";
-  }
-}
-
-TEST(Level2Cuts, SymvAndHemvSumTheirParts) {
-  for (const char uplo : {'L', 'U'}) {
-    check_symv_cut<double>(uplo, 1, 1, 0.5);
-    check_symv_cut<double>(uplo, -2, 3, 0.0);
-    check_symv_cut<ORB_Complex16>(uplo, 1, -1, 0.0);
   }
 }
 

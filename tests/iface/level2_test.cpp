@@ -7,6 +7,7 @@
 #include "hooks.hpp"
 #include "level2.hpp"
 
+#include <atomic>
 #include <string>
 
 namespace orb::test {
@@ -147,6 +148,31 @@ void check_every_level2() {
 TYPED_TEST(Results, EveryLevel2RoutineInEveryForm) {
   check_every_level2<TypeParam, TypeParam>();
   if constexpr (is_complex_v<TypeParam>) check_every_level2<TypeParam, decltype(TypeParam::real)>();
+}
+
+// Without memory for conj(x), a row-major Hermitian product (and GBMV with
+// the conjugate transpose) computes element by element: the same results.
+}  // namespace
+}  // namespace orb::test
+
+extern std::atomic<bool> refuse_scratch;  // product_test.cpp, beside its orb_serv_malloc
+
+namespace orb::test {
+namespace {
+
+TYPED_TEST(Results, RowMajorConjugatedProductsWithoutScratch) {
+  using T = TypeParam;
+  if constexpr (is_complex_v<T>) {
+    refuse_scratch = true;
+    for (const auto &r : level2_routines<T, T>())
+      if (r.kind == Level2Kind::product)
+        for (const char uplo : {'U', 'L'}) {
+          SCOPED_TRACE(std::string(r.name) + " " + uplo);
+          check_level2(r, Form::CblasRow, {uplo, 'C', 'N', -2, 3, cld(1.5, -0.5), cld(0.5, 0.25)});
+          check_level2(r, Form::CblasRow, {uplo, 'C', 'N', 1, 1, cld(1.5, -0.5), cld(0)});
+        }
+    refuse_scratch = false;
+  }
 }
 
 // A call with work to do must give its operands: a missing one is reported

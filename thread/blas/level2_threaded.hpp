@@ -14,24 +14,21 @@
 //                     block and one GER (GERC for HER) on the rectangle
 //                     beside it; n = 1000 on 2 workers, lower, is 294 and
 //                     706 columns.
-//   SYMV, HEMV        the same column blocks; a block's rectangle adds to
-//                     the entries of y of its rows (one GEMV) and of its
-//                     columns (one GEMV with the transpose, conjugated for
-//                     HEMV), and the diagonal block to those of its columns
-//                     (one SYMV): each worker sums into its own part of one
-//                     scratch block, and the calling thread adds the parts
-//                     in worker order, y := beta y + sum.  Without the
-//                     scratch the call is one kernel call.
+//
+// SYMV is not cut: with the kernels at hand a worker's rectangle would be read
+// twice (once as stored for the rows of y, once transposed for its columns),
+// where the sequential kernel reads each element once for both, and on two
+// cores sharing one memory interface that costs more than the second core
+// brings (measured: 0.7x to 0.9x of one kernel call at 2000 and 4000).
 //
 // A call that is illegal or has nothing to do goes whole to the kernel, which
-// reports it once or returns.  Every worker writes its own columns of A (its
-// own part of the scratch) and reads the rest, so no lock is taken.  The
-// argument record carries uplo in word2, x in b with its increment in ldb, y
-// in word3 (c for SYMV) with its increment in ldc.
+// reports it once or returns.  Every worker writes its own columns of A and
+// reads the rest, so no lock is taken.  The argument record carries uplo in
+// word2, x in b with its increment in ldb, y in word3 with its increment in
+// ldc.
 #pragma once
 
 #include <orb/internal/blas_args.h>
-#include "blas/blas_precision.hpp"
 #include "partition/balanced.hpp"
 #include "partition/level1.hpp"
 #include "partition/matvec.hpp"
@@ -43,7 +40,6 @@
 
 #include "level2_rules.hpp"
 #include "precision.hpp"
-#include "scratch.hpp"
 
 #include <type_traits>
 
@@ -150,60 +146,6 @@ struct Level2Driver<rules::Syr, T, S> {
     blas_args_t r{};
     r.word2 = uplo, r.n = *n, r.alpha = alpha, r.b = x, r.ldb = *incx, r.a = a, r.lda = *lda;
     orb_blas_invoke_thin_thread(workers, worker<Kernel>, &r, nullptr);
-  }
-};
-
-template <class T, class S>
-struct Level2Driver<rules::Symv, T, S> {
-  static constexpr char kTransposed = Precision<T>::is_complex ? 'C' : 'T';
-
-  //! Worker i's part of the scratch: entries [0, n) of y, of which it writes
-  //! its columns and the rows of its rectangle.
-  template <auto Kernel>
-  static int64_t worker(int64_t i, int64_t w, blas_args_t *r) {
-    const TriangleBlock b = triangle_block(r, i, w);
-    if (b.cols.empty()) return 0;
-    const ORB_INT count = b.cols.size(), height = b.rows.size(), one = 1;
-    const T zero{}, unit = Precision<T>::one();
-    const T *alpha = static_cast<const T *>(r->alpha), *x = static_cast<const T *>(r->b);
-    const T *xj = x + level1_offset(r->n, r->ldb, b.cols);
-    T *part = static_cast<T *>(r->scratch) + i * r->n;
-    for (ORB_INT e = 0; e < r->n; ++e) part[e] = T{};  // the kernels' beta = 0 then never meets a NaN
-    Kernel(static_cast<const char *>(r->word2), &count, alpha, element<const T>(r->a, b.cols.begin * (1 + r->lda)),
-           &r->lda, xj, &r->ldb, &zero, part + b.cols.begin, &one);
-    if (b.rows.empty()) return 0;
-    const T *rect = element<const T>(r->a, b.rows.begin + b.cols.begin * r->lda);
-    const T *xr = x + level1_offset(r->n, r->ldb, b.rows);
-    const char as_stored = 'N', transposed = kTransposed;
-    BlasPrecision<T>::gemv_kernel(&as_stored, &height, &count, alpha, rect, &r->lda, xj, &r->ldb, &zero,
-                                  part + b.rows.begin, &one);
-    BlasPrecision<T>::gemv_kernel(&transposed, &height, &count, alpha, rect, &r->lda, xr, &r->ldb, &unit,
-                                  part + b.cols.begin, &one);
-    return 0;
-  }
-
-  template <auto Kernel>
-  static void run(ORB_L2_PARAMS_Symv(T, S, ORB_INT)) {
-    int64_t workers = 1;
-    if (worth_cutting<rules::Symv, T, S>(alpha && is_zero(*alpha), beta && is_one(*beta), ORB_L2_ARGS_Symv) &&
-        !is_zero(*alpha))
-      workers = triangle_workers(*n, 1, orb_serv_get_max_threads());
-    const Scratch<T> parts(workers > 1 ? workers * *n : 0, 64);
-    if (workers <= 1 || !parts) {
-      Kernel(ORB_L2_ARGS_Symv);
-      return;
-    }
-    blas_args_t r{};
-    r.word2 = uplo, r.n = *n, r.alpha = alpha, r.a = a, r.lda = *lda, r.b = x, r.ldb = *incx, r.scratch = parts.get();
-    orb_blas_invoke_thin_thread(workers, worker<Kernel>, &r, nullptr);
-    // y := beta y + the parts, added in worker order (each part is zero where its worker wrote nothing).
-    const ORB_INT step = *incy > 0 ? *incy : -*incy;
-    for (ORB_INT e = 0; e < *n; ++e) {
-      T sum{};
-      for (int64_t i = 0; i < workers; ++i) sum = add(sum, parts.get()[i * *n + e]);
-      T &out = y[(*incy > 0 ? e : *n - 1 - e) * step];
-      out = is_zero(*beta) ? sum : add(mul(*beta, out), sum);
-    }
   }
 };
 
