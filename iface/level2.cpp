@@ -3,7 +3,7 @@
 // column-major), for every routine of ORB_LEVEL2_ROUTINES.
 //
 // Each name sees its call as the slots of its argument list
-// (level2_rules.hpp): it checks them in the order of the standard routine,
+// (blas_rules.hpp): it checks them in the order of the standard routine,
 // reports the first illegal one, returns early where the standard does, and
 // hands the call, integers widened, to the threaded driver.  The verbose line
 // walks the same list.
@@ -34,7 +34,7 @@
 #include <utility>
 
 #include "arguments.hpp"
-#include "level2_rules.hpp"
+#include "blas_rules.hpp"
 #include "lp64.hpp"
 #include "precision.hpp"
 #include "report.hpp"

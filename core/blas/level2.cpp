@@ -4,7 +4,7 @@
 // updates, in every precision.
 //
 // One template serves them all, driven by the routine's argument list
-// (level2_rules.hpp).  Like the GEMV kernel, it checks the call in the
+// (blas_rules.hpp).  Like the GEMV kernel, it checks the call in the
 // standard order and reports the first illegal argument without touching
 // anything; it returns at once when there is nothing to compute (a size of 0,
 // a product with alpha = 0 and beta = 1, an update with alpha = 0); a product
@@ -19,7 +19,7 @@
 #include <orb/internal/orb_kernels.h>
 #include <orb/orb_blas.h>
 
-#include "level2_rules.hpp"
+#include "blas_rules.hpp"
 #include "precision.hpp"
 
 #include <cctype>

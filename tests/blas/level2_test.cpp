@@ -4,7 +4,7 @@
 // one call of the sequential kernel.
 #include "dense.hpp"
 #include "interpose.hpp"
-#include "level2_rules.hpp"
+#include "blas_rules.hpp"
 
 #include <algorithm>
 #include <string>

@@ -6,7 +6,7 @@
 
 #include "blas_api.hpp"
 #include "dense.hpp"
-#include "level2_rules.hpp"
+#include "blas_rules.hpp"
 
 #include <utility>
 #include <vector>

@@ -38,7 +38,7 @@
 #include <orb/orb_blas.h>
 #include <orb/orb_service.h>
 
-#include "level2_rules.hpp"
+#include "blas_rules.hpp"
 #include "precision.hpp"
 
 #include <type_traits>
