@@ -21,4 +21,10 @@ const char *level3_usage();
 //! library's answer differs from orb's).
 int level3_main(const std::vector<std::string> &args);
 
+//! `orb-bench level2`: dsymv, dger, dtrmv, dtrsv and dsyr at orders 2000 to
+//! 8000, the same way (orders default to 2000, 4000, 8000, or 2000 with --quick).
+bool parse_level2_options(const std::vector<std::string> &args, Level1Options &options, std::string &error);
+const char *level2_usage();
+int level2_main(const std::vector<std::string> &args);
+
 }  // namespace orb::bench

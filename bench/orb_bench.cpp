@@ -5,6 +5,7 @@
 //   orb-bench gemm [options]    matrix products; `orb-bench gemm --help` lists the options
 //   orb-bench level1 [options]  ddot, daxpy and dnrm2 from 10^4 to 10^7 elements
 //   orb-bench level3 [options]  dtrsm, dsyrk and dsymm at orders 500 to 4000
+//   orb-bench level2 [options]  dsymv, dger, dtrmv, dtrsv and dsyr at orders 2000 to 8000
 //   orb-bench kernels           the kernel set each peer picks by itself here
 //   orb-bench batch [options]   a batch of small products against a loop of gemm calls
 #include "batch_bench.hpp"
@@ -32,6 +33,7 @@ const Subcommand kSubcommands[] = {
     {"gemm", orb::bench::gemm_main, orb::bench::gemm_usage, "s/d/z gemm against the serial provider and peers"},
     {"level1", orb::bench::level1_main, orb::bench::level1_usage, "ddot/daxpy/dnrm2 against the serial provider and peers"},
     {"level3", orb::bench::level3_main, orb::bench::level3_usage, "dtrsm/dsyrk/dsymm against the serial provider and peers"},
+    {"level2", orb::bench::level2_main, orb::bench::level2_usage, "dsymv/dger/dtrmv/dtrsv/dsyr against the serial provider and peers"},
     {"kernels", orb::bench::kernels_main, orb::bench::kernels_usage, "the kernel set each peer picks by itself"},
     {"batch", orb::bench::batch_main, orb::bench::batch_usage, "dgemm_batch against a loop of each library's gemm"},
 };

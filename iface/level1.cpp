@@ -13,10 +13,12 @@
 //   - the Fortran index routines answer 1-based, the CBLAS ones 0-based
 //     (0 also when there is nothing to search).
 #include <orb/orb_blas.h>
+#include <orb/internal/orb_kernels.h>
 #include <orb/orb_cblas.h>
 
 #include <type_traits>
 
+#include "lp64.hpp"
 #include "report.hpp"
 
 namespace orb::iface {
@@ -319,3 +321,101 @@ ORB_C_INDEX(isamin, float, float)
 ORB_C_INDEX(idamin, double, double)
 ORB_C_INDEX(icamin, void, ORB_Complex8)
 ORB_C_INDEX(izamin, void, ORB_Complex16)
+
+// ---- Scalar routines and mixed precision --------------------------------------
+//
+// ?rotg, ?rotmg and ?cabs1 work on scalars, sdsdot and dsdot accumulate in
+// double: nothing to cut, so these names call the core's kernels directly.
+// lsame_ is the standard's letter test that the reference programs call.
+
+#define ORB_F_ROTG(name, vname, T, R, kernel)                                                      \
+  extern "C" ORB_EXPORT void name(T *a, T *b, R *c, T *s) {                                        \
+    level1_reported(kLp64, vname, [&] { kernel(a, b, c, s); },                                     \
+                    [&](CallText &t) { t.address(a).address(b).address(c).address(s); });         \
+  }
+#define ORB_F_ROTMG(name, vname, T, kernel)                                                        \
+  extern "C" ORB_EXPORT void name(T *d1, T *d2, T *x1, const T *y1, T *param) {                    \
+    level1_reported(kLp64, vname, [&] { kernel(d1, d2, x1, y1, param); },                          \
+                    [&](CallText &t) { t.address(d1).address(d2).address(x1).scalar(y1).address(param); }); \
+  }
+#define ORB_F_SDSDOT(name, vname, I, code)                                                         \
+  extern "C" ORB_EXPORT float name(const I *n, const float *sb, const float *x, const I *incx, const float *y, \
+                                   const I *incy) {                                                \
+    return level1_reported(                                                                        \
+        code, vname,                                                                               \
+        [&] { return orb_blas_xsdsdot(orb::thr::widen(n), sb, x, orb::thr::widen(incx), y, orb::thr::widen(incy)); }, \
+        [&](CallText &t) { two_vectors(t.integer(n).scalar(sb), n, x, incx, y, incy); });        \
+  }
+#define ORB_F_DSDOT(name, vname, I, code)                                                          \
+  extern "C" ORB_EXPORT double name(const I *n, const float *x, const I *incx, const float *y, const I *incy) { \
+    return level1_reported(                                                                        \
+        code, vname,                                                                               \
+        [&] { return orb_blas_xdsdot(orb::thr::widen(n), x, orb::thr::widen(incx), y, orb::thr::widen(incy)); }, \
+        [&](CallText &t) { two_vectors(t, n, x, incx, y, incy); });                                \
+  }
+#define ORB_F_CABS1(name, vname, T, R, kernel)                                                     \
+  extern "C" ORB_EXPORT R name(const T *z) {                                                       \
+    return level1_reported(kLp64, vname, [&] { return kernel(z); }, [&](CallText &t) { t.scalar(z); }); \
+  }
+
+// The routines without integers take the same arguments in both widths.
+#define ORB_SCALAR_FORMS(SHAPE, lower, UPPER, ...)                        \
+  SHAPE(lower##_, #UPPER, __VA_ARGS__, orb_blas_x##lower)                 \
+  SHAPE(lower##_64_, #UPPER "_64", __VA_ARGS__, orb_blas_x##lower)        \
+  ORB_FORTRAN_NAME_FORMS(lower, UPPER)
+ORB_SCALAR_FORMS(ORB_F_ROTG, srotg, SROTG, float, float)
+ORB_SCALAR_FORMS(ORB_F_ROTG, drotg, DROTG, double, double)
+ORB_SCALAR_FORMS(ORB_F_ROTG, crotg, CROTG, ORB_Complex8, float)
+ORB_SCALAR_FORMS(ORB_F_ROTG, zrotg, ZROTG, ORB_Complex16, double)
+ORB_SCALAR_FORMS(ORB_F_ROTMG, srotmg, SROTMG, float)
+ORB_SCALAR_FORMS(ORB_F_ROTMG, drotmg, DROTMG, double)
+ORB_SCALAR_FORMS(ORB_F_CABS1, scabs1, SCABS1, ORB_Complex8, float)
+ORB_SCALAR_FORMS(ORB_F_CABS1, dcabs1, DCABS1, ORB_Complex16, double)
+ORB_F_SDSDOT(sdsdot_, "SDSDOT", int, kLp64)
+ORB_F_SDSDOT(sdsdot_64_, "SDSDOT_64", ORB_INT, kIlp64)
+ORB_FORTRAN_NAME_FORMS(sdsdot, SDSDOT)
+ORB_F_DSDOT(dsdot_, "DSDOT", int, kLp64)
+ORB_F_DSDOT(dsdot_64_, "DSDOT_64", ORB_INT, kIlp64)
+ORB_FORTRAN_NAME_FORMS(dsdot, DSDOT)
+
+//! LOGICAL LSAME(CA, CB): whether the two letters are equal ignoring case.
+extern "C" ORB_EXPORT int lsame_(const char *ca, const char *cb) { return orb_serv_lsame(ca, cb); }
+ORB_FORTRAN_NAME_FORMS(lsame, LSAME)
+
+// The CBLAS names: complex operands through void pointers, y1 and sb by value.
+#define ORB_C_ROTG(p, T, R)                                                                        \
+  extern "C" void cblas_##p##rotg(ORB_CBLAS_ARRAY(T) *a, ORB_CBLAS_ARRAY(T) *b, R *c, ORB_CBLAS_ARRAY(T) *s) { \
+    level1_reported(kCblas, "cblas_" #p "rotg",                                                    \
+                    [&] { orb_blas_x##p##rotg(static_cast<T *>(a), static_cast<T *>(b), c, static_cast<T *>(s)); }, \
+                    [&](CallText &t) { t.address(a).address(b).address(c).address(s); });         \
+  }
+#define ORB_CBLAS_ARRAY(T) std::conditional_t<std::is_arithmetic_v<T>, T, void>
+ORB_C_ROTG(s, float, float)
+ORB_C_ROTG(d, double, double)
+ORB_C_ROTG(c, ORB_Complex8, float)
+ORB_C_ROTG(z, ORB_Complex16, double)
+#define ORB_C_ROTMG(p, T)                                                                          \
+  extern "C" void cblas_##p##rotmg(T *d1, T *d2, T *x1, T y1, T *param) {                          \
+    level1_reported(kCblas, "cblas_" #p "rotmg", [&] { orb_blas_x##p##rotmg(d1, d2, x1, &y1, param); }, \
+                    [&](CallText &t) { t.address(d1).address(d2).address(x1).scalar(&y1).address(param); }); \
+  }
+ORB_C_ROTMG(s, float)
+ORB_C_ROTMG(d, double)
+extern "C" float cblas_sdsdot(int n, float alpha, const float *x, int incx, const float *y, int incy) {
+  const ORB_INT n64 = n, incx64 = incx, incy64 = incy;
+  return level1_reported(kCblas, "cblas_sdsdot", [&] { return orb_blas_xsdsdot(&n64, &alpha, x, &incx64, y, &incy64); },
+                         [&](CallText &t) { two_vectors(t.integer(n).scalar(&alpha), n, x, incx, y, incy); });
+}
+extern "C" double cblas_dsdot(int n, const float *x, int incx, const float *y, int incy) {
+  const ORB_INT n64 = n, incx64 = incx, incy64 = incy;
+  return level1_reported(kCblas, "cblas_dsdot", [&] { return orb_blas_xdsdot(&n64, x, &incx64, y, &incy64); },
+                         [&](CallText &t) { two_vectors(t, n, x, incx, y, incy); });
+}
+#define ORB_C_CABS1(p, T, R)                                                                       \
+  extern "C" R cblas_##p##cabs1(const void *z) {                                                   \
+    const T *v = static_cast<const T *>(z);                                                        \
+    return level1_reported(kCblas, "cblas_" #p "cabs1", [&] { return orb_blas_x##p##cabs1(v); },  \
+                           [&](CallText &t) { t.scalar(v); });                                     \
+  }
+ORB_C_CABS1(s, ORB_Complex8, float)
+ORB_C_CABS1(d, ORB_Complex16, double)

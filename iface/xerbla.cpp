@@ -118,3 +118,14 @@ __attribute__((constructor)) void install_interface_xerbla() {
 }
 
 }  // namespace
+
+// XERBLA_ARRAY(SRNAME_ARRAY, SRNAME_LEN, INFO): the report of a caller that
+// has its name as an array of characters (a C program, say); it goes to
+// xerbla_ with the name cut to the handler's 32 characters, as the standard
+// routine does.
+extern "C" ORB_EXPORT void xerbla_array_(const char *name, const int *len, const int *info, size_t) {
+  char buf[33] = {};
+  const int n = len && *len > 0 ? (*len < 32 ? *len : 32) : 0;
+  if (name) std::memcpy(buf, name, static_cast<size_t>(n));
+  xerbla_(buf, info, static_cast<size_t>(n));
+}

@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # The main job: builds orb, shows what it sees on this machine, and measures
 # its threaded matrix product, a batch of small products, level-1 routines and
-# dtrsm, dtrmm, dsyrk, dsyr2k, dsymm and dgemmt against the serial provider
-# and the threaded peers (short runs; bench/run.sh is the full gemm one).
+# dtrsm, dtrmm, dsyrk, dsyr2k, dsymm, dgemmt and the level-2 routines against the
+# serial provider and the threaded peers (short runs; bench/run.sh is the full gemm one).
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 "$root/bench/setup.sh"
@@ -17,3 +17,5 @@ echo
 "$bdir/bench/orb-bench" level1 --quick
 echo
 "$bdir/bench/orb-bench" level3 --quick
+echo
+"$bdir/bench/orb-bench" level2 --quick

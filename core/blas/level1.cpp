@@ -122,3 +122,41 @@ ORB_XCOMPLEX_LEVEL1(c, ORB_Complex8, s, float)
 ORB_XCOMPLEX_LEVEL1(z, ORB_Complex16, d, double)
 #undef ORB_XCOMPLEX_LEVEL1
 #undef ORB_XCOMPLEX_DOT
+
+// The scalar routines have nothing to cut and no illegal argument: ?rotg and
+// ?rotmg build a rotation from two numbers, ?cabs1 is |re| + |im|.  The
+// mixed-precision dot products take level 1's early return (n < 1 gives sb,
+// or 0) and let the provider accumulate in double.
+#define ORB_XROTG(p, T, R)                                                  \
+  extern "C" ORB_ROTG_DECL(orb_blas_x##p##rotg, T, R, ORB_INT) {            \
+    if (!all_present(a, b, c, s)) return;                                   \
+    orb::core::provider().p##rotg(a, b, c, s);                              \
+  }
+ORB_XROTG(s, float, float)
+ORB_XROTG(d, double, double)
+ORB_XROTG(c, ORB_Complex8, float)
+ORB_XROTG(z, ORB_Complex16, double)
+#undef ORB_XROTG
+
+#define ORB_XROTMG(p, T)                                                    \
+  extern "C" ORB_ROTMG_DECL(orb_blas_x##p##rotmg, T, ORB_INT) {             \
+    if (!all_present(d1, d2, x1, y1, param)) return;                        \
+    orb::core::provider().p##rotmg(d1, d2, x1, y1, param);                  \
+  }
+ORB_XROTMG(s, float)
+ORB_XROTMG(d, double)
+#undef ORB_XROTMG
+
+extern "C" ORB_SDSDOT_DECL(orb_blas_xsdsdot, ORB_INT) {
+  if (!sb) return 0.0f;
+  if (nothing_to_do(n) || !all_present(incx, incy)) return *sb;
+  return orb::core::provider().sdsdot(n, sb, x, incx, y, incy);
+}
+
+extern "C" ORB_DSDOT_DECL(orb_blas_xdsdot, ORB_INT) {
+  if (nothing_to_do(n) || !all_present(incx, incy)) return 0.0;
+  return orb::core::provider().dsdot(n, x, incx, y, incy);
+}
+
+extern "C" float orb_blas_xscabs1(const ORB_Complex8 *z) { return z ? orb::abs1(*z) : 0.0f; }
+extern "C" double orb_blas_xdcabs1(const ORB_Complex16 *z) { return z ? orb::abs1(*z) : 0.0; }

@@ -8,6 +8,7 @@
 // table and nothing else.
 #pragma once
 
+#include <orb/orb_blas.h>
 #include <orb/orb_types.h>
 
 #include <cstddef>
@@ -105,6 +106,37 @@ using ProviderSyr2kFn = void (*)(const char *, const char *, const FortranInt *,
 template <class T>
 using ProviderHer2kFn = ProviderSyr2kFn<T, ProviderRealOf<T>>;
 
+//! A provider level-2 routine: the argument list of its kind (orb_blas.h)
+//! with 64-bit integers, then the hidden lengths of its characters.
+template <class Signature>
+using ProviderLevel2Fn = Signature *;
+#define ORB_L2_LENGTHS_Gbmv , std::size_t
+#define ORB_L2_LENGTHS_Symv , std::size_t
+#define ORB_L2_LENGTHS_Sbmv , std::size_t
+#define ORB_L2_LENGTHS_Spmv , std::size_t
+#define ORB_L2_LENGTHS_Trmv , std::size_t, std::size_t, std::size_t
+#define ORB_L2_LENGTHS_Tbmv , std::size_t, std::size_t, std::size_t
+#define ORB_L2_LENGTHS_Tpmv , std::size_t, std::size_t, std::size_t
+#define ORB_L2_LENGTHS_Ger
+#define ORB_L2_LENGTHS_Syr , std::size_t
+#define ORB_L2_LENGTHS_Spr , std::size_t
+#define ORB_L2_LENGTHS_Syr2 , std::size_t
+#define ORB_L2_LENGTHS_Spr2 , std::size_t
+#define ORB_L2_FN(list, T, S) ProviderLevel2Fn<void(ORB_L2_PARAMS_##list(T, S, FortranInt) ORB_L2_LENGTHS_##list)>
+
+//! The scalar routines: ?rotg, ?rotmg, the mixed-precision dot products,
+//! and ?cabs1.
+template <class T>
+using ProviderRotgFn = void (*)(T *, T *, ProviderRealOf<T> *, T *);
+template <class T>
+using ProviderRotmgFn = void (*)(T *, T *, T *, const T *, T *);
+using ProviderSdsdotFn = float (*)(const FortranInt *, const float *, const float *, const FortranInt *, const float *,
+                                   const FortranInt *);
+using ProviderDsdotFn = double (*)(const FortranInt *, const float *, const FortranInt *, const float *,
+                                   const FortranInt *);
+template <class T>
+using ProviderCabs1Fn = ProviderRealOf<T> (*)(const T *);
+
 //! Every routine the core takes from the provider, one line each: the field of
 //! ProviderTable (also the provider's Fortran name less its underscore) and
 //! its pointer type.  A new provider routine is one more line here.
@@ -192,7 +224,79 @@ using ProviderHer2kFn = ProviderSyr2kFn<T, ProviderRealOf<T>>;
   X(csyr2k, ProviderSyr2kFn<ORB_Complex8>)  \
   X(zsyr2k, ProviderSyr2kFn<ORB_Complex16>) \
   X(cher2k, ProviderHer2kFn<ORB_Complex8>)   \
-  X(zher2k, ProviderHer2kFn<ORB_Complex16>)
+  X(zher2k, ProviderHer2kFn<ORB_Complex16>) \
+  X(sgbmv, ORB_L2_FN(Gbmv, float, float))                  \
+  X(dgbmv, ORB_L2_FN(Gbmv, double, double))                \
+  X(cgbmv, ORB_L2_FN(Gbmv, ORB_Complex8, ORB_Complex8))    \
+  X(zgbmv, ORB_L2_FN(Gbmv, ORB_Complex16, ORB_Complex16))  \
+  X(ssymv, ORB_L2_FN(Symv, float, float))                  \
+  X(dsymv, ORB_L2_FN(Symv, double, double))                \
+  X(chemv, ORB_L2_FN(Symv, ORB_Complex8, ORB_Complex8))    \
+  X(zhemv, ORB_L2_FN(Symv, ORB_Complex16, ORB_Complex16))  \
+  X(ssbmv, ORB_L2_FN(Sbmv, float, float))                  \
+  X(dsbmv, ORB_L2_FN(Sbmv, double, double))                \
+  X(chbmv, ORB_L2_FN(Sbmv, ORB_Complex8, ORB_Complex8))    \
+  X(zhbmv, ORB_L2_FN(Sbmv, ORB_Complex16, ORB_Complex16))  \
+  X(sspmv, ORB_L2_FN(Spmv, float, float))                  \
+  X(dspmv, ORB_L2_FN(Spmv, double, double))                \
+  X(chpmv, ORB_L2_FN(Spmv, ORB_Complex8, ORB_Complex8))    \
+  X(zhpmv, ORB_L2_FN(Spmv, ORB_Complex16, ORB_Complex16))  \
+  X(strmv, ORB_L2_FN(Trmv, float, float))                  \
+  X(dtrmv, ORB_L2_FN(Trmv, double, double))                \
+  X(ctrmv, ORB_L2_FN(Trmv, ORB_Complex8, ORB_Complex8))    \
+  X(ztrmv, ORB_L2_FN(Trmv, ORB_Complex16, ORB_Complex16))  \
+  X(strsv, ORB_L2_FN(Trmv, float, float))                  \
+  X(dtrsv, ORB_L2_FN(Trmv, double, double))                \
+  X(ctrsv, ORB_L2_FN(Trmv, ORB_Complex8, ORB_Complex8))    \
+  X(ztrsv, ORB_L2_FN(Trmv, ORB_Complex16, ORB_Complex16))  \
+  X(stbmv, ORB_L2_FN(Tbmv, float, float))                  \
+  X(dtbmv, ORB_L2_FN(Tbmv, double, double))                \
+  X(ctbmv, ORB_L2_FN(Tbmv, ORB_Complex8, ORB_Complex8))    \
+  X(ztbmv, ORB_L2_FN(Tbmv, ORB_Complex16, ORB_Complex16))  \
+  X(stbsv, ORB_L2_FN(Tbmv, float, float))                  \
+  X(dtbsv, ORB_L2_FN(Tbmv, double, double))                \
+  X(ctbsv, ORB_L2_FN(Tbmv, ORB_Complex8, ORB_Complex8))    \
+  X(ztbsv, ORB_L2_FN(Tbmv, ORB_Complex16, ORB_Complex16))  \
+  X(stpmv, ORB_L2_FN(Tpmv, float, float))                  \
+  X(dtpmv, ORB_L2_FN(Tpmv, double, double))                \
+  X(ctpmv, ORB_L2_FN(Tpmv, ORB_Complex8, ORB_Complex8))    \
+  X(ztpmv, ORB_L2_FN(Tpmv, ORB_Complex16, ORB_Complex16))  \
+  X(stpsv, ORB_L2_FN(Tpmv, float, float))                  \
+  X(dtpsv, ORB_L2_FN(Tpmv, double, double))                \
+  X(ctpsv, ORB_L2_FN(Tpmv, ORB_Complex8, ORB_Complex8))    \
+  X(ztpsv, ORB_L2_FN(Tpmv, ORB_Complex16, ORB_Complex16))  \
+  X(sger, ORB_L2_FN(Ger, float, float))                    \
+  X(dger, ORB_L2_FN(Ger, double, double))                  \
+  X(cgeru, ORB_L2_FN(Ger, ORB_Complex8, ORB_Complex8))     \
+  X(zgeru, ORB_L2_FN(Ger, ORB_Complex16, ORB_Complex16))   \
+  X(cgerc, ORB_L2_FN(Ger, ORB_Complex8, ORB_Complex8))     \
+  X(zgerc, ORB_L2_FN(Ger, ORB_Complex16, ORB_Complex16))   \
+  X(ssyr, ORB_L2_FN(Syr, float, float))                    \
+  X(dsyr, ORB_L2_FN(Syr, double, double))                  \
+  X(cher, ORB_L2_FN(Syr, ORB_Complex8, float))             \
+  X(zher, ORB_L2_FN(Syr, ORB_Complex16, double))           \
+  X(sspr, ORB_L2_FN(Spr, float, float))                    \
+  X(dspr, ORB_L2_FN(Spr, double, double))                  \
+  X(chpr, ORB_L2_FN(Spr, ORB_Complex8, float))             \
+  X(zhpr, ORB_L2_FN(Spr, ORB_Complex16, double))           \
+  X(ssyr2, ORB_L2_FN(Syr2, float, float))                  \
+  X(dsyr2, ORB_L2_FN(Syr2, double, double))                \
+  X(cher2, ORB_L2_FN(Syr2, ORB_Complex8, ORB_Complex8))    \
+  X(zher2, ORB_L2_FN(Syr2, ORB_Complex16, ORB_Complex16))  \
+  X(sspr2, ORB_L2_FN(Spr2, float, float))                  \
+  X(dspr2, ORB_L2_FN(Spr2, double, double))                \
+  X(chpr2, ORB_L2_FN(Spr2, ORB_Complex8, ORB_Complex8))    \
+  X(zhpr2, ORB_L2_FN(Spr2, ORB_Complex16, ORB_Complex16))  \
+  X(srotg, ProviderRotgFn<float>)                          \
+  X(drotg, ProviderRotgFn<double>)                         \
+  X(crotg, ProviderRotgFn<ORB_Complex8>)            \
+  X(zrotg, ProviderRotgFn<ORB_Complex16>)          \
+  X(srotmg, ProviderRotmgFn<float>)                        \
+  X(drotmg, ProviderRotmgFn<double>)                       \
+  X(sdsdot, ProviderSdsdotFn)                              \
+  X(dsdot, ProviderDsdotFn)                                \
+  X(scabs1, ProviderCabs1Fn<ORB_Complex8>)                 \
+  X(dcabs1, ProviderCabs1Fn<ORB_Complex16>)
 
 //! The provider's routines, bound once.
 struct ProviderTable {

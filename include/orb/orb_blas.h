@@ -218,6 +218,104 @@ ORB_SYR2K_HER2K_DECLS(orb_blas_lp64_, int)
 ORB_LEVEL1_EACH_TYPE(ORB_GEMMT_DECL, orb_blas_, gemmt, ORB_INT)
 ORB_LEVEL1_EACH_TYPE(ORB_GEMMT_DECL, orb_blas_lp64_, gemmt, int)
 
+/* ---- Level 2: matrix-vector products, triangles, rank updates ----------- */
+
+/* Every level-2 routine of the standard in one list: X(list, name, NAME, T,
+ * S, E, A, B) with list the argument list it takes (below), T its element type, S
+ * the type of its alpha (real for ?her and ?hpr), and E, A, B the element,
+ * alpha and beta types of its CBLAS name (void and const void * for the
+ * complex ones, whose scalars come by address). */
+#define ORB_L2_REAL(X, list, family, FAMILY)                                    \
+  X(list, s##family, S##FAMILY, float, float, float, float, float)              \
+  X(list, d##family, D##FAMILY, double, double, double, double, double)
+#define ORB_L2_COMPLEX(X, list, family, FAMILY)                                                  \
+  X(list, c##family, C##FAMILY, ORB_Complex8, ORB_Complex8, void, const void *, const void *)   \
+  X(list, z##family, Z##FAMILY, ORB_Complex16, ORB_Complex16, void, const void *, const void *)
+#define ORB_L2_COMPLEX_REAL_ALPHA(X, list, family, FAMILY)                      \
+  X(list, c##family, C##FAMILY, ORB_Complex8, float, void, float, const void *) \
+  X(list, z##family, Z##FAMILY, ORB_Complex16, double, void, double, const void *)
+#define ORB_LEVEL2_ROUTINES(X)                                                        \
+  ORB_L2_REAL(X, Gbmv, gbmv, GBMV) ORB_L2_COMPLEX(X, Gbmv, gbmv, GBMV)                           \
+  ORB_L2_REAL(X, Symv, symv, SYMV) ORB_L2_COMPLEX(X, Symv, hemv, HEMV)                           \
+  ORB_L2_REAL(X, Sbmv, sbmv, SBMV) ORB_L2_COMPLEX(X, Sbmv, hbmv, HBMV)                           \
+  ORB_L2_REAL(X, Spmv, spmv, SPMV) ORB_L2_COMPLEX(X, Spmv, hpmv, HPMV)                           \
+  ORB_L2_REAL(X, Trmv, trmv, TRMV) ORB_L2_COMPLEX(X, Trmv, trmv, TRMV)                           \
+  ORB_L2_REAL(X, Trmv, trsv, TRSV) ORB_L2_COMPLEX(X, Trmv, trsv, TRSV)                           \
+  ORB_L2_REAL(X, Tbmv, tbmv, TBMV) ORB_L2_COMPLEX(X, Tbmv, tbmv, TBMV)                           \
+  ORB_L2_REAL(X, Tbmv, tbsv, TBSV) ORB_L2_COMPLEX(X, Tbmv, tbsv, TBSV)                           \
+  ORB_L2_REAL(X, Tpmv, tpmv, TPMV) ORB_L2_COMPLEX(X, Tpmv, tpmv, TPMV)                           \
+  ORB_L2_REAL(X, Tpmv, tpsv, TPSV) ORB_L2_COMPLEX(X, Tpmv, tpsv, TPSV)                           \
+  ORB_L2_REAL(X, Ger, ger, GER) ORB_L2_COMPLEX(X, Ger, geru, GERU) ORB_L2_COMPLEX(X, Ger, gerc, GERC)  \
+  ORB_L2_REAL(X, Syr, syr, SYR) ORB_L2_COMPLEX_REAL_ALPHA(X, Syr, her, HER)                    \
+  ORB_L2_REAL(X, Spr, spr, SPR) ORB_L2_COMPLEX_REAL_ALPHA(X, Spr, hpr, HPR)                    \
+  ORB_L2_REAL(X, Syr2, syr2, SYR2) ORB_L2_COMPLEX(X, Syr2, her2, HER2)                           \
+  ORB_L2_REAL(X, Spr2, spr2, SPR2) ORB_L2_COMPLEX(X, Spr2, hpr2, HPR2)
+
+/* The twelve argument lists, with integers I, as the standard names take
+ * them, and the names of their arguments. */
+#define ORB_L2_PARAMS_Gbmv(T, S, I)                                                                      \
+  const char *trans, const I *m, const I *n, const I *kl, const I *ku, const S *alpha, const T *a,       \
+      const I *lda, const T *x, const I *incx, const T *beta, T *y, const I *incy
+#define ORB_L2_ARGS_Gbmv trans, m, n, kl, ku, alpha, a, lda, x, incx, beta, y, incy
+#define ORB_L2_PARAMS_Symv(T, S, I)                                                                      \
+  const char *uplo, const I *n, const S *alpha, const T *a, const I *lda, const T *x, const I *incx,     \
+      const T *beta, T *y, const I *incy
+#define ORB_L2_ARGS_Symv uplo, n, alpha, a, lda, x, incx, beta, y, incy
+#define ORB_L2_PARAMS_Sbmv(T, S, I)                                                                      \
+  const char *uplo, const I *n, const I *k, const S *alpha, const T *a, const I *lda, const T *x,        \
+      const I *incx, const T *beta, T *y, const I *incy
+#define ORB_L2_ARGS_Sbmv uplo, n, k, alpha, a, lda, x, incx, beta, y, incy
+#define ORB_L2_PARAMS_Spmv(T, S, I)                                                                      \
+  const char *uplo, const I *n, const S *alpha, const T *ap, const T *x, const I *incx, const T *beta,   \
+      T *y, const I *incy
+#define ORB_L2_ARGS_Spmv uplo, n, alpha, ap, x, incx, beta, y, incy
+#define ORB_L2_PARAMS_Trmv(T, S, I) \
+  const char *uplo, const char *trans, const char *diag, const I *n, const T *a, const I *lda, T *x, const I *incx
+#define ORB_L2_ARGS_Trmv uplo, trans, diag, n, a, lda, x, incx
+#define ORB_L2_PARAMS_Tbmv(T, S, I)                                                                      \
+  const char *uplo, const char *trans, const char *diag, const I *n, const I *k, const T *a, const I *lda, \
+      T *x, const I *incx
+#define ORB_L2_ARGS_Tbmv uplo, trans, diag, n, k, a, lda, x, incx
+#define ORB_L2_PARAMS_Tpmv(T, S, I) \
+  const char *uplo, const char *trans, const char *diag, const I *n, const T *ap, T *x, const I *incx
+#define ORB_L2_ARGS_Tpmv uplo, trans, diag, n, ap, x, incx
+#define ORB_L2_PARAMS_Ger(T, S, I)                                                                       \
+  const I *m, const I *n, const S *alpha, const T *x, const I *incx, const T *y, const I *incy, T *a,    \
+      const I *lda
+#define ORB_L2_ARGS_Ger m, n, alpha, x, incx, y, incy, a, lda
+#define ORB_L2_PARAMS_Syr(T, S, I) \
+  const char *uplo, const I *n, const S *alpha, const T *x, const I *incx, T *a, const I *lda
+#define ORB_L2_ARGS_Syr uplo, n, alpha, x, incx, a, lda
+#define ORB_L2_PARAMS_Spr(T, S, I) const char *uplo, const I *n, const S *alpha, const T *x, const I *incx, T *ap
+#define ORB_L2_ARGS_Spr uplo, n, alpha, x, incx, ap
+#define ORB_L2_PARAMS_Syr2(T, S, I)                                                                      \
+  const char *uplo, const I *n, const S *alpha, const T *x, const I *incx, const T *y, const I *incy,    \
+      T *a, const I *lda
+#define ORB_L2_ARGS_Syr2 uplo, n, alpha, x, incx, y, incy, a, lda
+#define ORB_L2_PARAMS_Spr2(T, S, I)                                                                      \
+  const char *uplo, const I *n, const S *alpha, const T *x, const I *incx, const T *y, const I *incy,    \
+      T *ap
+#define ORB_L2_ARGS_Spr2 uplo, n, alpha, x, incx, y, incy, ap
+
+/* The drivers: orb_blas_dsymv (ORB_INT) and orb_blas_lp64_dsymv (int). */
+#define ORB_L2_DRIVER_DECLS(list, name, NAME, T, S, E, A, B)       \
+  void orb_blas_##name(ORB_L2_PARAMS_##list(T, S, ORB_INT)); \
+  void orb_blas_lp64_##name(ORB_L2_PARAMS_##list(T, S, int));
+ORB_LEVEL2_ROUTINES(ORB_L2_DRIVER_DECLS)
+
+/* ---- Level 1 completions: rotations built from scalars, mixed-precision
+ * dot products, and the magnitude the index searches use. */
+
+/* Givens rotation: on return a holds r, b the reconstruction value z, c and
+ * s the rotation (s complex for crotg and zrotg). */
+#define ORB_ROTG_DECL(name, T, R, I) void name(T *a, T *b, R *c, T *s)
+/* Modified Givens rotation of (sqrt(d1) x1, sqrt(d2) y1): param as for ?rotm. */
+#define ORB_ROTMG_DECL(name, T, I) void name(T *d1, T *d2, T *x1, const T *y1, T *param)
+/* sb + sum x_i y_i accumulated in double, rounded to float. */
+#define ORB_SDSDOT_DECL(name, I) float name(const I *n, const float *sb, const float *x, const I *incx, const float *y, const I *incy)
+/* sum x_i y_i of floats, accumulated and returned in double. */
+#define ORB_DSDOT_DECL(name, I) double name(const I *n, const float *x, const I *incx, const float *y, const I *incy)
+
 ORB_END_DECLS
 
 #endif

@@ -20,6 +20,7 @@
 #define ORB_CBLAS_H
 
 #include <orb/orb_types.h>
+#include <orb/orb_blas.h>
 
 ORB_BEGIN_DECLS
 
@@ -228,6 +229,56 @@ CBLAS_INDEX cblas_isamin(int n, const float *x, int incx);
 CBLAS_INDEX cblas_idamin(int n, const double *x, int incx);
 CBLAS_INDEX cblas_icamin(int n, const void *x, int incx);
 CBLAS_INDEX cblas_izamin(int n, const void *x, int incx);
+
+
+/* ---- Level 2 ------------------------------------------------------------ */
+
+/* The argument lists of orb_blas.h's level-2 routines as CBLAS takes them:
+ * the layout first, integers by value, E the element type of the arrays (void
+ * for the complex routines), A and B the types of alpha and beta. */
+#define ORB_CBLAS_L2_PARAMS_Gbmv(E, A, B)                                                                 \
+  CBLAS_LAYOUT layout, CBLAS_TRANSPOSE trans, int m, int n, int kl, int ku, A alpha, const E *a, int lda, \
+      const E *x, int incx, B beta, E *y, int incy
+#define ORB_CBLAS_L2_PARAMS_Symv(E, A, B)                                                                  \
+  CBLAS_LAYOUT layout, CBLAS_UPLO uplo, int n, A alpha, const E *a, int lda, const E *x, int incx, B beta, \
+      E *y, int incy
+#define ORB_CBLAS_L2_PARAMS_Sbmv(E, A, B)                                                                 \
+  CBLAS_LAYOUT layout, CBLAS_UPLO uplo, int n, int k, A alpha, const E *a, int lda, const E *x, int incx, \
+      B beta, E *y, int incy
+#define ORB_CBLAS_L2_PARAMS_Spmv(E, A, B) \
+  CBLAS_LAYOUT layout, CBLAS_UPLO uplo, int n, A alpha, const E *ap, const E *x, int incx, B beta, E *y, int incy
+#define ORB_CBLAS_L2_PARAMS_Trmv(E, A, B)                                                                  \
+  CBLAS_LAYOUT layout, CBLAS_UPLO uplo, CBLAS_TRANSPOSE trans, CBLAS_DIAG diag, int n, const E *a, int lda, \
+      E *x, int incx
+#define ORB_CBLAS_L2_PARAMS_Tbmv(E, A, B)                                                                  \
+  CBLAS_LAYOUT layout, CBLAS_UPLO uplo, CBLAS_TRANSPOSE trans, CBLAS_DIAG diag, int n, int k, const E *a,  \
+      int lda, E *x, int incx
+#define ORB_CBLAS_L2_PARAMS_Tpmv(E, A, B) \
+  CBLAS_LAYOUT layout, CBLAS_UPLO uplo, CBLAS_TRANSPOSE trans, CBLAS_DIAG diag, int n, const E *ap, E *x, int incx
+#define ORB_CBLAS_L2_PARAMS_Ger(E, A, B) \
+  CBLAS_LAYOUT layout, int m, int n, A alpha, const E *x, int incx, const E *y, int incy, E *a, int lda
+#define ORB_CBLAS_L2_PARAMS_Syr(E, A, B) \
+  CBLAS_LAYOUT layout, CBLAS_UPLO uplo, int n, A alpha, const E *x, int incx, E *a, int lda
+#define ORB_CBLAS_L2_PARAMS_Spr(E, A, B) CBLAS_LAYOUT layout, CBLAS_UPLO uplo, int n, A alpha, const E *x, int incx, E *ap
+#define ORB_CBLAS_L2_PARAMS_Syr2(E, A, B) \
+  CBLAS_LAYOUT layout, CBLAS_UPLO uplo, int n, A alpha, const E *x, int incx, const E *y, int incy, E *a, int lda
+#define ORB_CBLAS_L2_PARAMS_Spr2(E, A, B) \
+  CBLAS_LAYOUT layout, CBLAS_UPLO uplo, int n, A alpha, const E *x, int incx, const E *y, int incy, E *ap
+#define ORB_CBLAS_L2_DECL(list, name, NAME, T, S, E, A, B) void cblas_##name(ORB_CBLAS_L2_PARAMS_##list(E, A, B));
+ORB_LEVEL2_ROUTINES(ORB_CBLAS_L2_DECL)
+#undef ORB_CBLAS_L2_DECL
+
+/* Rotations from scalars, mixed-precision dot products, |re| + |im|. */
+void cblas_srotg(float *a, float *b, float *c, float *s);
+void cblas_drotg(double *a, double *b, double *c, double *s);
+void cblas_crotg(void *a, void *b, float *c, void *s);
+void cblas_zrotg(void *a, void *b, double *c, void *s);
+void cblas_srotmg(float *d1, float *d2, float *x1, float y1, float *param);
+void cblas_drotmg(double *d1, double *d2, double *x1, double y1, double *param);
+float cblas_sdsdot(int n, float alpha, const float *x, int incx, const float *y, int incy);
+double cblas_dsdot(int n, const float *x, int incx, const float *y, int incy);
+float cblas_scabs1(const void *z);
+double cblas_dcabs1(const void *z);
 
 ORB_END_DECLS
 

@@ -95,6 +95,17 @@ ORB_TEST_X(ORB_INDEX_DECL, idamin, (n, x, incx), double, ORB_INT)
 ORB_TEST_X(ORB_INDEX_DECL, izamax, (n, x, incx), ORB_Complex16, ORB_INT)
 ORB_TEST_X(ORB_INDEX_DECL, izamin, (n, x, incx), ORB_Complex16, ORB_INT)
 
+// The level-2 kernels the threaded drivers cut into: the block of A each call updates.
+#define ORB_TEST_L2_DECL(name, list, T, S) void name(ORB_L2_PARAMS_##list(T, S, ORB_INT))
+ORB_TEST_WRAP(ORB_TEST_L2_DECL, dger, if (m && n) remember(&Observed::ger, BlockCall{*m, *n, a}),
+              (m, n, alpha, x, incx, y, incy, a, lda), Ger, double, double)
+ORB_TEST_WRAP(ORB_TEST_L2_DECL, dsyr, if (n) remember(&Observed::syr, BlockCall{*n, *n, a}), (uplo, n, alpha, x, incx, a, lda),
+              Syr, double, double)
+ORB_TEST_WRAP(ORB_TEST_L2_DECL, zgerc, if (m && n) remember(&Observed::ger, BlockCall{*m, *n, a}),
+              (m, n, alpha, x, incx, y, incy, a, lda), Ger, ORB_Complex16, ORB_Complex16)
+ORB_TEST_WRAP(ORB_TEST_L2_DECL, zher, if (n) remember(&Observed::syr, BlockCall{*n, *n, a}), (uplo, n, alpha, x, incx, a, lda),
+              Syr, ORB_Complex16, double)
+
 // Scratch comes back filled with NaN, so a partial buffer that is summed
 // without having been written shows in the result.
 extern "C" void *orb_serv_allocate(int64_t bytes, int alignment) {

@@ -42,6 +42,7 @@ struct Observed {
   std::vector<GemmCall> gemm;
   std::vector<GemvCall> gemv;
   std::vector<BlockCall> trsm, trmm, syrk, syr2k, gemmt, symm;
+  std::vector<BlockCall> ger, syr;  //!< ?ger, ?gerc and ?syr, ?her: the block of A
   std::vector<Level1Call> level1;
   std::vector<long> alloc_bytes;
   std::vector<int> alloc_alignment;

@@ -7,6 +7,8 @@
 #include <orb/orb_cblas.h>
 #include <orb/orb_service.h>
 
+#include <tuple>
+
 #include "dense.hpp"
 #include "hooks.hpp"
 
@@ -28,6 +30,12 @@ extern "C" {
   ORB_LEVEL1_EACH_TYPE(ORB_INDEX_DECL, i, amax##suffix, I)
 ORB_TEST_F_NAMES(int, _)
 ORB_TEST_F_NAMES(int64_t, _64_)
+ORB_ROTG_DECL(drotg_, double, double, int);
+ORB_ROTG_DECL(zrotg_64_, ORB_Complex16, double, int64_t);
+ORB_SDSDOT_DECL(sdsdot_, int);
+ORB_DSDOT_DECL(dsdot_64_, int64_t);
+float SCABS1(const ORB_Complex8 *);
+int lsame_(const char *, const char *);
 }
 
 namespace orb::test {
@@ -104,6 +112,33 @@ TEST(Level1Names, NoArgumentIsReportedAndAMissingOneDoesNothing) {
   EXPECT_EQ(x[0], 1.0);
   EXPECT_EQ(y[0], 5.0);
   EXPECT_TRUE(Reports::taken().empty());
+}
+
+// The scalar and mixed-precision routines under a name of each form.
+TEST(Level1Names, ScalarAndMixedPrecisionRoutines) {
+  double a = 3, b = 4, c = 0, s = 0;
+  drotg_(&a, &b, &c, &s);
+  EXPECT_EQ(std::make_tuple(a, c, s), std::make_tuple(5.0, 0.6, 0.8));
+  ORB_Complex16 za = {3, 0}, zb = {4, 0}, zs = {};
+  zrotg_64_(&za, &zb, &c, &zs);
+  EXPECT_EQ(std::make_tuple(za.real, c, zs.real), std::make_tuple(5.0, 0.6, 0.8));
+  float fa = 3, fb = 4, fc = 0, fs = 0;
+  cblas_srotg(&fa, &fb, &fc, &fs);
+  EXPECT_EQ(fa, 5.0f);
+  // Accumulated in double: 1e8 + 1 - 1e8 is 1 there, 0 in float.
+  const float x[3] = {1e8f, 1, -1e8f}, ones[3] = {1, 1, 1}, sb = 0.5f;
+  const int n = 3, inc = 1;
+  const int64_t n64 = 3, inc64 = 1;
+  EXPECT_EQ(sdsdot_(&n, &sb, x, &inc, ones, &inc), 1.5f);
+  EXPECT_EQ(dsdot_64_(&n64, x, &inc64, ones, &inc64), 1.0);
+  EXPECT_EQ(cblas_dsdot(3, x, 1, ones, 1), 1.0);
+  EXPECT_EQ(cblas_sdsdot(0, 2.5f, x, 1, ones, 1), 2.5f);
+  const ORB_Complex8 z8 = {3, -4};
+  const ORB_Complex16 z16 = {-1.5, 2};
+  EXPECT_EQ(SCABS1(&z8), 7.0f);
+  EXPECT_EQ(cblas_dcabs1(&z16), 3.5);
+  EXPECT_EQ(lsame_("a", "A"), 1);
+  EXPECT_EQ(lsame_("a", "b"), 0);
 }
 
 }  // namespace

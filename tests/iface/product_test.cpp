@@ -9,13 +9,9 @@
 #include "dense.hpp"
 #include "hooks.hpp"
 
-namespace {
-
 // Scratch requests of the interface layer can be refused, to reach the path
-// that needs none.
+// that needs none (level2_test.cpp refuses them too).
 std::atomic<bool> refuse_scratch{false};
-
-}  // namespace
 
 extern "C" void *orb_serv_malloc(int64_t bytes, int alignment) {
   static const auto core = ORB_TEST_NEXT(orb_serv_malloc);

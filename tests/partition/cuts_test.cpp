@@ -6,9 +6,11 @@
 #include "partition/balanced.hpp"
 #include "partition/blocks.hpp"
 #include "partition/level1.hpp"
+#include "partition/matvec.hpp"
 #include "partition/members.hpp"
 #include "partition/rhs.hpp"
 #include "partition/split_k.hpp"
+#include "partition/threshold.hpp"
 #include "partition/triangle.hpp"
 
 #include <gtest/gtest.h>
@@ -175,6 +177,27 @@ TEST(Grid, ChoicesAndRectanglesOfTheTables) {
               std::make_tuple(c[5], c[6], c[7], c[8]))
         << "worker " << c[4] << " of " << c[0] << "x" << c[1];
   }
+}
+
+// The worker count of the drivers that stream a matrix once, matvec.cpp's table.
+TEST(Matvec, WorkersFollowTheTable) {
+  const struct {
+    int64_t m, n, len, budget, workers;
+  } rows[] = {{4096, 512, 4096, 2, 2}, {100, 4096, 4096, 4, 4}, {150, 150, 150, 2, 0}, {2000, 2000, 2000, 8, 8},
+              {10, 1000000, 10, 4, 0}};
+  for (const auto &r : rows) EXPECT_EQ(thr::matvec_workers(r.len, r.m, r.n, r.budget), r.workers) << r.m << "x" << r.n;
+}
+
+// The scaling of a threshold, the rows of threshold.hpp's table.
+TEST(Threshold, ScalesAsTheTable) {
+  const struct {
+    int64_t nominal;
+    double scale;
+    int64_t scaled;
+  } rows[] = {{4096, 1, 4096}, {4096, 0.5, 2048}, {4096, 0.01, 41}, {4096, 0, 1}, {64, 1, 64}, {64, 0.5, 32},
+              {64, 0.01, 1},   {64, 0, 1},        {1, 1, 1},        {1, 0.5, 1},  {1, 0.01, 1}, {1, 0, 1}};
+  for (const auto &r : rows) EXPECT_EQ(thr::scaled_threshold(r.nominal, r.scale), r.scaled) << r.nominal << " x " << r.scale;
+  EXPECT_EQ(thr::threshold_scale(), 1.0);  // this process sets no scale
 }
 
 }  // namespace

@@ -4,7 +4,9 @@
 // environment reader recorded); cleanup N, cleanup-reenter, cleanup-explicit,
 // cleanup-race ROUNDS (the clean-up list); header IFACE [UPDATE] (printed twice,
 // shown once), lines IFACE THREADS (concurrent verbose lines); calls
-// fortran32|fortran64|cblas (the standard names, for their verbose lines).
+// fortran32|fortran64|cblas (the standard names, for their verbose lines);
+// cuts BUDGET (how many kernel calls a small dgemm and ddot make, under the
+// threshold scale of the environment).
 #include <orb/internal/orb_kernels.h>
 #include <orb/orb_blas.h>
 #include <orb/orb_cblas.h>
@@ -242,6 +244,35 @@ int provider2() {
   return 0;
 }
 
+// The core's dgemm and ddot kernels, counted and forwarded.
+namespace {
+std::atomic<int> gemm_pieces{0}, dot_pieces{0};
+}  // namespace
+extern "C" ORB_GEMM_DECL(xd, double, ORB_INT) {
+  ++gemm_pieces;
+  static const auto next = reinterpret_cast<decltype(&orb_blas_xdgemm)>(dlsym(RTLD_NEXT, "orb_blas_xdgemm"));
+  next(transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
+}
+extern "C" ORB_DOT_DECL(orb_blas_xddot, double, ORB_INT) {
+  ++dot_pieces;
+  static const auto next = reinterpret_cast<decltype(&orb_blas_xddot)>(dlsym(RTLD_NEXT, "orb_blas_xddot"));
+  return next(n, x, incx, y, incy);
+}
+namespace {
+
+int cuts(int budget) {
+  orb_serv_set_num_threads_local(budget);
+  const ORB_INT n = 9, one = 1, len = 100;
+  const double alpha = 1, beta = 0;
+  std::vector<double> a(81, 1.0), c(81), x(100, 1.0);
+  orb_blas_dgemm("N", "N", &n, &n, &n, &alpha, a.data(), &n, a.data(), &n, &beta, c.data(), &n);
+  const double dot = orb_blas_ddot(&len, x.data(), &one, x.data(), &one);
+  std::printf("gemm_pieces=%d\ndot_pieces=%d\nresults=%g,%g\n", gemm_pieces.load(), dot_pieces.load(), c[80], dot);
+  return 0;
+}
+
+}  // namespace
+
 int main(int argc, char **argv) {
   const std::string mode = argc > 1 ? argv[1] : "";
   if (mode == "provider") return provider();
@@ -270,5 +301,6 @@ int main(int argc, char **argv) {
   }
   if (mode == "lines" && argc == 4) return verbose_lines(std::atoi(argv[2]), std::atoi(argv[3]));
   if (mode == "calls" && argc == 3) return calls(argv[2]);
+  if (mode == "cuts" && argc == 3) return cuts(std::atoi(argv[2]));
   return 2;
 }

@@ -48,3 +48,32 @@ TEST(RecordedEnvironment, IsParsedByItsRule) {
 
 }  // namespace
 }  // namespace orb::test
+
+namespace orb::test {
+namespace {
+
+// ORB_THRESHOLD_SCALE lowers every threading threshold at once: with 0 a 9 x 9
+// product on a budget of 4 is cut into the grid's 4 column blocks of 3 (the
+// last empty, so 3 kernel calls) and a dot product of 100 into 4 runs; left
+// unset, or given a value outside [0, 1], both stay one call.
+TEST(ThresholdScale, LowersTheThresholdsOfEveryRule) {
+  const struct {
+    const char *budget;
+    std::vector<std::string> env;
+    const char *gemm_pieces, *dot_pieces;
+  } cases[] = {{"4", {"ORB_VERBOSE=0"}, "1", "1"},
+               {"4", {"ORB_THRESHOLD_SCALE=0"}, "3", "4"},
+               {"4", {"ORB_THRESHOLD_SCALE=2"}, "1", "1"},
+               {"4", {"ORB_THRESHOLD_SCALE=0x"}, "1", "1"},
+               {"1", {"ORB_THRESHOLD_SCALE=0"}, "1", "1"}};
+  for (const auto &c : cases) {
+    const ProbeResult r = run_probe({"cuts", c.budget}, c.env);
+    ASSERT_EQ(r.exit_code, 0) << r.err;
+    EXPECT_EQ(field(r.out, "gemm_pieces"), c.gemm_pieces) << c.env.back();
+    EXPECT_EQ(field(r.out, "dot_pieces"), c.dot_pieces) << c.env.back();
+    EXPECT_EQ(field(r.out, "results"), "9,100") << c.env.back();
+  }
+}
+
+}  // namespace
+}  // namespace orb::test

@@ -31,7 +31,7 @@
 // GEMM.
 #include "blas/blas_precision.hpp"
 #include "blas/gemv_shortcut.hpp"
-#include "blas/lp64.hpp"
+#include "lp64.hpp"
 #include "partition/members.hpp"
 #include "runtime/loop.hpp"
 

@@ -32,7 +32,7 @@
 #include "blas/gemv_shortcut.hpp"
 #include "blas/blas_precision.hpp"
 #include "blas/level3_frame.hpp"
-#include "blas/lp64.hpp"
+#include "lp64.hpp"
 
 #include <orb/internal/orb_kernels.h>
 #include <orb/orb_blas.h>

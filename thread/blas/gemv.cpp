@@ -7,15 +7,9 @@
 // worker makes one kernel call with the full x, so each entry of y is computed
 // exactly as the sequential kernel computes it, whatever the budget.
 //
-// GEMV streams A once and does two flops per element, so a worker pays only
-// when its share of A outweighs starting a task.  The rule, for budget T and y
-// of length len (m for op(A) = A, else n):
-//
-//   W = min(T, len div 64, (m * n) div 32768)        W <= 1: one kernel call
-//
-// 32768 elements of A is where two workers start to beat one kernel call on
-// square matrices.  64 entries of y per worker keep every block several cache
-// lines long.  The blocks of y are quantised blocks (partition/blocks.cpp):
+// The worker count is the rule of the drivers that stream a matrix once
+// (partition/matvec.cpp) with len = m for op(A) = A, else n.  The blocks of y
+// are quantised blocks (partition/blocks.cpp):
 // ceil(len / W) rounded up to a multiple of 16 entries, so the row blocks of
 // op(A) = A start on cache-line boundaries for every element type when A is;
 // trailing workers may then get nothing and return.
@@ -26,14 +20,17 @@
 //    150   150   2  N    (22500 div 32768) = 0      one kernel call
 //
 // With a negative increment the logical entry i of y lives at position
-// (len - 1 - i) * |incy|, so a block [i0, i1) starts at (len - i1) * |incy|.
+// (len - 1 - i) * |incy|, so a block [i0, i1) starts at (len - i1) * |incy|
+// (level1_offset, the addressing of level 1's runs).
 //
 // The argument record carries trans in transa, x in b with its increment in
 // ldb, and y in c with its increment in ldc.
 #include <orb/internal/blas_args.h>
 #include "blas/blas_precision.hpp"
-#include "blas/lp64.hpp"
+#include "lp64.hpp"
 #include "partition/blocks.hpp"
+#include "partition/level1.hpp"
+#include "partition/matvec.hpp"
 
 #include <orb/internal/orb_kernels.h>
 #include <orb/orb_blas.h>
@@ -46,23 +43,7 @@ namespace orb::thr {
 
 namespace {
 
-constexpr ORB_INT kGemvElementsPerWorker = 32768;
-constexpr ORB_INT kGemvMinLengthPerWorker = 64;
 constexpr ORB_INT kGemvQuantum = 16;
-
-//! Workers for a GEMV whose y has len entries and whose A is m x n.
-ORB_INT gemv_workers(ORB_INT len, ORB_INT m, ORB_INT n, ORB_INT budget) {
-  ORB_INT w = std::min(budget, len / kGemvMinLengthPerWorker);
-  // m * n may overflow only when both are huge, and then every bound above is the smaller.
-  if (n > 0 && m < (INT64_MAX / n)) w = std::min(w, m * n / kGemvElementsPerWorker);
-  return w;
-}
-
-//! The start of entries [i0, i1) of a vector of len entries with increment inc.
-template <class T>
-T *vector_block(T *v, ORB_INT len, ORB_INT inc, ORB_INT i0, ORB_INT i1) {
-  return inc > 0 ? v + i0 * inc : v + (len - i1) * -inc;
-}
 
 template <class P>
 int64_t gemv_worker(int64_t ithr, int64_t nthr, blas_args_t *args) {
@@ -71,9 +52,9 @@ int64_t gemv_worker(int64_t ithr, int64_t nthr, blas_args_t *args) {
   const ORB_INT len = as_stored ? args->m : args->n;
   const Range block = block_range(len, nthr, kGemvQuantum, ithr);
   if (block.empty()) return 0;
-  const ORB_INT i0 = block.begin, i1 = block.end, count = block.size();
+  const ORB_INT i0 = block.begin, count = block.size();
   const T *a = static_cast<const T *>(args->a) + (as_stored ? i0 : i0 * args->lda);
-  T *y = vector_block(static_cast<T *>(args->c), len, args->ldc, i0, i1);
+  T *y = static_cast<T *>(args->c) + level1_offset(len, args->ldc, block);
   P::gemv_kernel(args->transa, as_stored ? &count : &args->m, as_stored ? &args->n : &count,
                  static_cast<const T *>(args->alpha), a, &args->lda, static_cast<const T *>(args->b), &args->ldb,
                  static_cast<const T *>(args->beta), y, &args->ldc);
@@ -91,7 +72,7 @@ void gemv(const char *trans, const ORB_INT *m, const ORB_INT *n, const typename 
     return;
   }
   const ORB_INT len = not_transposed(trans) ? *m : *n;
-  const ORB_INT workers = gemv_workers(len, *m, *n, orb_serv_get_max_threads());
+  const ORB_INT workers = matvec_workers(len, *m, *n, orb_serv_get_max_threads());
   if (workers <= 1) {
     P::gemv_kernel(trans, m, n, alpha, a, lda, x, incx, beta, y, incy);
     return;

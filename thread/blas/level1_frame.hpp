@@ -16,6 +16,7 @@
 #pragma once
 
 #include <orb/internal/blas_args.h>
+#include "partition/threshold.hpp"
 #include "partition/level1.hpp"
 
 #include <orb/internal/orb_kernels.h>
@@ -126,7 +127,7 @@ struct Level1Plan {
 //! Threads n elements under `rule` when `threadable` (the increments allow
 //! it), asking for the budget only when n reaches the rule's threshold.
 inline Level1Plan plan_level1(ORB_INT n, Level1Rule rule, bool threadable) {
-  if (!threadable || n < rule.min_n) return {};
+  if (!threadable || n < threshold(rule.min_n)) return {};
   const ORB_INT budget = orb_serv_get_max_threads();
   return {budget, level1_workers(n, rule, budget)};
 }

@@ -10,7 +10,7 @@
 // a NaN answers at once, its own index (the first element's, 1, when that is
 // NaN).  Longer vectors go to the sequential kernel.
 #include "blas/level1_frame.hpp"
-#include "blas/lp64.hpp"
+#include "lp64.hpp"
 
 #include <cmath>
 

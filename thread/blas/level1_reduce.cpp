@@ -15,7 +15,7 @@
 // stream one vector and thread from 8192, one worker per 4096 (see
 // partition/level1.cpp).  An increment of 0 keeps the call whole.
 #include "blas/level1_frame.hpp"
-#include "blas/lp64.hpp"
+#include "lp64.hpp"
 
 #include "blas_rules.hpp"
 

@@ -13,7 +13,7 @@
 // reads no budget: n < 1; axpy with alpha = 0 (x is not read, NaN or not);
 // axpby with alpha = 0 and beta = 1; rotm with the identity flag -2.
 #include "blas/level1_frame.hpp"
-#include "blas/lp64.hpp"
+#include "lp64.hpp"
 
 #include "blas_rules.hpp"
 

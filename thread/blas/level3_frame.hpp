@@ -16,6 +16,7 @@
 #pragma once
 
 #include <orb/internal/blas_args.h>
+#include "partition/threshold.hpp"
 #include "partition/grid.hpp"
 
 #include <orb/internal/orb_kernels.h>
@@ -78,7 +79,7 @@ void run_cut(bool as_it_came, Workers &&workers, Whole &&whole, Launch &&launch)
 //! kernel as it came, before reading anything else; an illegal one is then
 //! reported by the kernel, once, as it would be after the driver's own check.
 inline bool one_tile(const GridRule &rule, const ORB_INT *m, const ORB_INT *n) {
-  return m && n && *m <= rule.tile_m && *n <= rule.tile_n;
+  return m && n && *m <= threshold(rule.tile_m) && *n <= threshold(rule.tile_n);
 }
 
 //! Runs a legal level-3 call described by args: whole() with a budget of 1;

@@ -22,7 +22,7 @@
 #include <orb/internal/blas_args.h>
 #include "blas/blas_precision.hpp"
 #include "blas/level3_frame.hpp"
-#include "blas/lp64.hpp"
+#include "lp64.hpp"
 #include "partition/rhs.hpp"
 
 #include <orb/internal/orb_kernels.h>

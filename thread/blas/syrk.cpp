@@ -29,7 +29,7 @@
 #include <orb/internal/blas_args.h>
 #include "blas/blas_precision.hpp"
 #include "blas/level3_frame.hpp"
-#include "blas/lp64.hpp"
+#include "lp64.hpp"
 #include "partition/triangle.hpp"
 
 #include <orb/internal/orb_kernels.h>

@@ -23,8 +23,9 @@
 //   4. Otherwise the record carries the call to W workers through
 //      orb_blas_invoke_thin_thread.
 #include <orb/internal/blas_args.h>
+#include "blas/blas_precision.hpp"
 #include "blas/level3_frame.hpp"
-#include "blas/lp64.hpp"
+#include "lp64.hpp"
 #include "partition/rhs.hpp"
 
 #include <orb/internal/orb_kernels.h>

@@ -56,6 +56,7 @@
 //    640    96   5x3     4 |   1, 1      | [128,256)    [32,64)
 //      9  4096   4x2     7 |   3, 1      | [9,9)        [2048,4096)
 #include "partition/grid.hpp"
+#include "partition/threshold.hpp"
 
 #include "partition/blocks.hpp"
 
@@ -64,14 +65,14 @@
 namespace orb::thr {
 
 int64_t gemm_grid_workers(int64_t m, int64_t n, int64_t budget, const GridRule &rule) {
-  const int64_t Mt = ceil_div(m, rule.tile_m), Nt = ceil_div(n, rule.tile_n);
+  const int64_t Mt = ceil_div(m, threshold(rule.tile_m)), Nt = ceil_div(n, threshold(rule.tile_n));
   if (Mt == 0 || Nt == 0) return 0;
   return Mt > budget / Nt ? budget : std::min(Mt * Nt, budget);  // Mt Nt may not fit
 }
 
 GemmGrid gemm_choose_grid(int64_t m, int64_t n, int64_t nthr, const GridRule &rule) {
-  const int64_t Mt = ceil_div(m, rule.tile_m);
-  const int64_t Nt = ceil_div(n, rule.tile_n);
+  const int64_t Mt = ceil_div(m, threshold(rule.tile_m));
+  const int64_t Nt = ceil_div(n, threshold(rule.tile_n));
   int64_t mt = 1, nt = nthr;
   if (Nt >= nthr) {
     if (nthr % 2 == 0) {

@@ -36,14 +36,15 @@
 // increment, walks it from the piece's far end, s.  For n = 10, inc = -1:
 // [0,3) starts at 7 and covers 9, 8, 7; [8,10) starts at 0 and covers 1, 0.
 #include "partition/level1.hpp"
+#include "partition/threshold.hpp"
 
 #include <algorithm>
 
 namespace orb::thr {
 
 int64_t level1_workers(int64_t n, Level1Rule rule, int64_t budget) {
-  if (n < rule.min_n || budget <= 1) return 1;
-  return std::min(ceil_div(n, rule.per_worker), budget);
+  if (n < threshold(rule.min_n) || budget <= 1) return 1;
+  return std::min(ceil_div(n, threshold(rule.per_worker)), budget);
 }
 
 Range level1_range(int64_t n, int64_t w, int64_t i) {

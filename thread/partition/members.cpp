@@ -19,6 +19,7 @@
 // W never exceeds ceil(members / 128), so s >= 128 whenever members > 128 and
 // no run is empty: (W - 1) s < members.
 #include "partition/members.hpp"
+#include "partition/threshold.hpp"
 
 #include "partition/blocks.hpp"
 
@@ -27,7 +28,7 @@
 namespace orb::thr {
 
 int64_t member_workers(int64_t members, int64_t budget) {
-  return std::min(ceil_div(members, kMembersPerWorker), budget);
+  return std::min(ceil_div(members, threshold(kMembersPerWorker)), budget);
 }
 
 Range member_run(int64_t members, int64_t w, int64_t i) { return block_range(members, w, 1, i); }

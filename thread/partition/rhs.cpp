@@ -32,6 +32,7 @@
 //    4000  4000  16 |   125     244140  | 16 | 250 x 16
 //    1000  1000   1 |    31       3814  |  1 | 1000
 #include "partition/rhs.hpp"
+#include "partition/threshold.hpp"
 
 #include "partition/balanced.hpp"
 
@@ -43,8 +44,8 @@ int64_t rhs_workers(int64_t order, int64_t rhs, int64_t budget) {
   // order^2 rhs overflows 64 bits only for operands far beyond any memory,
   // but the bound is cheap to keep exact.
   const unsigned __int128 work = static_cast<unsigned __int128>(order) * order * rhs / 2;
-  const unsigned __int128 by_work = work / kRhsWorkPerWorker;
-  int64_t w = std::min(budget, rhs / kRhsPerWorker);
+  const unsigned __int128 by_work = work / threshold(kRhsWorkPerWorker);
+  int64_t w = std::min(budget, rhs / threshold(kRhsPerWorker));
   if (by_work < static_cast<unsigned __int128>(w)) w = static_cast<int64_t>(by_work);
   return std::max<int64_t>(w, 1);
 }

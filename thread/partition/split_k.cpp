@@ -22,6 +22,7 @@
 // The summation gives the P workers balanced ranges (balanced.cpp) of the n
 // columns of C; its table ends with two such cuts.
 #include "partition/split_k.hpp"
+#include "partition/threshold.hpp"
 
 #include "partition/blocks.hpp"
 
@@ -35,7 +36,7 @@ constexpr int64_t kMinSliceK = 336;
 
 }  // namespace
 
-int64_t split_k_slices(int64_t k, int64_t budget) { return std::min(budget, k / kMinSliceK); }
+int64_t split_k_slices(int64_t k, int64_t budget) { return std::min(budget, k / threshold(kMinSliceK)); }
 
 Range split_k_slice(int64_t k, int64_t slices, int64_t i) { return block_range(k, slices, 1, i); }
 

@@ -47,6 +47,7 @@
 // n = 100, k = 40 on 4 is one worker for SYRK (area k = 202000 < 2 x 2^17)
 // and 3 for SYR2K (404000 div 2^17 = 3).
 #include "partition/triangle.hpp"
+#include "partition/threshold.hpp"
 
 #include <algorithm>
 
@@ -76,8 +77,8 @@ int64_t lower_start(int64_t n, int64_t w, int64_t i) {
 }  // namespace
 
 int64_t triangle_workers(int64_t n, int64_t k, int64_t budget) {
-  const wide by_work = lower_area(n, n) * static_cast<wide>(k) / kTriangleWorkPerWorker;
-  int64_t w = std::min(budget, n / kTriangleColumnsPerWorker);
+  const wide by_work = lower_area(n, n) * static_cast<wide>(k) / threshold(kTriangleWorkPerWorker);
+  int64_t w = std::min(budget, n / threshold(kTriangleColumnsPerWorker));
   if (by_work < static_cast<wide>(w)) w = static_cast<int64_t>(by_work);
   return std::max<int64_t>(w, 1);
 }

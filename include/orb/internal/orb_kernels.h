@@ -39,6 +39,19 @@ ORB_SYMM_HEMM_DECLS(orb_blas_x, ORB_INT)
 ORB_LEVEL1_EACH_TYPE(ORB_TRSM_DECL, orb_blas_x, trmm, ORB_INT)
 ORB_SYR2K_HER2K_DECLS(orb_blas_x, ORB_INT)
 ORB_LEVEL1_EACH_TYPE(ORB_GEMMT_DECL, orb_blas_x, gemmt, ORB_INT)
+#define ORB_L2_KERNEL_DECL(list, name, NAME, T, S, E, A, B) void orb_blas_x##name(ORB_L2_PARAMS_##list(T, S, ORB_INT));
+ORB_LEVEL2_ROUTINES(ORB_L2_KERNEL_DECL)
+#undef ORB_L2_KERNEL_DECL
+ORB_ROTG_DECL(orb_blas_xsrotg, float, float, ORB_INT);
+ORB_ROTG_DECL(orb_blas_xdrotg, double, double, ORB_INT);
+ORB_ROTG_DECL(orb_blas_xcrotg, ORB_Complex8, float, ORB_INT);
+ORB_ROTG_DECL(orb_blas_xzrotg, ORB_Complex16, double, ORB_INT);
+ORB_ROTMG_DECL(orb_blas_xsrotmg, float, ORB_INT);
+ORB_ROTMG_DECL(orb_blas_xdrotmg, double, ORB_INT);
+ORB_SDSDOT_DECL(orb_blas_xsdsdot, ORB_INT);
+ORB_DSDOT_DECL(orb_blas_xdsdot, ORB_INT);
+float orb_blas_xscabs1(const ORB_Complex8 *z);
+double orb_blas_xdcabs1(const ORB_Complex16 *z);
 
 /* Argument checks of the kernels above, in the standard BLAS order: the
  * number of the first illegal argument, or 0 when the call is legal.  The
