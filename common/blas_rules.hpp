@@ -193,4 +193,15 @@ bool all_present(const P *...p) {
   return ((p != nullptr) && ...);
 }
 
+//! GETRF (and GETF2): the LU factorization of an m x n A in place, arguments
+//! (m 1, n 2, a 3, lda 4, ipiv 5, info 6).  A and ipiv are the interface's
+//! to check (they are read only when there is something to factor).
+template <class I>
+int check_getrf(const I *m, const I *n, const I *lda) {
+  if (!m || *m < 0) return 1;
+  if (!n || *n < 0) return 2;
+  if (!lda || *lda < at_least_one(*m)) return 4;
+  return 0;
+}
+
 }  // namespace orb::rules

@@ -97,6 +97,15 @@ using ProviderSymmFn = void (*)(const char *, const char *, const FortranInt *, 
                                   const FortranInt *, const T *, const FortranInt *, const T *, T *, const FortranInt *, std::size_t,
                                   std::size_t);
 
+//! A provider GETRF or GETF2: the Fortran argument list.
+template <class T>
+using ProviderGetrfFn = void (*)(const FortranInt *, const FortranInt *, T *, const FortranInt *, FortranInt *, FortranInt *);
+
+//! A provider LASWP: the Fortran argument list.
+template <class T>
+using ProviderLaswpFn = void (*)(const FortranInt *, T *, const FortranInt *, const FortranInt *, const FortranInt *,
+                                 const FortranInt *, const FortranInt *);
+
 //! Every routine the core takes from the provider, one line each: the field of
 //! ProviderTable (also the provider's Fortran name less its underscore) and
 //! its pointer type.  A new provider routine is one more line here.
@@ -174,7 +183,19 @@ using ProviderSymmFn = void (*)(const char *, const char *, const FortranInt *, 
   X(csymm, ProviderSymmFn<ORB_Complex8>)    \
   X(zsymm, ProviderSymmFn<ORB_Complex16>)   \
   X(chemm, ProviderSymmFn<ORB_Complex8>)    \
-  X(zhemm, ProviderSymmFn<ORB_Complex16>)
+  X(zhemm, ProviderSymmFn<ORB_Complex16>)   \
+  X(sgetrf, ProviderGetrfFn<float>)         \
+  X(dgetrf, ProviderGetrfFn<double>)        \
+  X(cgetrf, ProviderGetrfFn<ORB_Complex8>)  \
+  X(zgetrf, ProviderGetrfFn<ORB_Complex16>) \
+  X(sgetf2, ProviderGetrfFn<float>)         \
+  X(dgetf2, ProviderGetrfFn<double>)        \
+  X(cgetf2, ProviderGetrfFn<ORB_Complex8>)  \
+  X(zgetf2, ProviderGetrfFn<ORB_Complex16>) \
+  X(slaswp, ProviderLaswpFn<float>)         \
+  X(dlaswp, ProviderLaswpFn<double>)        \
+  X(claswp, ProviderLaswpFn<ORB_Complex8>)  \
+  X(zlaswp, ProviderLaswpFn<ORB_Complex16>)
 
 //! The provider's routines, bound once.
 struct ProviderTable {
