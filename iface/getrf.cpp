@@ -41,17 +41,14 @@ void fortran_getrf(int iface, const I *m, const I *n, T *a, const I *lda, I *ipi
   run_reported(
       iface,
       [&] {
-        int illegal = rules::check_getrf(m, n, lda);
-        const bool work = !illegal && std::min(*m, *n) > 0;
-        if (!illegal && work) illegal = !a ? 3 : !ipiv ? 5 : 0;
-        if (!illegal && !info) illegal = 6;
+        const int illegal = rules::check_getrf(m, n, a, lda, ipiv, info);
         if (illegal) {
           if (info) *info = -illegal;
           report_fortran(routine_name(Precision<T>::upper, "GETRF", int64).report, illegal);
           return;
         }
         *info = 0;
-        if (work) threaded_getrf(m, n, a, lda, ipiv, info);
+        if (std::min(*m, *n) > 0) threaded_getrf(m, n, a, lda, ipiv, info);
       },
       [&](CallText &t) {
         t.routine(routine_name(Precision<T>::upper, "GETRF", int64).upper)

@@ -38,7 +38,7 @@ ORB_FOR_EACH_PRECISION(ORB_LU_TRAITS)
 template <class T>
 void factor_checked(const char *family, ProviderGetrfFn<T> kernel, const ORB_INT *m, const ORB_INT *n, T *a,
                     const ORB_INT *lda, ORB_INT *ipiv, ORB_INT *info) {
-  const int illegal = rules::check_getrf(m, n, lda);
+  const int illegal = rules::check_getrf(m, n, a, lda, ipiv, info);
   if (illegal != 0) {
     if (info) *info = -illegal;
     char name[8] = {LuTraits<T>::upper};
@@ -53,7 +53,7 @@ void factor_checked(const char *family, ProviderGetrfFn<T> kernel, const ORB_INT
 
 template <class T>
 ORB_INT factor_local(const ORB_INT *m, const ORB_INT *n, T *a, const ORB_INT *lda, ORB_INT *ipiv, ORB_INT *info) {
-  const int illegal = rules::check_getrf(m, n, lda);
+  const int illegal = rules::check_getrf(m, n, a, lda, ipiv, info);
   if (illegal != 0) return illegal;
   ORB_INT local = 0;
   if (*m > 0 && *n > 0) LuTraits<T>::getrf()(m, n, a, lda, ipiv, &local);

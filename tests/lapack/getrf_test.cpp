@@ -75,7 +75,7 @@ ORB_FOR_EACH_PRECISION(ORB_TEST_GETRF)
 #undef ORB_TEST_GETRF
 
 //! Checks a finished factorization: every pivot global, 1-based and at or
-//! below its row; and P A x = L (U x) for two random x, to within
+//! below its row; and P A x = L (U x) for a random x, to within
 //! 10 n eps ||A|| ||x|| (the factors are read from f.a, A from f.before).
 template <class T>
 void check_factors(const Lu<T> &f) {
@@ -90,7 +90,7 @@ void check_factors(const Lu<T> &f) {
   for (ORB_INT j = 0; j < f.n; ++j)
     for (ORB_INT i = 0; i < f.m; ++i) row_sums[i] += std::abs(at(f.before, i, j));
   const double norm_a = *std::max_element(row_sums.begin(), row_sums.end());
-  for (uint64_t seed : {11u, 12u}) {
+  for (uint64_t seed : {11u}) {
     const std::vector<T> xs = random_matrix<T>(f.n, 1, f.n, seed);
     std::vector<W> x(f.n), ux(mn, 0.0), lux(f.m, 0.0), ax(f.m, 0.0);
     for (ORB_INT j = 0; j < f.n; ++j) x[j] = as_dc(xs[j]);

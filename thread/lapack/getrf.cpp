@@ -24,7 +24,7 @@ constexpr ORB_INT kGraphFrom = 5000;
 template <class P>
 void getrf(const ORB_INT *m, const ORB_INT *n, typename P::value_type *a, const ORB_INT *lda, ORB_INT *ipiv,
            ORB_INT *info) {
-  if (rules::check_getrf(m, n, lda) != 0 || !info) {
+  if (rules::check_getrf(m, n, a, lda, ipiv, info) != 0) {
     P::xgetrf(m, n, a, lda, ipiv, info);
     return;
   }
@@ -84,8 +84,8 @@ template <class P>
 void getrf_lp64(const int *m, const int *n, typename P::value_type *a, const int *lda, int *ipiv, int *info) {
   const Widened wm = widen(m), wn = widen(n), wlda = widen(lda);
   ORB_INT wide_info = 0;
-  if (rules::check_getrf<ORB_INT>(wm, wn, wlda) != 0 || !info) {
-    P::xgetrf(wm, wn, a, wlda, nullptr, info ? &wide_info : nullptr);
+  if (rules::check_getrf<ORB_INT>(wm, wn, a, wlda, ipiv, info) != 0) {
+    P::xgetrf(wm, wn, a, wlda, reinterpret_cast<ORB_INT *>(ipiv), info ? &wide_info : nullptr);
     if (info) *info = static_cast<int>(wide_info);
     return;
   }

@@ -154,7 +154,7 @@ void getrf(const LuMatrix<P> &A) {
   }
   const ORB_INT nt = (A.n - 1) / nb + 1, last = (mn - 1) / nb;
   SchedulerState state(nt);
-  Shared<P> shared{A, nb, state.get()};
+  Shared<P> shared{A, nb, state.get(), {}, {false}};
   Workers<P> workers(shared, threads);
   if (!state.get() || !workers.ready()) {
     P::xgetrf(&A.m, &A.n, A.a, &A.lda, A.ipiv, A.info);
