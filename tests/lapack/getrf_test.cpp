@@ -15,6 +15,7 @@
 #include <atomic>
 #include <complex>
 #include <cstring>
+#include <thread>
 
 // Tests may turn the crossover answer non-zero.
 namespace {
@@ -188,6 +189,44 @@ TEST(Getrf, IllegalCallIsReportedAndWritesNothing) {
   EXPECT_EQ(info, -4);
   EXPECT_EQ(Reports::taken(), (Reports::Log{{"DGETRF", 4}}));
   EXPECT_EQ(a, std::vector<double>(30, 7.0));
+}
+
+// Every block column right of panel s receives step s's product exactly once,
+// whichever thread's job it was: per step, the columns of the products with
+// that step's rows add up to the columns right of its panel (1000 x 1000,
+// nb 64: 15 steps).
+TEST(Getrf, EachColumnGetsEachStepOnce) {
+  const Budget two(2);
+  Lu<double> f(1000, 1000, 6);
+  observe();
+  threaded(f);
+  const Observed o = observed();
+  const ORB_INT nb = 64, last = 15;
+  for (ORB_INT s = 0; s < last; ++s) {
+    const ORB_INT rows = f.m - (s + 1) * nb;
+    ORB_INT columns = 0;
+    for (const GemmCall &c : o.gemm)
+      if (c.m == rows && c.k == nb) columns += c.n;
+    EXPECT_EQ(columns, f.n - (s + 1) * nb) << "step " << s;
+  }
+  check_factors(f);
+}
+
+// Callers on several threads at once, each with its own matrix.
+TEST(Getrf, ConcurrentCallersEachGetTheirFactorization) {
+  std::vector<Lu<double>> fs;
+  for (uint64_t i = 0; i < 3; ++i) fs.emplace_back(600 + 50 * static_cast<ORB_INT>(i), 600, 20 + i);
+  std::vector<std::thread> callers;
+  for (Lu<double> &f : fs)
+    callers.emplace_back([&f] {
+      const Budget two(2);
+      threaded(f);
+    });
+  for (std::thread &t : callers) t.join();
+  for (const Lu<double> &f : fs) {
+    EXPECT_EQ(f.info, 0);
+    check_factors(f);
+  }
 }
 
 // Where the drivers factor sequentially, the result is the core routine's,
