@@ -120,6 +120,8 @@ class lu_task_dag final : public task {
   int64_t successor_count_ = 0;
 };
 
+static_assert(sizeof(lu_task_dag<LuPrecision<double>>) == 192, "a graph task fills three cache lines");
+
 //! The tasks, their successor lists and the sink of one graph, allocated
 //! together before anything runs; all or none.
 template <class P>
