@@ -173,11 +173,7 @@ const char *getrf_usage() {
 }
 
 bool parse_getrf_options(const std::vector<std::string> &args, Level1Options &o, std::string &error) {
-  const bool orders_given = std::find(args.begin(), args.end(), "--n") != args.end();
-  if (!parse_level1_options(args, o, error)) return false;
-  if (!orders_given)
-    o.lengths = o.quick ? std::vector<long>{2000, 5000} : std::vector<long>{1000, 2000, 4000, 4999, 5000, 8000};
-  return true;
+  return parse_order_options(args, o, error, {1000, 2000, 4000, 4999, 5000, 8000}, {2000, 5000});
 }
 
 int getrf_main(const std::vector<std::string> &args) {

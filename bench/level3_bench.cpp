@@ -186,10 +186,7 @@ const char *level3_usage() {
 }
 
 bool parse_level3_options(const std::vector<std::string> &args, Level1Options &o, std::string &error) {
-  const bool orders_given = std::find(args.begin(), args.end(), "--n") != args.end();
-  if (!parse_level1_options(args, o, error)) return false;
-  if (!orders_given) o.lengths = o.quick ? std::vector<long>{1000} : std::vector<long>{500, 1000, 2000, 4000};
-  return true;
+  return parse_order_options(args, o, error, {500, 1000, 2000, 4000}, {1000});
 }
 
 int level3_main(const std::vector<std::string> &args) {
