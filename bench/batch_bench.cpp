@@ -113,7 +113,7 @@ void measure_size(const BatchOptions &o, const std::vector<GemmLibrary> &libs, i
       checks[i] = diff <= tolerance ? "ok" : "MISMATCH";
     }
     contestants.push_back({[&problem, &lib = libs[i]] { problem.call(lib); },
-                           calls_per_round(call_s, o.target_s, o.rounds), {}, {}});
+                           calls_per_round(call_s, o.target_s, o.rounds), {}, {}, {}});
     pause_s(settle_s);
   }
   interleave(contestants, o.rounds, settle_s);

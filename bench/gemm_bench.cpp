@@ -158,7 +158,7 @@ ShapeResult measure_shape(const GemmRun &run, const GemmShape &shape) {
   for (size_t c = 0; c < order.size(); ++c) {
     const GemmLibrary &lib = run.libraries[order[c]];
     contestants.push_back(
-        {[&problem, &lib] { problem.call(lib); }, calls_per_round(per_call_s[c], o.target_s, r.rounds), {}, {}});
+        {[&problem, &lib] { problem.call(lib); }, calls_per_round(per_call_s[c], o.target_s, r.rounds), {}, {}, {}});
   }
 
   interleave(contestants, r.rounds, settle_s);

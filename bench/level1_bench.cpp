@@ -199,4 +199,12 @@ int level1_main(const std::vector<std::string> &args) {
   return status;
 }
 
+bool parse_order_options(const std::vector<std::string> &args, Level1Options &o, std::string &error,
+                         const std::vector<long> &full, const std::vector<long> &quick) {
+  const bool orders_given = std::find(args.begin(), args.end(), "--n") != args.end();
+  if (!parse_level1_options(args, o, error)) return false;
+  if (!orders_given) o.lengths = o.quick ? quick : full;
+  return true;
+}
+
 }  // namespace orb::bench

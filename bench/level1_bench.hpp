@@ -19,6 +19,12 @@ struct Level1Options {
 //! Parses the arguments that follow "level1"; false with a message in `error`.
 bool parse_level1_options(const std::vector<std::string> &args, Level1Options &options, std::string &error);
 
+//! The options of a routine benchmark measured at orders (level3, getrf):
+//! those of level1, the orders `full`, or `quick` with --quick, unless --n
+//! gave them.  false with a message in `error`.
+bool parse_order_options(const std::vector<std::string> &args, Level1Options &options, std::string &error,
+                         const std::vector<long> &full, const std::vector<long> &quick);
+
 //! The usage text of the subcommand.
 const char *level1_usage();
 

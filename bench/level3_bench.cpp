@@ -328,19 +328,8 @@ const char *level3_usage() {
          "  --n N          an order to measure, repeatable (default 500, 1000, 2000, 4000)\n";
 }
 
-namespace {
-//! The level-1 grammar, with the subcommand's own orders unless --n gives some.
-bool parse_orders(const std::vector<std::string> &args, Level1Options &o, std::string &error,
-                  std::vector<long> full, long quick) {
-  const bool orders_given = std::find(args.begin(), args.end(), "--n") != args.end();
-  if (!parse_level1_options(args, o, error)) return false;
-  if (!orders_given) o.lengths = o.quick ? std::vector<long>{quick} : std::move(full);
-  return true;
-}
-}  // namespace
-
 bool parse_level3_options(const std::vector<std::string> &args, Level1Options &o, std::string &error) {
-  return parse_orders(args, o, error, {500, 1000, 2000, 4000}, 1000);
+  return parse_order_options(args, o, error, {500, 1000, 2000, 4000}, {1000});
 }
 
 int level3_main(const std::vector<std::string> &args) {
@@ -358,7 +347,7 @@ const char *level2_usage() {
 }
 
 bool parse_level2_options(const std::vector<std::string> &args, Level1Options &o, std::string &error) {
-  return parse_orders(args, o, error, {2000, 4000, 8000}, 2000);
+  return parse_order_options(args, o, error, {2000, 4000, 8000}, {2000});
 }
 
 int level2_main(const std::vector<std::string> &args) {

@@ -65,6 +65,7 @@ void interleave(std::vector<Contestant> &contestants, int rounds, double pause) 
       Contestant &c = contestants[(static_cast<size_t>(r) + i) % n];
       double best = 0;
       for (int j = 0; j < c.per_round; ++j) {
+        if (c.prepare) c.prepare();
         const double t0 = now_s();
         c.call();
         const double t = now_s() - t0;

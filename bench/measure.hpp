@@ -36,6 +36,7 @@ struct Contestant {
   int per_round = 1;            //!< calls in each of its batches
   std::vector<double> seconds;  //!< time of every timed call, filled by interleave()
   std::vector<double> round_best;  //!< best call of each round's batch, filled by interleave()
+  std::function<void()> prepare;  //!< run untimed before each call (fresh operands); may be empty
 };
 
 //! Seconds on a monotonic clock.

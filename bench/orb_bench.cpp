@@ -8,8 +8,10 @@
 //   orb-bench level2 [options]  dsymv, dger, dtrmv, dtrsv and dsyr at orders 2000 to 8000
 //   orb-bench kernels           the kernel set each peer picks by itself here
 //   orb-bench batch [options]   a batch of small products against a loop of gemm calls
+//   orb-bench getrf [options]   LU factorization at orders 1000 to 8000
 #include "batch_bench.hpp"
 #include "gemm_bench.hpp"
+#include "getrf_bench.hpp"
 #include "kernel_sets.hpp"
 #include "level1_bench.hpp"
 #include "level3_bench.hpp"
@@ -36,6 +38,7 @@ const Subcommand kSubcommands[] = {
     {"level2", orb::bench::level2_main, orb::bench::level2_usage, "dsymv/dger/dtrmv/dtrsv/dsyr against the serial provider and peers"},
     {"kernels", orb::bench::kernels_main, orb::bench::kernels_usage, "the kernel set each peer picks by itself"},
     {"batch", orb::bench::batch_main, orb::bench::batch_usage, "dgemm_batch against a loop of each library's gemm"},
+    {"getrf", orb::bench::getrf_main, orb::bench::getrf_usage, "s/d/z getrf against the serial provider and peers"},
 };
 
 void print_usage(std::FILE *out) {

@@ -20,7 +20,8 @@ void print_libraries(const std::vector<GemmLibrary> &libs, const char *size_head
 }
 
 void time_row(const std::vector<GemmLibrary> &libs, const std::vector<std::function<void()>> &calls, const char *routine,
-              long size, double target_s, int rounds, const std::function<void(size_t i, double best_s)> &cell) {
+              long size, double target_s, int rounds, const std::function<void(size_t i, double best_s)> &cell,
+              const std::function<void()> &prepare) {
   struct Measured {
     bool ran = false;
     Timing timing;
@@ -32,10 +33,12 @@ void time_row(const std::vector<GemmLibrary> &libs, const std::vector<std::funct
   double settle_s = 0;
   for (size_t i = 0; i < libs.size(); ++i) {
     if (!calls[i]) continue;
+    if (prepare) prepare();
     calls[i]();  // untimed: pools start, pages settle
+    if (prepare) prepare();
     const double t0 = now_s();
     calls[i]();
-    contestants.push_back({calls[i], calls_per_round(now_s() - t0, target_s, rounds), {}, {}});
+    contestants.push_back({calls[i], calls_per_round(now_s() - t0, target_s, rounds), {}, {}, prepare});
     who.push_back(i);
     settle_s = std::max(settle_s, libs[i].settle_s);
   }

@@ -20,8 +20,10 @@ void print_libraries(const std::vector<GemmLibrary> &libs, const char *size_head
 //! seconds each, after one untimed call; then prints the row: the routine and
 //! size, cell(i, best seconds) for each library ("n/a" for one without a
 //! call), the ratio to the serial provider (library 1) and to the fastest
-//! peer, and that peer's label.
+//! peer, and that peer's label.  `prepare`, when given, runs untimed before
+//! every call (a routine that overwrites its operands gets them back).
 void time_row(const std::vector<GemmLibrary> &libs, const std::vector<std::function<void()>> &calls, const char *routine,
-              long size, double target_s, int rounds, const std::function<void(size_t i, double best_s)> &cell);
+              long size, double target_s, int rounds, const std::function<void(size_t i, double best_s)> &cell,
+              const std::function<void()> &prepare = {});
 
 }  // namespace orb::bench

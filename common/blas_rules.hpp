@@ -436,4 +436,20 @@ int missing_operand(const void *const *slot, bool alpha_zero, bool beta_one) {
   return 0;
 }
 
+//! GETRF (and GETF2): the LU factorization of an m x n A in place, arguments
+//! (m 1, n 2, a 3, lda 4, ipiv 5, info 6): the standard's tests of the sizes,
+//! then, for a C caller, the pointers (A and the pivots only when there is
+//! something to factor).
+template <class I>
+int check_getrf(const I *m, const I *n, const void *a, const I *lda, const void *ipiv, const void *info) {
+  if (!m || *m < 0) return 1;
+  if (!n || *n < 0) return 2;
+  if (!lda || *lda < at_least_one(*m)) return 4;
+  const bool work = *m > 0 && *n > 0;
+  if (work && !a) return 3;
+  if (work && !ipiv) return 5;
+  if (!info) return 6;
+  return 0;
+}
+
 }  // namespace orb::rules

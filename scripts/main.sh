@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
 # The main job: builds orb, shows what it sees on this machine, and measures
-# its threaded matrix product, a batch of small products, level-1 routines and
-# dtrsm, dtrmm, dsyrk, dsyr2k, dsymm, dgemmt and the level-2 routines against the
-# serial provider and the threaded peers (short runs; bench/run.sh is the full gemm one).
+# its threaded matrix product, a batch of small products, level-1 routines,
+# dtrsm, dtrmm, dsyrk, dsyr2k, dsymm, dgemmt, the level-2 routines and the LU
+# factorization against the serial provider and the threaded peers
+# (short runs; bench/run.sh is the full gemm one).
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 "$root/bench/setup.sh"
@@ -19,3 +20,4 @@ echo
 "$bdir/bench/orb-bench" level3 --quick
 echo
 "$bdir/bench/orb-bench" level2 --quick
+"$bdir/bench/orb-bench" getrf --quick

@@ -137,6 +137,15 @@ using ProviderDsdotFn = double (*)(const FortranInt *, const float *, const Fort
 template <class T>
 using ProviderCabs1Fn = ProviderRealOf<T> (*)(const T *);
 
+//! A provider GETRF or GETF2: the Fortran argument list.
+template <class T>
+using ProviderGetrfFn = void (*)(const FortranInt *, const FortranInt *, T *, const FortranInt *, FortranInt *, FortranInt *);
+
+//! A provider LASWP: the Fortran argument list.
+template <class T>
+using ProviderLaswpFn = void (*)(const FortranInt *, T *, const FortranInt *, const FortranInt *, const FortranInt *,
+                                 const FortranInt *, const FortranInt *);
+
 //! Every routine the core takes from the provider, one line each: the field of
 //! ProviderTable (also the provider's Fortran name less its underscore) and
 //! its pointer type.  A new provider routine is one more line here.
@@ -296,7 +305,19 @@ using ProviderCabs1Fn = ProviderRealOf<T> (*)(const T *);
   X(sdsdot, ProviderSdsdotFn)                              \
   X(dsdot, ProviderDsdotFn)                                \
   X(scabs1, ProviderCabs1Fn<ORB_Complex8>)                 \
-  X(dcabs1, ProviderCabs1Fn<ORB_Complex16>)
+  X(dcabs1, ProviderCabs1Fn<ORB_Complex16>) \
+  X(sgetrf, ProviderGetrfFn<float>)         \
+  X(dgetrf, ProviderGetrfFn<double>)        \
+  X(cgetrf, ProviderGetrfFn<ORB_Complex8>)  \
+  X(zgetrf, ProviderGetrfFn<ORB_Complex16>) \
+  X(sgetf2, ProviderGetrfFn<float>)         \
+  X(dgetf2, ProviderGetrfFn<double>)        \
+  X(cgetf2, ProviderGetrfFn<ORB_Complex8>)  \
+  X(zgetf2, ProviderGetrfFn<ORB_Complex16>) \
+  X(slaswp, ProviderLaswpFn<float>)         \
+  X(dlaswp, ProviderLaswpFn<double>)        \
+  X(claswp, ProviderLaswpFn<ORB_Complex8>)  \
+  X(zlaswp, ProviderLaswpFn<ORB_Complex16>)
 
 //! The provider's routines, bound once.
 struct ProviderTable {

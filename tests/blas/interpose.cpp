@@ -12,6 +12,7 @@ namespace {
 std::mutex lock;
 Observed record;
 bool failing = false, strict_mode = false;
+long failing_at = -1;
 
 template <class Call>
 void remember(std::vector<Call> Observed::*calls, const Call &call) {
@@ -20,16 +21,18 @@ void remember(std::vector<Call> Observed::*calls, const Call &call) {
 }
 }  // namespace
 
-void observe(bool fail_alloc, bool strict) {
+void observe(bool fail_alloc, bool strict, long fail_at) {
   std::lock_guard<std::mutex> g(lock);
   record = Observed{};
   failing = fail_alloc;
+  failing_at = fail_at;
   strict_mode = strict;
 }
 
 Observed observed() {
   std::lock_guard<std::mutex> g(lock);
   failing = strict_mode = false;
+  failing_at = -1;
   return record;
 }
 
@@ -111,9 +114,10 @@ ORB_TEST_WRAP(ORB_TEST_L2_DECL, zher, if (n) remember(&Observed::syr, BlockCall{
 extern "C" void *orb_serv_allocate(int64_t bytes, int alignment) {
   static const auto real = ORB_TEST_NEXT(orb_serv_allocate);
   std::lock_guard<std::mutex> g(lock);
+  const bool fail = failing || failing_at == static_cast<long>(record.alloc_bytes.size());
   record.alloc_bytes.push_back(bytes);
   record.alloc_alignment.push_back(alignment);
-  void *p = failing ? nullptr : real(bytes, alignment);
+  void *p = fail ? nullptr : real(bytes, alignment);
   if (p) std::memset(p, 0xff, static_cast<size_t>(bytes));
   return p;
 }

@@ -49,9 +49,10 @@ struct Observed {
   int deallocations = 0;
 };
 
-//! Clears the record; allocations fail while fail_alloc holds; strict adds
-//! the strict bit to the reproducibility mode.
-void observe(bool fail_alloc = false, bool strict = false);
+//! Clears the record; allocations fail while fail_alloc holds, or only the
+//! one numbered fail_at (from 0, counted from here); strict adds the strict
+//! bit to the reproducibility mode.
+void observe(bool fail_alloc = false, bool strict = false, long fail_at = -1);
 //! Everything recorded since observe(); allocations and the mode are ordinary again.
 Observed observed();
 
