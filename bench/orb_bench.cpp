@@ -7,11 +7,13 @@
 //   orb-bench level3 [options]  dtrsm, dsyrk and dsymm at orders 500 to 4000
 //   orb-bench kernels           the kernel set each peer picks by itself here
 //   orb-bench batch [options]   a batch of small products against a loop of gemm calls
+//   orb-bench spmv [options]    sparse y := A x against the sequential kernel, librsb and Eigen
 #include "batch_bench.hpp"
 #include "gemm_bench.hpp"
 #include "kernel_sets.hpp"
 #include "level1_bench.hpp"
 #include "level3_bench.hpp"
+#include "spmv_bench.hpp"
 
 #include <cstdio>
 #include <cstring>
@@ -34,6 +36,7 @@ const Subcommand kSubcommands[] = {
     {"level3", orb::bench::level3_main, orb::bench::level3_usage, "dtrsm/dsyrk/dsymm against the serial provider and peers"},
     {"kernels", orb::bench::kernels_main, orb::bench::kernels_usage, "the kernel set each peer picks by itself"},
     {"batch", orb::bench::batch_main, orb::bench::batch_usage, "dgemm_batch against a loop of each library's gemm"},
+    {"spmv", orb::bench::spmv_main, orb::bench::spmv_usage, "sparse y := A x against the sequential kernel and peers"},
 };
 
 void print_usage(std::FILE *out) {

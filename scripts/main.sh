@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # The main job: builds orb, shows what it sees on this machine, and measures
 # its threaded matrix product, a batch of small products, level-1 routines and
-# dtrsm, dsyrk and dsymm against the serial provider and the threaded peers
+# dtrsm, dsyrk and dsymm against the serial provider and the threaded peers,
+# and its sparse product against its sequential kernel and the sparse peers
 # (short runs; bench/run.sh is the full gemm one).
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
@@ -17,3 +18,5 @@ echo
 "$bdir/bench/orb-bench" level1 --quick
 echo
 "$bdir/bench/orb-bench" level3 --quick
+echo
+"$bdir/bench/orb-bench" spmv --quick
