@@ -33,6 +33,8 @@ struct SparseKernels;
     static constexpr auto create_gen_from_sym = &orb_sparse_##p##_create_gen_from_sym_##w;    \
     static constexpr auto convert_esb = &orb_sparse_##p##_convert_esb_##w;                    \
     static constexpr auto convert_dia = &orb_sparse_##p##_convert_dia_##w;                    \
+    static constexpr auto esb_slices = &orb_sparse_##p##_esb_mv_ker_##w;                      \
+    static constexpr auto dia_slices = &orb_sparse_##p##_dia_mv_ker_##w;                      \
     static constexpr auto xcsr_ng_n = &orb_sparse_##p##_xcsr_ng_n_mv_##w;                     \
     static constexpr auto xcsr_ng_t = &orb_sparse_##p##_xcsr_ng_t_mv_##w;                     \
     static constexpr auto xbsr_ng_n = &orb_sparse_##p##_xbsr_ng_n_mv_##w;                     \
@@ -40,6 +42,7 @@ struct SparseKernels;
     static constexpr auto mv = &orb_sparse_##p##_mv_##w;                                      \
     static constexpr auto optimize_csr = &orb_sparse_##p##_optimize_csr_mv_##w;               \
     static constexpr auto optimize_bsr = &orb_sparse_##p##_optimize_bsr_mv_##w;               \
+    static constexpr auto inspector = &orb_sparse_##p##_inspector_gen_mv_##w;                 \
     static constexpr char letter = #p[0];                                                     \
   };
 ORB_SPARSE_EACH(ORB_SPARSE_KERNEL_TABLE)

@@ -24,6 +24,7 @@
 
 #include "precision.hpp"
 #include "scratch.hpp"
+#include "sparse/sliced.hpp"
 
 #include <cstring>
 
@@ -156,6 +157,7 @@ void free_record(SparseRecord<T, I> *r) {
   if (OptimizationRecord *o = r->opt) {
     orb_serv_free(o->partition);
     orb_serv_free(o->up_tri_from_full_sym_data);
+    free_sliced_copies<double, I>(o);
     orb_serv_free(o);
   }
   if (r->owns) {

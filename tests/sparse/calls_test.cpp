@@ -16,6 +16,7 @@
 #include <atomic>
 #include <cmath>
 #include <mutex>
+#include <random>
 #include <thread>
 #include <tuple>
 #include <vector>
@@ -231,8 +232,8 @@ TEST(SparseAnalysis, KeepsItsRecordsOnceAndOnePart) {
   orb_sparse_destroy(A);
 }
 
-// Each allocation of creation, hints, analysis (transpose, general copy,
-// records, partition) and the transposed product fails in turn: the call
+// Each allocation of creation, hints, analysis (transpose, inspector, sliced
+// copy, general copy, records, partition) and the products fails in turn: the call
 // reports 2, y keeps its values, and once the handle is gone nothing is left.
 TEST(SparseAnalysis, AllocationFailuresReportTwoAndLeakNothing) {
   Laplacian lap(6);
@@ -255,6 +256,8 @@ TEST(SparseAnalysis, AllocationFailuresReportTwoAndLeakNothing) {
       EXPECT_EQ(A, nullptr);
       continue;
     }
+    // Copies allowed: the inspector's counts and the sliced copy allocate too.
+    ASSERT_EQ(orb_sparse_set_memory_hint(A, ORB_SPARSE_MEMORY_COPIES), ORB_SPARSE_OK);
     step(orb_sparse_set_mv_hint(A, ORB_SPARSE_OP_T, kGeneral, 5));
     step(orb_sparse_set_mv_hint(A, ORB_SPARSE_OP_N, sym, 5));
     step(orb_sparse_optimize(A));
@@ -270,6 +273,38 @@ TEST(SparseAnalysis, AllocationFailuresReportTwoAndLeakNothing) {
   }
   EXPECT_FALSE(failed_somewhere) << "a run with every allocation served";
   observe();
+}
+
+// The inspector's choice: a banded matrix is smallest as diagonals, rows of
+// one length at scattered columns as slices, rows of very different lengths
+// stay CSR.
+TEST(SparseAnalysis, InspectorChoosesByFootprint) {
+  const int32_t n = 1000;
+  std::mt19937 gen(7);
+  std::uniform_int_distribution<int32_t> column(0, n - 1), length(1, 30);
+  const auto build = [&](int kind) {
+    Laplacian m(1);
+    m.ptr = {0};
+    m.col.clear();
+    m.val.clear();
+    m.rows = n;
+    for (int32_t i = 0; i < n; ++i) {
+      std::vector<int32_t> cols;
+      if (kind == 0)
+        for (int32_t j = std::max(0, i - 1); j <= std::min(n - 1, i + 1); ++j) cols.push_back(j);
+      else
+        for (int32_t k = 0, len = kind == 1 ? 16 : length(gen); k < len; ++k) cols.push_back(column(gen));
+      for (const int32_t j : cols) m.col.push_back(j), m.val.push_back(1.0);
+      m.ptr.push_back(static_cast<int32_t>(m.col.size()));
+    }
+    return m;
+  };
+  for (const int kind : {0, 1, 2}) {
+    Laplacian m = build(kind);
+    orb_sparse_matrix A = m.handle();
+    EXPECT_EQ(orb_sparse_d_inspector_gen_mv_i4(A, ORB_SPARSE_OP_N), kind == 0 ? 2 : kind == 1 ? 1 : 0) << kind;
+    orb_sparse_destroy(A);
+  }
 }
 
 // Statuses of the product entry, in the order it checks, before y is touched.

@@ -9,7 +9,8 @@
 //      without memory) and must be eligible for the threaded kernels (6).
 //   3. General: with the memory policy that allows copies, the hint's format
 //      choice (199 ESB, 299 DIA, 399 CSR, otherwise the inspector) may convert
-//      the record; a conversion that fails leaves CSR.  All output streams are
+//      the record to a sliced layout, whose product then runs its slices in
+//      parallel; a conversion that fails leaves CSR.  All output streams are
 //      flushed once the choice is made.  CSR gets its partition block (4096
 //      bytes, 4096-aligned, zeroed; 2 without memory): one part, whose entry
 //      1 is the row count, unless the processor class reported as 5 has a
@@ -27,6 +28,7 @@
 #include <orb/orb_service.h>
 
 #include "partition/rows.hpp"
+#include "runtime/loop.hpp"
 #include "scratch.hpp"
 #include "sparse_kernels.hpp"
 
@@ -94,6 +96,45 @@ int32_t orb_sparse_optimized_csr_mv_nsun(SparseHint<T, I> *n, int32_t op, Sparse
   return optimized_mv<T, I, Which::from_upper>(n, op, h, d, x, y, alpha, beta);
 }
 
+//! The product on a sliced copy (ESB or DIA) of the primary or transposed
+//! record: the slices in parallel, one kernel call per sub-range.
+template <class T, class I, Which which, bool Esb>
+int32_t optimized_sliced_mv(SparseHint<T, I> *, int32_t op, SparseHandle<T, I> *h, orb_sparse_descr d, const T *x,
+                            T *y, T alpha, T beta) {
+  using K = SparseKernels<T, I>;
+  if (which == Which::transposed && op == ORB_SPARSE_OP_C && K::is_complex)
+    return K::default_procedure(op, reinterpret_cast<orb_sparse_matrix>(h), d, x, y, alpha, beta);
+  const SparseRecord<T, I> *r = record_of(h, which);
+  const void *data = r && r->opt ? (Esb ? r->opt->esb : r->opt->dia) : nullptr;
+  if (!data) return ORB_SPARSE_INTERNAL;
+  const int64_t slices = (r->rows + sparse::kSliceRows - 1) / sparse::kSliceRows;
+  rt::run_loop(slices, {1, rt::Split::automatic, rt::Binding::own, nullptr}, [&](int64_t first, int64_t last) {
+    (Esb ? K::esb_slices : K::dia_slices)(data, static_cast<I>(first), static_cast<I>(last), alpha, x, beta, y);
+  });
+  return ORB_SPARSE_OK;
+}
+
+template <class T, class I>
+int32_t orb_sparse_optimized_esb_mv_ng(SparseHint<T, I> *n, int32_t op, SparseHandle<T, I> *h, orb_sparse_descr d,
+                                       const T *x, T *y, T alpha, T beta) {
+  return optimized_sliced_mv<T, I, Which::primary, true>(n, op, h, d, x, y, alpha, beta);
+}
+template <class T, class I>
+int32_t orb_sparse_optimized_esb_mv_tg(SparseHint<T, I> *n, int32_t op, SparseHandle<T, I> *h, orb_sparse_descr d,
+                                       const T *x, T *y, T alpha, T beta) {
+  return optimized_sliced_mv<T, I, Which::transposed, true>(n, op, h, d, x, y, alpha, beta);
+}
+template <class T, class I>
+int32_t orb_sparse_optimized_dia_mv_ng(SparseHint<T, I> *n, int32_t op, SparseHandle<T, I> *h, orb_sparse_descr d,
+                                       const T *x, T *y, T alpha, T beta) {
+  return optimized_sliced_mv<T, I, Which::primary, false>(n, op, h, d, x, y, alpha, beta);
+}
+template <class T, class I>
+int32_t orb_sparse_optimized_dia_mv_tg(SparseHint<T, I> *n, int32_t op, SparseHandle<T, I> *h, orb_sparse_descr d,
+                                       const T *x, T *y, T alpha, T beta) {
+  return optimized_sliced_mv<T, I, Which::transposed, false>(n, op, h, d, x, y, alpha, beta);
+}
+
 //! The record's optimization record, made on first use; null without memory.
 template <class T, class I>
 OptimizationRecord *optimization_record(SparseRecord<T, I> *r) {
@@ -143,11 +184,20 @@ int32_t optimize_csr(SparseHandle<T, I> *h, SparseHint<T, I> *hint) {
   if (type == ORB_SPARSE_GENERAL) {
     int32_t converted = ORB_SPARSE_OK;
     if (h->memory_policy == sparse::kMemoryCopies) {
-      // The inspector is not part of this build: with no layout to convert
-      // to, every choice other than ESB and DIA keeps CSR.
-      const int32_t choice = hint->format;
+      int32_t choice = hint->format;
+      if (choice != sparse::kChooseEsb && choice != sparse::kChooseDia && choice != sparse::kChooseCsr) {
+        const int32_t answer = K::inspector(A, op);
+        choice = answer == 1 ? sparse::kChooseEsb : answer == 2 ? sparse::kChooseDia : sparse::kChooseCsr;
+      }
       if (choice == sparse::kChooseEsb) converted = K::convert_esb(A, op);
       if (choice == sparse::kChooseDia) converted = K::convert_dia(A, op);
+      if (choice != sparse::kChooseCsr && converted == ORB_SPARSE_OK) {
+        std::fflush(nullptr);
+        const bool esb = choice == sparse::kChooseEsb;
+        hint->procedure = op == ORB_SPARSE_OP_N ? (esb ? orb_sparse_optimized_esb_mv_ng<T, I> : orb_sparse_optimized_dia_mv_ng<T, I>)
+                                                : (esb ? orb_sparse_optimized_esb_mv_tg<T, I> : orb_sparse_optimized_dia_mv_tg<T, I>);
+        return ORB_SPARSE_OK;
+      }
     }
     std::fflush(nullptr);
     bool existed = false;

@@ -35,9 +35,12 @@ ORB_BEGIN_DECLS
   int32_t orb_sparse_##p##_create_transposed_##w(orb_sparse_matrix A);                                          \
   int32_t orb_sparse_##p##_create_gen_from_sym_##w(orb_sparse_matrix A, int32_t fill);                          \
   /* Format conversions of the primary (op 10) or transposed record: 0 when the */                            \
-  /* copy was built, 2 without memory, 6 when this build has no such layout. */                                                                    \
+  /* copy was built (or was there), 2 without memory, 5 without the record. */                                                                       \
   int32_t orb_sparse_##p##_convert_esb_##w(orb_sparse_matrix A, int32_t op);                                    \
   int32_t orb_sparse_##p##_convert_dia_##w(orb_sparse_matrix A, int32_t op);                                    \
+  /* Slices [first, last) of a converted copy: y := alpha A x + beta y on their rows. */                       \
+  void orb_sparse_##p##_esb_mv_ker_##w(const void *esb, I first, I last, T alpha, const T *x, T beta, T *y);    \
+  void orb_sparse_##p##_dia_mv_ker_##w(const void *dia, I first, I last, T alpha, const T *x, T beta, T *y);    \
   /* Row ranges of the general product: y := alpha A x (+ beta y). */                                         \
   void orb_sparse_##p##_csr_ng_n_mv_ker_##w(I rows, T alpha, const T *values, const I *col_index,              \
                                             const I *row_start, const T *x, T *y);                             \
@@ -72,6 +75,8 @@ ORB_BEGIN_DECLS
   /* hint: the handle's product hint node to analyse. */                                                      \
   int32_t orb_sparse_##p##_optimize_csr_mv_##w(orb_sparse_matrix A, void *hint);                                \
   int32_t orb_sparse_##p##_optimize_bsr_mv_##w(orb_sparse_matrix A, void *hint);                                \
+  /* For an eligible general record of op's analysis: 1 ESB, 2 DIA, 0 keep CSR. */                            \
+  int32_t orb_sparse_##p##_inspector_gen_mv_##w(orb_sparse_matrix A, int32_t op);                               \
   int32_t orb_sparse_##p##_xcsr_ng_n_mv_##w(I rows, I cols, const I *row_start, const I *col_index,           \
                                             const T *values, const T *x, T *y, const int32_t *partition,       \
                                             I base, T alpha, T beta);                                          \

@@ -34,16 +34,33 @@ constexpr int kPartitionInts = 1024;
 constexpr int kPartitionBytes = 4096;
 constexpr int kPartitionCount = 1023;
 
-struct EsbData;
-struct DiaData;
+//! Rows per slice of the ESB and DIA layouts: one 512-bit vector of doubles.
+constexpr int kSliceRows = 8;
+
+//! A record in slices of 8 rows, built by the analysis.  ESB: slice s holds
+//! its rows' entries position by position, 8 to a position (padded with zero
+//! values at column 0), positions [start[s], start[s + 1]) of index and
+//! values times 8.  DIA: slice s holds the diagonals its rows touch, segments
+//! [start[s], start[s + 1]); segment k is the diagonal of offset index[k]
+//! (column minus row) with the 8 values of the slice's rows on it.  Indices
+//! count from 0 whatever the record's base.
+template <class T, class I>
+struct SlicedData {
+  I rows;
+  I cols;
+  I slices;
+  I *start;  //!< slices + 1
+  I *index;  //!< ESB: column of each of 8 x positions; DIA: offset of each segment
+  T *values; //!< 8 per position or segment
+};
 
 //! What the analysis keeps for one record: 104 bytes, 4096-aligned, zeroed.
 struct OptimizationRecord {
   int32_t *partition;              //!< the partition block, or null
   void *up_tri_from_full_sym_data; //!< strict upper triangle of a full symmetric matrix
   void *symgs_data;                //!< Gauss-Seidel data (triangular solves)
-  void *esb;                       //!< the ESB copy, when the analysis chose it
-  void *dia;                       //!< the DIA copy, when the analysis chose it
+  void *esb;                       //!< SlicedData in ESB form, when the analysis chose it
+  void *dia;                       //!< SlicedData in DIA form, when the analysis chose it
   int32_t format_tried;            //!< a conversion was attempted (1) and failed (2)
   int32_t reserved0;
   int64_t reserved[7];
