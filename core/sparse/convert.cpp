@@ -55,17 +55,21 @@ SlicedData<T, I> *new_sliced(I rows, I cols, I slices, I units, I index_per_unit
   return d;
 }
 
-template <class T, class I>
-SparseRecord<T, I> *record_for(SparseHandle<T, I> *h, int32_t op) {
-  return op == ORB_SPARSE_OP_N ? h->primary : h->transposed;
+//! Runs build(record, slices) into the record's `slot` (esb or dia) of op's
+//! record (primary for 10, transposed otherwise), once.
+template <class T, class I, class Build>
+int32_t convert(SparseHandle<T, I> *h, int32_t op, void *OptimizationRecord::*slot, Build build) {
+  SparseRecord<T, I> *r = !h ? nullptr : op == ORB_SPARSE_OP_N ? h->primary : h->transposed;
+  if (!r || !r->opt || r->block != 1) return ORB_SPARSE_INTERNAL;
+  if (r->opt->*slot) return ORB_SPARSE_OK;
+  SlicedData<T, I> *d = nullptr;
+  const int32_t status = build(r, (r->rows + kSliceRows - 1) / kSliceRows, &d);
+  if (status == ORB_SPARSE_OK) r->opt->*slot = d;
+  return status;
 }
 
 template <class T, class I>
-int32_t convert_esb(SparseHandle<T, I> *h, int32_t op) {
-  SparseRecord<T, I> *r = h ? record_for(h, op) : nullptr;
-  if (!r || !r->opt || r->block != 1) return ORB_SPARSE_INTERNAL;
-  if (r->opt->esb) return ORB_SPARSE_OK;
-  const I slices = (r->rows + kSliceRows - 1) / kSliceRows;
+int32_t build_esb(const SparseRecord<T, I> *r, I slices, SlicedData<T, I> **out) {
   Scratch<I> longest(slices + 1, 64, Allocator::plain);
   if (!longest) return ORB_SPARSE_NO_MEMORY;
   I positions = 0;
@@ -89,16 +93,12 @@ int32_t convert_esb(SparseHandle<T, I> *h, int32_t op) {
       }
     }
   }
-  r->opt->esb = d;
+  *out = d;
   return ORB_SPARSE_OK;
 }
 
 template <class T, class I>
-int32_t convert_dia(SparseHandle<T, I> *h, int32_t op) {
-  SparseRecord<T, I> *r = h ? record_for(h, op) : nullptr;
-  if (!r || !r->opt || r->block != 1) return ORB_SPARSE_INTERNAL;
-  if (r->opt->dia) return ORB_SPARSE_OK;
-  const I slices = (r->rows + kSliceRows - 1) / kSliceRows;
+int32_t build_dia(const SparseRecord<T, I> *r, I slices, SlicedData<T, I> **out) {
   // seen[offset + rows]: 1 + the last slice that touched the diagonal, and
   // where[...] its segment in that slice.
   Scratch<I> seen(r->rows + r->cols + 1, 64, Allocator::plain), where(r->rows + r->cols + 1, 64, Allocator::plain);
@@ -131,7 +131,7 @@ int32_t convert_dia(SparseHandle<T, I> *h, int32_t op) {
     });
     d->start[s + 1] = next;
   }
-  r->opt->dia = d;
+  *out = d;
   return ORB_SPARSE_OK;
 }
 
@@ -183,10 +183,10 @@ using namespace orb::sparse;
 
 #define ORB_SPARSE_CONVERT_ENTRIES(p, T, I, w)                                                                     \
   extern "C" int32_t orb_sparse_##p##_convert_esb_##w(orb_sparse_matrix A, int32_t op) {                           \
-    return convert_esb(handle_cast<T, I>(A), op);                                                                  \
+    return convert(handle_cast<T, I>(A), op, &OptimizationRecord::esb, build_esb<T, I>);                                                                  \
   }                                                                                                                \
   extern "C" int32_t orb_sparse_##p##_convert_dia_##w(orb_sparse_matrix A, int32_t op) {                           \
-    return convert_dia(handle_cast<T, I>(A), op);                                                                  \
+    return convert(handle_cast<T, I>(A), op, &OptimizationRecord::dia, build_dia<T, I>);                                                                  \
   }                                                                                                                \
   extern "C" void orb_sparse_##p##_esb_mv_ker_##w(const void *esb, I first, I last, T alpha, const T *x, T beta,  \
                                                   T *y) {                                                          \

@@ -76,25 +76,13 @@ int32_t optimized_mv(SparseHint<T, I> *, int32_t op, SparseHandle<T, I> *h, orb_
 }
 
 template <class T, class I>
-int32_t orb_sparse_optimized_csr_mv_ng(SparseHint<T, I> *n, int32_t op, SparseHandle<T, I> *h, orb_sparse_descr d,
-                                       const T *x, T *y, T alpha, T beta) {
-  return optimized_mv<T, I, Which::primary>(n, op, h, d, x, y, alpha, beta);
-}
+constexpr auto orb_sparse_optimized_csr_mv_ng = &optimized_mv<T, I, Which::primary>;
 template <class T, class I>
-int32_t orb_sparse_optimized_csr_mv_tg(SparseHint<T, I> *n, int32_t op, SparseHandle<T, I> *h, orb_sparse_descr d,
-                                       const T *x, T *y, T alpha, T beta) {
-  return optimized_mv<T, I, Which::transposed>(n, op, h, d, x, y, alpha, beta);
-}
+constexpr auto orb_sparse_optimized_csr_mv_tg = &optimized_mv<T, I, Which::transposed>;
 template <class T, class I>
-int32_t orb_sparse_optimized_csr_mv_nsln(SparseHint<T, I> *n, int32_t op, SparseHandle<T, I> *h,
-                                         orb_sparse_descr d, const T *x, T *y, T alpha, T beta) {
-  return optimized_mv<T, I, Which::from_lower>(n, op, h, d, x, y, alpha, beta);
-}
+constexpr auto orb_sparse_optimized_csr_mv_nsln = &optimized_mv<T, I, Which::from_lower>;
 template <class T, class I>
-int32_t orb_sparse_optimized_csr_mv_nsun(SparseHint<T, I> *n, int32_t op, SparseHandle<T, I> *h,
-                                         orb_sparse_descr d, const T *x, T *y, T alpha, T beta) {
-  return optimized_mv<T, I, Which::from_upper>(n, op, h, d, x, y, alpha, beta);
-}
+constexpr auto orb_sparse_optimized_csr_mv_nsun = &optimized_mv<T, I, Which::from_upper>;
 
 //! The product on a sliced copy (ESB or DIA) of the primary or transposed
 //! record: the slices in parallel, one kernel call per sub-range.
@@ -115,25 +103,13 @@ int32_t optimized_sliced_mv(SparseHint<T, I> *, int32_t op, SparseHandle<T, I> *
 }
 
 template <class T, class I>
-int32_t orb_sparse_optimized_esb_mv_ng(SparseHint<T, I> *n, int32_t op, SparseHandle<T, I> *h, orb_sparse_descr d,
-                                       const T *x, T *y, T alpha, T beta) {
-  return optimized_sliced_mv<T, I, Which::primary, true>(n, op, h, d, x, y, alpha, beta);
-}
+constexpr auto orb_sparse_optimized_esb_mv_ng = &optimized_sliced_mv<T, I, Which::primary, true>;
 template <class T, class I>
-int32_t orb_sparse_optimized_esb_mv_tg(SparseHint<T, I> *n, int32_t op, SparseHandle<T, I> *h, orb_sparse_descr d,
-                                       const T *x, T *y, T alpha, T beta) {
-  return optimized_sliced_mv<T, I, Which::transposed, true>(n, op, h, d, x, y, alpha, beta);
-}
+constexpr auto orb_sparse_optimized_esb_mv_tg = &optimized_sliced_mv<T, I, Which::transposed, true>;
 template <class T, class I>
-int32_t orb_sparse_optimized_dia_mv_ng(SparseHint<T, I> *n, int32_t op, SparseHandle<T, I> *h, orb_sparse_descr d,
-                                       const T *x, T *y, T alpha, T beta) {
-  return optimized_sliced_mv<T, I, Which::primary, false>(n, op, h, d, x, y, alpha, beta);
-}
+constexpr auto orb_sparse_optimized_dia_mv_ng = &optimized_sliced_mv<T, I, Which::primary, false>;
 template <class T, class I>
-int32_t orb_sparse_optimized_dia_mv_tg(SparseHint<T, I> *n, int32_t op, SparseHandle<T, I> *h, orb_sparse_descr d,
-                                       const T *x, T *y, T alpha, T beta) {
-  return optimized_sliced_mv<T, I, Which::transposed, false>(n, op, h, d, x, y, alpha, beta);
-}
+constexpr auto orb_sparse_optimized_dia_mv_tg = &optimized_sliced_mv<T, I, Which::transposed, false>;
 
 //! The record's optimization record, made on first use; null without memory.
 template <class T, class I>
