@@ -43,6 +43,7 @@ struct SparseKernels;
     static constexpr auto optimize_csr = &orb_sparse_##p##_optimize_csr_mv_##w;               \
     static constexpr auto optimize_bsr = &orb_sparse_##p##_optimize_bsr_mv_##w;               \
     static constexpr auto inspector = &orb_sparse_##p##_inspector_gen_mv_##w;                 \
+    static constexpr auto order = &orb_sparse_##p##_order_##w;                                \
     static constexpr char letter = #p[0];                                                     \
   };
 ORB_SPARSE_EACH(ORB_SPARSE_KERNEL_TABLE)

@@ -146,6 +146,12 @@ struct Optimize {
   static orb_sparse_status run(orb_sparse_matrix A) { return optimize<T, I>(A); }
 };
 template <class T, class I>
+struct Order {
+  static orb_sparse_status run(orb_sparse_matrix A) {
+    return static_cast<orb_sparse_status>(SparseEntries<T, I>::order(A));
+  }
+};
+template <class T, class I>
 struct Announce {
   static orb_sparse_status run(orb_sparse_matrix A, int op, orb_sparse_descr d, int calls) {
     return announce(sparse::handle_cast<T, I>(A), op, d, calls);
@@ -173,6 +179,11 @@ extern "C" orb_sparse_status orb_sparse_set_memory_hint(orb_sparse_matrix A, int
   if (policy != ORB_SPARSE_MEMORY_NONE && policy != ORB_SPARSE_MEMORY_COPIES) return ORB_SPARSE_BAD_VALUE;
   orb::sparse::handle_cast<double, int32_t>(A)->memory_policy = policy;
   return ORB_SPARSE_OK;
+}
+
+extern "C" orb_sparse_status orb_sparse_order(orb_sparse_matrix A) {
+  if (!A) return ORB_SPARSE_NULL_POINTER;
+  return for_handle<Order>(A);
 }
 
 extern "C" orb_sparse_status orb_sparse_optimize(orb_sparse_matrix A) {

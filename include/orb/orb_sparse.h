@@ -132,6 +132,13 @@ orb_sparse_status orb_sparse_set_memory_hint(orb_sparse_matrix A, int policy);
  * general matrix used transposed. */
 orb_sparse_status orb_sparse_optimize(orb_sparse_matrix A);
 
+/* Sorts the entries of each row (of each column for CSC, of each block row
+ * for BSR) by index, in place in the arrays the handle was made from, the
+ * values moving with their indices; the rows run in parallel.  A COO handle
+ * answers ORB_SPARSE_UNSUPPORTED.  Call it before the analysis: analysed
+ * copies are not sorted again. */
+orb_sparse_status orb_sparse_order(orb_sparse_matrix A);
+
 ORB_END_DECLS
 
 #endif

@@ -76,6 +76,8 @@ ORB_BEGIN_DECLS
   int32_t orb_sparse_##p##_optimize_csr_mv_##w(orb_sparse_matrix A, void *hint);                                \
   int32_t orb_sparse_##p##_optimize_bsr_mv_##w(orb_sparse_matrix A, void *hint);                                \
   /* For an eligible general record of op's analysis: 1 ESB, 2 DIA, 0 keep CSR. */                            \
+  /* Sorts each row (CSC: column) of the caller's arrays by index, values moving along. */                    \
+  int32_t orb_sparse_##p##_order_##w(orb_sparse_matrix A);                                                      \
   int32_t orb_sparse_##p##_inspector_gen_mv_##w(orb_sparse_matrix A, int32_t op);                               \
   int32_t orb_sparse_##p##_xcsr_ng_n_mv_##w(I rows, I cols, const I *row_start, const I *col_index,           \
                                             const T *values, const T *x, T *y, const int32_t *partition,       \
