@@ -26,19 +26,28 @@
 
 namespace orb::sparse {
 
+//! The antisymmetric matrix of the character-descriptor routines: A = L - L^T
+//! from the strict triangle named by the fill mode (its diagonal is zero).
+constexpr int32_t kAntisymmetric = 27;
+
 template <class T, class I>
 class EntryProduct {
  public:
   using P = Precision<T>;
 
   //! rows and cols of A in scalars; block the BSR block size (1 otherwise).
-  EntryProduct(int32_t op, orb_sparse_descr d, I rows, I cols, I block, T alpha, const T *x, T beta, T *y)
-      : op_(op), d_(d), rows_(rows), cols_(cols), block_(block), alpha_(alpha), x_(x), y_(y) {
-    const I n = op == ORB_SPARSE_OP_N ? rows : cols;
+  //! An untransposed product may cover only the rows [first, last) of y,
+  //! when it is given only the entries of those rows (rows of A are cut
+  //! that way); -1 for last means all rows.
+  EntryProduct(int32_t op, orb_sparse_descr d, I rows, I cols, I block, T alpha, const T *x, T beta, T *y,
+               I first = 0, I last = -1)
+      : op_(op), d_(d), rows_(rows), cols_(cols), block_(block), alpha_(alpha), x_(x), y_(y), first_(first),
+        last_(last < 0 ? rows : last) {
+    const I lo = op == ORB_SPARSE_OP_N ? first_ : 0, hi = op == ORB_SPARSE_OP_N ? last_ : cols;
     if (P::is_zero(beta))
-      for (I i = 0; i < n; ++i) y[i] = P::zero();
+      for (I i = lo; i < hi; ++i) y[i] = P::zero();
     else if (!P::is_one(beta))
-      for (I i = 0; i < n; ++i) y[i] = P::mul(beta, y[i]);
+      for (I i = lo; i < hi; ++i) y[i] = P::mul(beta, y[i]);
     hermitian_ = d.type == ORB_SPARSE_HERMITIAN && P::is_complex;
     unit_ = d.diag == ORB_SPARSE_UNIT && d.type != ORB_SPARSE_GENERAL;
   }
@@ -57,6 +66,12 @@ class EntryProduct {
         } else if (in_triangle(i, j)) {
           add(i, j, v);
           if (i != j) add(j, i, hermitian_ ? P::conj(v) : v);
+        }
+        return;
+      case kAntisymmetric:
+        if (i != j && in_triangle(i, j)) {
+          add(i, j, v);
+          add(j, i, negated(v));
         }
         return;
       case ORB_SPARSE_TRIANGULAR:
@@ -79,10 +94,11 @@ class EntryProduct {
   //! Adds the unit diagonal the stored entries left out.
   void finish() {
     if (!unit_) return;
-    for (I e = 0; e < rows_ && e < cols_; ++e) add(e, e, P::one());
+    for (I e = first_; e < last_ && e < cols_; ++e) add(e, e, P::one());
   }
 
  private:
+
   bool in_triangle(I i, I j) const { return d_.fill == ORB_SPARSE_LOWER ? j <= i : j >= i; }
 
   void add(I i, I j, const T &v) {
@@ -98,6 +114,7 @@ class EntryProduct {
   T alpha_;
   const T *x_;
   T *y_;
+  I first_, last_;
   bool hermitian_ = false, unit_ = false;
 };
 

@@ -10,6 +10,7 @@
 // matrix come in no order, so rows cannot be cut without sorting them first.
 #include <orb/orb_service.h>
 
+#include "spblas/decode.hpp"
 #include "sparse_kernels.hpp"
 
 namespace orb::thr {
@@ -20,18 +21,16 @@ using sparse::SparseKernels;
 template <class T, class I>
 void coo_product(const char *transa, I m, I k, const T *alpha, const char *matdescra, const T *val,
                  const I *rowind, const I *colind, I nnz, const T *x, const T *beta, T *y) {
+  const Descriptor c = decode(transa, matdescra);
   static const char kKinds[] = "GSHTD";
   int32_t type = 0;
   for (int i = 0; i < 5; ++i)
-    if (orb_serv_lsame(matdescra, kKinds + i)) type = ORB_SPARSE_GENERAL + i;
+    if (c.kind == kKinds[i]) type = ORB_SPARSE_GENERAL + i;
   if (type == 0) return;
-  const orb_sparse_descr d{type, orb_serv_lsame(matdescra + 1, "L") ? ORB_SPARSE_LOWER : ORB_SPARSE_UPPER,
-                           orb_serv_lsame(matdescra + 2, "N") ? ORB_SPARSE_NON_UNIT : ORB_SPARSE_UNIT};
-  const I base = orb_serv_lsame(matdescra + 3, "C") ? 0 : 1;
-  const int32_t op = orb_serv_lsame(transa, "N")   ? ORB_SPARSE_OP_N
-                     : orb_serv_lsame(transa, "C") ? ORB_SPARSE_OP_C
-                                                   : ORB_SPARSE_OP_T;
-  SparseKernels<T, I>::coo_def(op, d, m, k, nnz, base, rowind, colind, val, *alpha, x, *beta, y);
+  const orb_sparse_descr d{type, c.lower ? ORB_SPARSE_LOWER : ORB_SPARSE_UPPER,
+                           c.non_unit ? ORB_SPARSE_NON_UNIT : ORB_SPARSE_UNIT};
+  const int32_t op = !c.transposed ? ORB_SPARSE_OP_N : c.conjugated ? ORB_SPARSE_OP_C : ORB_SPARSE_OP_T;
+  SparseKernels<T, I>::coo_def(op, d, m, k, nnz, c.zero_based ? 0 : 1, rowind, colind, val, *alpha, x, *beta, y);
 }
 
 }  // namespace

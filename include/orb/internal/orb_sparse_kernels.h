@@ -112,6 +112,55 @@ ORB_SPBLAS_COO_DECLS(d, double)
 ORB_SPBLAS_COO_DECLS(c, ORB_Complex8)
 ORB_SPBLAS_COO_DECLS(z, ORB_Complex16)
 
+
+/* The kernels of the character-descriptor CSR product, one per case (see
+ * core/spblas/csr_kernels.cpp): X(args..., case, type, fill, diag, op, run)
+ * for each case in this order; the driver indexes them in it. */
+#define ORB_SPBLAS_CSR_CASES(X, ...)                                                                            \
+  X(__VA_ARGS__, ng__, 20, 40, 50, 10, omp) X(__VA_ARGS__, tg__, 20, 40, 50, 11, omp)                          \
+  X(__VA_ARGS__, nsln, 21, 40, 50, 10, omp) X(__VA_ARGS__, nslu, 21, 40, 51, 10, omp)                          \
+  X(__VA_ARGS__, nsun, 21, 41, 50, 10, omp) X(__VA_ARGS__, nsuu, 21, 41, 51, 10, omp)                          \
+  X(__VA_ARGS__, nhln, 22, 40, 50, 10, omp) X(__VA_ARGS__, nhlu, 22, 40, 51, 10, omp)                          \
+  X(__VA_ARGS__, nhun, 22, 41, 50, 10, omp) X(__VA_ARGS__, nhuu, 22, 41, 51, 10, omp)                          \
+  X(__VA_ARGS__, ntln, 23, 40, 50, 10, omp) X(__VA_ARGS__, ntlu, 23, 40, 51, 10, omp)                          \
+  X(__VA_ARGS__, ntun, 23, 41, 50, 10, omp) X(__VA_ARGS__, ntuu, 23, 41, 51, 10, omp)                          \
+  X(__VA_ARGS__, ttln, 23, 40, 50, 11, seq) X(__VA_ARGS__, ttlu, 23, 40, 51, 11, seq)                          \
+  X(__VA_ARGS__, ttun, 23, 41, 50, 11, seq) X(__VA_ARGS__, ttuu, 23, 41, 51, 11, seq)                          \
+  X(__VA_ARGS__, nal_, 27, 40, 50, 10, omp) X(__VA_ARGS__, nau_, 27, 41, 50, 10, omp)                          \
+  X(__VA_ARGS__, nd_n, 24, 40, 50, 10, seq) X(__VA_ARGS__, nd_u, 24, 40, 51, 10, seq)
+
+#define ORB_SPBLAS_CSR_KERNEL_DECL(p, T, I, prefix, base, letter, name, run)                                   \
+  void orb_spblas_##prefix##p##csr##base##name##letter##__mvout_##run(const I *m, const I *k, const T *alpha,   \
+                                                                     const T *val, const I *indx,               \
+                                                                     const I *pntrb, const I *pntre,            \
+                                                                     const T *x, T *y, const T *beta);
+#define ORB_SPBLAS_CSR_DECLS(p, T, I, prefix, name, type, fill, diag, op, run) \
+  ORB_SPBLAS_CSR_KERNEL_DECL(p, T, I, prefix, 0, c, name, run)                 \
+  ORB_SPBLAS_CSR_KERNEL_DECL(p, T, I, prefix, 1, f, name, run)
+/* X(letter, type, integer, name prefix) for each value type with 64-bit
+ * integers (no prefix) and with int (lp64_). */
+#define ORB_SPBLAS_EACH(X)                                                                                    \
+  X(s, float, ORB_INT, ) X(d, double, ORB_INT, ) X(c, ORB_Complex8, ORB_INT, ) X(z, ORB_Complex16, ORB_INT, )  \
+  X(s, float, int, lp64_) X(d, double, int, lp64_) X(c, ORB_Complex8, int, lp64_) X(z, ORB_Complex16, int, lp64_)
+#define ORB_SPBLAS_CSR_DECL_ALL(p, T, I, prefix) ORB_SPBLAS_CSR_CASES(ORB_SPBLAS_CSR_DECLS, p, T, I, prefix)
+ORB_SPBLAS_EACH(ORB_SPBLAS_CSR_DECL_ALL)
+
+/* The character-descriptor CSR product y := alpha op(A) x + beta y: transa
+ * "N", or anything else for the transpose; matdescra characters 1 to 4 (G S
+ * H T A D, L or else upper, N or else unit, C zero-based or else one-based);
+ * rows [pntrb[i], pntre[i]).  An unknown kind returns with y untouched. */
+#define ORB_SPBLAS_CSRMV_DECLS(p, T)                                                                           \
+  void orb_spblas_orb_##p##csrmv(const char *transa, const ORB_INT *m, const ORB_INT *k, const T *alpha,       \
+                                 const char *matdescra, const T *val, const ORB_INT *indx, const ORB_INT *pntrb, \
+                                 const ORB_INT *pntre, const T *x, const T *beta, T *y);                       \
+  void orb_spblas_lp64_orb_##p##csrmv(const char *transa, const int *m, const int *k, const T *alpha,          \
+                                      const char *matdescra, const T *val, const int *indx, const int *pntrb,  \
+                                      const int *pntre, const T *x, const T *beta, T *y);
+ORB_SPBLAS_CSRMV_DECLS(s, float)
+ORB_SPBLAS_CSRMV_DECLS(d, double)
+ORB_SPBLAS_CSRMV_DECLS(c, ORB_Complex8)
+ORB_SPBLAS_CSRMV_DECLS(z, ORB_Complex16)
+
 /* Frees a handle made by the core with everything its analysis built. */
 void orb_sparse_destroy_matrix(orb_sparse_matrix A);
 
