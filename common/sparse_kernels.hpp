@@ -44,6 +44,11 @@ struct SparseKernels;
     static constexpr auto optimize_bsr = &orb_sparse_##p##_optimize_bsr_mv_##w;               \
     static constexpr auto inspector = &orb_sparse_##p##_inspector_gen_mv_##w;                 \
     static constexpr auto order = &orb_sparse_##p##_order_##w;                                \
+    static constexpr auto syrkd = &orb_sparse_##p##_csr__g_t_syrkd_##w;                       \
+    static constexpr auto syrkd_c = &orb_sparse_##p##_csr__g_t_syrkd_c_ker_##w;               \
+    static constexpr auto syrkd_f = &orb_sparse_##p##_csr__g_t_syrkd_f_ker_##w;               \
+    static constexpr auto syrkd_alf_c = &orb_sparse_##p##_csr__g_t_syrkd_alf_c_ker_##w;       \
+    static constexpr auto syrkd_alf_f = &orb_sparse_##p##_csr__g_t_syrkd_alf_f_ker_##w;       \
     static constexpr char letter = #p[0];                                                     \
   };
 ORB_SPARSE_EACH(ORB_SPARSE_KERNEL_TABLE)

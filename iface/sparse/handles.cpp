@@ -76,6 +76,20 @@ orb_sparse_status product(int op, T alpha, orb_sparse_matrix A, orb_sparse_descr
   return static_cast<orb_sparse_status>(status);
 }
 
+template <class T, class I>
+orb_sparse_status syrkd(orb_sparse_matrix A, T alpha, T beta, T *c, int layout, int64_t ldc) {
+  if (!A || !c) return ORB_SPARSE_NULL_POINTER;
+  if (!made_as<T, I>(A)) return ORB_SPARSE_BAD_VALUE;
+  const SparseHandle<T, I> *h = sparse::handle_cast<T, I>(A);
+  if (h->format != sparse::kFormatCsr) return ORB_SPARSE_UNSUPPORTED;
+  const auto &r = *h->primary;
+  if ((layout != ORB_SPARSE_BLOCK_ROW_MAJOR && layout != ORB_SPARSE_BLOCK_COL_MAJOR) || ldc < 1 || ldc < r.cols)
+    return ORB_SPARSE_BAD_VALUE;
+  return static_cast<orb_sparse_status>(SparseEntries<T, I>::syrkd(r.rows, r.cols, alpha, r.values, r.col_index,
+                                                                   r.row_start, r.row_end, static_cast<I>(r.base),
+                                                                   beta, c, static_cast<I>(ldc), layout));
+}
+
 //! Analyses one announced product of a handle of this type and width.
 template <class T, class I>
 int32_t analyse(SparseHandle<T, I> *h, SparseHint<T, I> *node) {
@@ -236,3 +250,11 @@ ORB_SPARSE_IFACE_ENTRIES(z, ORB_Complex16, int64_t, i8, _64)
     return product<T, int32_t>(op, alpha, A, d, x, beta, y);                                                  \
   }
 ORB_FOR_EACH_PRECISION(ORB_SPARSE_IFACE_MV)
+
+#define ORB_SPARSE_IFACE_SYRKD(p, P, T)                                                                          \
+  extern "C" orb_sparse_status orb_sparse_##p##_syrkd(orb_sparse_matrix A, T alpha, T beta, T *C, int layout,   \
+                                                      int64_t ldc) {                                             \
+    if (A && header(A)->index_bytes == 8) return syrkd<T, int64_t>(A, alpha, beta, C, layout, ldc);              \
+    return syrkd<T, int32_t>(A, alpha, beta, C, layout, ldc);                                                    \
+  }
+ORB_FOR_EACH_PRECISION(ORB_SPARSE_IFACE_SYRKD)

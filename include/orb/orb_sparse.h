@@ -118,6 +118,19 @@ ORB_SPARSE_CREATE_DECLS_64(d, double)
 ORB_SPARSE_CREATE_DECLS_64(c, ORB_Complex8)
 ORB_SPARSE_CREATE_DECLS_64(z, ORB_Complex16)
 
+/* C := alpha A^T A + beta C for a CSR handle A of m rows and n columns, C
+ * dense n x n with leading dimension ldc >= max(1, n), laid out by `layout`
+ * (ORB_SPARSE_BLOCK_ROW_MAJOR or _COL_MAJOR).  beta applies to the entries
+ * (r, c) with c >= r, the product adds into every entry, so that a C whose
+ * lower part is zero ends with the full product there.  Rows of A run in
+ * parallel, adding into C atomically. */
+#define ORB_SPARSE_SYRKD_DECL(p, T)                                                                          \
+  orb_sparse_status orb_sparse_##p##_syrkd(orb_sparse_matrix A, T alpha, T beta, T *C, int layout, int64_t ldc);
+ORB_SPARSE_SYRKD_DECL(s, float)
+ORB_SPARSE_SYRKD_DECL(d, double)
+ORB_SPARSE_SYRKD_DECL(c, ORB_Complex8)
+ORB_SPARSE_SYRKD_DECL(z, ORB_Complex16)
+
 /* Releases the handle and everything its analysis built (A may be NULL). */
 orb_sparse_status orb_sparse_destroy(orb_sparse_matrix A);
 

@@ -20,6 +20,10 @@ ORB_BEGIN_DECLS
   int32_t orb_sparse_##p##_##name##_##w(int32_t op, orb_sparse_descr descr, orb_sparse_matrix A, const T *x, T *y, \
                                         T alpha, T beta);
 
+#define ORB_SPARSE_SYRKD_DECL(p, T, I, w, name)                                                                \
+  void orb_sparse_##p##_csr__g_t_syrkd_##name##_ker_##w(I m, I n, T alpha, const T *val, const I *col,          \
+                                                        const I *rs, const I *re, I base, T beta, T *c, I ldc);
+
 #define ORB_SPARSE_CORE_DECLS(p, T, I, w)                                                                      \
   /* Handles: the record refers to the caller's arrays (checked, never copied). */                            \
   int32_t orb_sparse_##p##_create_csr_##w(orb_sparse_matrix *A, int32_t base, I rows, I cols, I *row_start,     \
@@ -62,6 +66,10 @@ ORB_BEGIN_DECLS
   ORB_SPARSE_DEF_DECL(p, T, w, xcsr_mv_n_def) ORB_SPARSE_DEF_DECL(p, T, w, xcsr_mv_t_def)                        \
   ORB_SPARSE_DEF_DECL(p, T, w, xcsc_mv_n_def) ORB_SPARSE_DEF_DECL(p, T, w, xcsc_mv_t_def)                        \
   ORB_SPARSE_DEF_DECL(p, T, w, xbsr_mv_n_def) ORB_SPARSE_DEF_DECL(p, T, w, xbsr_mv_t_def)                        \
+  /* C := alpha A^T A + beta C (beta on each row of C from its diagonal on), row-major */                     \
+  /* (c) or column-major (f), alpha exactly 1 or any (alf). */                                                 \
+  ORB_SPARSE_SYRKD_DECL(p, T, I, w, c) ORB_SPARSE_SYRKD_DECL(p, T, I, w, f)                                    \
+  ORB_SPARSE_SYRKD_DECL(p, T, I, w, alf_c) ORB_SPARSE_SYRKD_DECL(p, T, I, w, alf_f)                            \
   /* The COO product of the character-descriptor routines (codes already decoded). */                        \
   void orb_sparse_##p##_xcoo_mv_def_##w(int32_t op, orb_sparse_descr descr, I rows, I cols, I nnz, I base,     \
                                         const I *row_index, const I *col_index, const T *values, T alpha,     \
@@ -85,6 +93,10 @@ ORB_BEGIN_DECLS
   int32_t orb_sparse_##p##_xcsr_ng_t_mv_##w(I rows, I cols, const I *row_start, const I *col_index,           \
                                             const T *values, const T *x, T *y, const int32_t *partition,       \
                                             I base, T alpha, T beta);                                          \
+  /* C := alpha A^T A + beta C for a CSR matrix A of m rows and n columns; layout 102 */                       \
+  /* column-major, else row-major; returns 0. */                                                               \
+  int32_t orb_sparse_##p##_csr__g_t_syrkd_##w(I m, I n, T alpha, const T *val, const I *col, const I *rs,       \
+                                              const I *re, I base, T beta, T *c, I ldc, int32_t layout);         \
   int32_t orb_sparse_##p##_xbsr_ng_n_mv_##w(I rows, I cols, I block, int32_t layout, const I *row_start,       \
                                             const I *col_index, const T *values, const T *x, T *y,             \
                                             const int32_t *partition, I base, T alpha, T beta);
