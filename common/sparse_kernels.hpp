@@ -44,6 +44,8 @@ struct SparseKernels;
     static constexpr auto optimize_bsr = &orb_sparse_##p##_optimize_bsr_mv_##w;               \
     static constexpr auto inspector = &orb_sparse_##p##_inspector_gen_mv_##w;                 \
     static constexpr auto order = &orb_sparse_##p##_order_##w;                                \
+    static constexpr auto fill_up_tri = &orb_sparse_##p##_fill_up_tri_from_full_sym_data_##w; \
+    static constexpr auto up_tri_product = &orb_sparse_##p##_up_tri_sym_mv_ker_##w;           \
     static constexpr auto syrkd = &orb_sparse_##p##_csr__g_t_syrkd_##w;                       \
     static constexpr auto syrkd_c = &orb_sparse_##p##_csr__g_t_syrkd_c_ker_##w;               \
     static constexpr auto syrkd_f = &orb_sparse_##p##_csr__g_t_syrkd_f_ker_##w;               \

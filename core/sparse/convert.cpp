@@ -24,7 +24,7 @@
 
 #include "precision.hpp"
 #include "scratch.hpp"
-#include "sparse/sliced.hpp"
+#include "sparse/copies.hpp"
 
 namespace orb::sparse {
 namespace {

@@ -24,7 +24,7 @@
 
 #include "precision.hpp"
 #include "scratch.hpp"
-#include "sparse/sliced.hpp"
+#include "sparse/copies.hpp"
 
 #include <cstring>
 
@@ -156,7 +156,7 @@ void free_record(SparseRecord<T, I> *r) {
   if (!r) return;
   if (OptimizationRecord *o = r->opt) {
     orb_serv_free(o->partition);
-    orb_serv_free(o->up_tri_from_full_sym_data);
+    destroy_up_tri_from_full_sym_data<double, I>(o);
     free_sliced_copies<double, I>(o);
     orb_serv_free(o);
   }

@@ -275,6 +275,37 @@ TEST(SparseAnalysis, AllocationFailuresReportTwoAndLeakNothing) {
   observe();
 }
 
+// A symmetric matrix stored in full with a unit diagonal keeps its strict
+// upper triangle; the product from it reads no diagonal (a 5-point
+// Laplacian's interior row then sums to 1 - 4), and a triangle that cannot
+// be built answers 5 and leaves nothing behind.
+TEST(SparseAnalysis, FullSymmetricUnitKeepsTheUpperTriangle) {
+  Laplacian lap(10);
+  const orb_sparse_descr full_unit{ORB_SPARSE_SYMMETRIC, ORB_SPARSE_FULL, ORB_SPARSE_UNIT};
+  const std::vector<double> x(lap.rows, 1.0);
+  for (int fail = -1; fail < 4; ++fail) {
+    orb_sparse_matrix A = lap.handle();
+    ASSERT_EQ(orb_sparse_set_mv_hint(A, ORB_SPARSE_OP_N, full_unit, 3), ORB_SPARSE_OK);
+    observe(nullptr, fail);
+    const orb_sparse_status s = orb_sparse_optimize(A);
+    observe();
+    const auto *h = sparse::handle_cast<double, int32_t>(A);
+    const void *data = h->primary->opt ? h->primary->opt->up_tri_from_full_sym_data : nullptr;
+    if (fail < 0) {
+      EXPECT_EQ(s, ORB_SPARSE_OK);
+      EXPECT_NE(data, nullptr);
+    } else {
+      EXPECT_TRUE(s == ORB_SPARSE_INTERNAL || s == ORB_SPARSE_NO_MEMORY) << s << " at " << fail;
+      EXPECT_EQ(data, nullptr);
+    }
+    std::vector<double> y(lap.rows, NAN);
+    ASSERT_EQ(orb_sparse_d_mv(ORB_SPARSE_OP_N, 1.0, A, full_unit, x.data(), 0.0, y.data()), ORB_SPARSE_OK);
+    EXPECT_EQ(y[lap.middle], -3.0);
+    EXPECT_EQ(y[0], -1.0);
+    orb_sparse_destroy(A);
+  }
+}
+
 // The inspector's choice: a banded matrix is smallest as diagonals, rows of
 // one length at scattered columns as slices, rows of very different lengths
 // stay CSR.

@@ -17,11 +17,14 @@
 //      small matrix (under a quarter MiB) and reports no cores per package,
 //      when the part count is that report; with several parts entry 1 is
 //      where part 1 starts by the row-balancing rule.
-//   4. Symmetric, non-unit, not conjugate-transposed: the general copy of the
-//      stored triangle, with its own optimization record and a one-part
-//      partition block, and the procedure that runs the threaded product on
-//      it.  A symmetric matrix with a unit diagonal stored in full is left to
-//      the default product (6), as is every other type.
+//   4. Symmetric with a unit diagonal, stored in full, untransposed, no taller
+//      than wide, real: its strict upper triangle, each entry serving at its
+//      place and its mirror, and a product from it on the calling thread (5
+//      when the triangle cannot be built).
+//   5. Symmetric otherwise, non-unit, not conjugate-transposed: the general
+//      copy of the stored triangle, with its own optimization record and a
+//      one-part partition block, and the procedure that runs the threaded
+//      product on it.  Every other case is left to the default product (6).
 // BSR: a general matrix gets a partition block of its block rows and the
 // threaded block product (on the stored transpose for operations other than
 // 10); other types are left to the default product (6).
@@ -111,6 +114,17 @@ constexpr auto orb_sparse_optimized_dia_mv_ng = &optimized_sliced_mv<T, I, Which
 template <class T, class I>
 constexpr auto orb_sparse_optimized_dia_mv_tg = &optimized_sliced_mv<T, I, Which::transposed, false>;
 
+//! The product from the strict upper triangle of a full symmetric matrix
+//! with a unit diagonal, on the calling thread.
+template <class T, class I>
+int32_t orb_sparse_optimized_seq_tri_csr_mv(SparseHint<T, I> *, int32_t, SparseHandle<T, I> *h, orb_sparse_descr,
+                                            const T *x, T *y, T alpha, T beta) {
+  const SparseRecord<T, I> *r = h->primary;
+  if (!r || !r->opt || !r->opt->up_tri_from_full_sym_data) return ORB_SPARSE_INTERNAL;
+  SparseKernels<T, I>::up_tri_product(r->opt->up_tri_from_full_sym_data, alpha, x, beta, y);
+  return ORB_SPARSE_OK;
+}
+
 //! The record's optimization record, made on first use; null without memory.
 template <class T, class I>
 OptimizationRecord *optimization_record(SparseRecord<T, I> *r) {
@@ -182,7 +196,12 @@ int32_t optimize_csr(SparseHandle<T, I> *h, SparseHint<T, I> *hint) {
     return existed ? converted : ORB_SPARSE_OK;
   }
   if (type != ORB_SPARSE_SYMMETRIC) return ORB_SPARSE_UNSUPPORTED;
-  if (hint->fill == ORB_SPARSE_FULL && hint->diag == ORB_SPARSE_UNIT) return ORB_SPARSE_UNSUPPORTED;
+  if (hint->fill == ORB_SPARSE_FULL && hint->diag == ORB_SPARSE_UNIT && op == ORB_SPARSE_OP_N &&
+      h->primary->rows <= h->primary->cols && !K::is_complex) {
+    if (const int32_t s = K::fill_up_tri(A)) return s;
+    hint->procedure = orb_sparse_optimized_seq_tri_csr_mv<T, I>;
+    return ORB_SPARSE_OK;
+  }
   if (hint->diag != ORB_SPARSE_NON_UNIT || op == ORB_SPARSE_OP_C) return ORB_SPARSE_UNSUPPORTED;
   const bool lower = hint->fill == ORB_SPARSE_LOWER;
   if (const int32_t s = K::create_gen_from_sym(A, hint->fill)) return s;

@@ -45,6 +45,11 @@ ORB_BEGIN_DECLS
   /* Slices [first, last) of a converted copy: y := alpha A x + beta y on their rows. */                       \
   void orb_sparse_##p##_esb_mv_ker_##w(const void *esb, I first, I last, T alpha, const T *x, T beta, T *y);    \
   void orb_sparse_##p##_dia_mv_ker_##w(const void *dia, I first, I last, T alpha, const T *x, T beta, T *y);    \
+  /* The strict upper triangle of a full symmetric unit-diagonal primary record, */                            \
+  /* kept in its optimization record (0, or 5 when it cannot be built), and its */                              \
+  /* product y := alpha A x + beta y on the calling thread. */                                                  \
+  int32_t orb_sparse_##p##_fill_up_tri_from_full_sym_data_##w(orb_sparse_matrix A);                             \
+  void orb_sparse_##p##_up_tri_sym_mv_ker_##w(const void *data, T alpha, const T *x, T beta, T *y);             \
   /* Row ranges of the general product: y := alpha A x (+ beta y). */                                         \
   void orb_sparse_##p##_csr_ng_n_mv_ker_##w(I rows, T alpha, const T *values, const I *col_index,              \
                                             const I *row_start, const T *x, T *y);                             \

@@ -54,6 +54,16 @@ struct SlicedData {
   T *values; //!< 8 per position or segment
 };
 
+//! The strict upper triangle of a full symmetric matrix with a unit diagonal,
+//! as CSR from 0 (64 bytes at most, zeroed before it is filled).
+template <class T, class I>
+struct UpTriData {
+  I rows;
+  I *row_ptr;  //!< rows + 1
+  I *col;
+  T *values;
+};
+
 //! What the analysis keeps for one record: 104 bytes, 4096-aligned, zeroed.
 struct OptimizationRecord {
   int32_t *partition;              //!< the partition block, or null
