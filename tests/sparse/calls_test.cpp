@@ -306,6 +306,46 @@ TEST(SparseAnalysis, FullSymmetricUnitKeepsTheUpperTriangle) {
   }
 }
 
+// A Gauss-Seidel variant of the call's operation serves a product only with
+// alpha exactly 1, and then either for its own descriptor with beta 0, or
+// for a non-unit triangle: upper with beta 0, lower with beta 1.  Without
+// its split data a variant that serves answers 5; one that does not leaves
+// the call to the default product.
+TEST(SparseStatus, GaussSeidelVariantsServeTheirHalfSweeps) {
+  Laplacian lap(4);
+  orb_sparse_matrix A = lap.handle();
+  auto *h = sparse::handle_cast<double, int32_t>(A);
+  sparse::SparseHint<double, int32_t> node{ORB_SPARSE_OP_N, ORB_SPARSE_SYMMETRIC, ORB_SPARSE_LOWER,
+                                           ORB_SPARSE_NON_UNIT, 0, nullptr, nullptr, 1};
+  h->symgs_hints = &node;
+  const std::vector<double> x(lap.rows, 1.0);
+  struct Row {
+    int op;
+    orb_sparse_descr d;
+    double alpha, beta;
+    orb_sparse_status want;
+  };
+  const orb_sparse_descr upper{ORB_SPARSE_TRIANGULAR, ORB_SPARSE_UPPER, ORB_SPARSE_NON_UNIT};
+  const orb_sparse_descr lower{ORB_SPARSE_TRIANGULAR, ORB_SPARSE_LOWER, ORB_SPARSE_NON_UNIT};
+  const Row rows[] = {
+      {ORB_SPARSE_OP_N, {ORB_SPARSE_SYMMETRIC, ORB_SPARSE_LOWER, ORB_SPARSE_NON_UNIT}, 1, 0, ORB_SPARSE_INTERNAL},
+      {ORB_SPARSE_OP_N, {ORB_SPARSE_SYMMETRIC, ORB_SPARSE_LOWER, ORB_SPARSE_NON_UNIT}, 1, 1, ORB_SPARSE_OK},
+      {ORB_SPARSE_OP_N, upper, 1, 0, ORB_SPARSE_INTERNAL},
+      {ORB_SPARSE_OP_N, lower, 1, 1, ORB_SPARSE_INTERNAL},
+      {ORB_SPARSE_OP_N, lower, 1, 0, ORB_SPARSE_OK},
+      {ORB_SPARSE_OP_N, upper, 2, 0, ORB_SPARSE_OK},
+      {ORB_SPARSE_OP_T, upper, 1, 0, ORB_SPARSE_OK},
+      {ORB_SPARSE_OP_N, {ORB_SPARSE_TRIANGULAR, ORB_SPARSE_UPPER, ORB_SPARSE_UNIT}, 1, 0, ORB_SPARSE_OK},
+  };
+  for (const Row &r : rows) {
+    std::vector<double> y(lap.rows, 0.0);
+    EXPECT_EQ(orb_sparse_d_mv(r.op, r.alpha, A, r.d, x.data(), r.beta, y.data()), r.want)
+        << r.op << " " << r.d.type << " " << r.d.fill << " alpha " << r.alpha << " beta " << r.beta;
+  }
+  h->symgs_hints = nullptr;
+  orb_sparse_destroy(A);
+}
+
 // The inspector's choice: a banded matrix is smallest as diagonals, rows of
 // one length at scattered columns as slices, rows of very different lengths
 // stay CSR.
