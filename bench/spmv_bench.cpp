@@ -42,6 +42,7 @@ namespace orb::bench {
 namespace {
 
 struct Csr {
+  Csr(const char *label, int32_t r, int32_t c) : name(label), rows(r), cols(c) {}
   std::string name;
   int32_t rows = 0, cols = 0;
   std::vector<int32_t> ptr{0}, col;
@@ -52,7 +53,7 @@ struct Csr {
 };
 
 Csr laplacian_2d(int32_t n, const char *name) {
-  Csr a{name, n * n, n * n};
+  Csr a(name, n * n, n * n);
   for (int32_t i = 0; i < n; ++i)
     for (int32_t j = 0; j < n; ++j) {
       if (i > 0) a.add((i - 1) * n + j, -1);
@@ -66,7 +67,7 @@ Csr laplacian_2d(int32_t n, const char *name) {
 }
 
 Csr laplacian_3d(int32_t k) {
-  Csr a{"lap3d", k * k * k, k * k * k};
+  Csr a("lap3d", k * k * k, k * k * k);
   for (int32_t x = 0; x < k; ++x)
     for (int32_t y = 0; y < k; ++y)
       for (int32_t z = 0; z < k; ++z) {
@@ -83,7 +84,7 @@ Csr laplacian_3d(int32_t k) {
 }
 
 Csr banded(int32_t n) {
-  Csr a{"band9", n, n};
+  Csr a("band9", n, n);
   for (int32_t i = 0; i < n; ++i) {
     for (int d = -4; d <= 4; ++d)
       if (i + d >= 0 && i + d < n) a.add(i + d, d == 0 ? 8.0 : -0.5);
@@ -95,7 +96,7 @@ Csr banded(int32_t n) {
 //! Row r has about 2000 / (r' + 1)^0.75 entries (at least 2), r' being r's rank
 //! in a fixed shuffle: heavy rows scattered among light ones.
 Csr power_law(int32_t n) {
-  Csr a{"powerlaw", n, n};
+  Csr a("powerlaw", n, n);
   std::mt19937_64 gen(12345);
   std::vector<int32_t> rank(static_cast<size_t>(n));
   for (int32_t i = 0; i < n; ++i) rank[i] = i;

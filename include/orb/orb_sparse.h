@@ -124,12 +124,12 @@ ORB_SPARSE_CREATE_DECLS_64(z, ORB_Complex16)
  * (r, c) with c >= r, the product adds into every entry, so that a C whose
  * lower part is zero ends with the full product there.  Rows of A run in
  * parallel, adding into C atomically. */
-#define ORB_SPARSE_SYRKD_DECL(p, T)                                                                          \
+#define ORB_SPARSE_USER_SYRKD(p, T)                                                                          \
   orb_sparse_status orb_sparse_##p##_syrkd(orb_sparse_matrix A, T alpha, T beta, T *C, int layout, int64_t ldc);
-ORB_SPARSE_SYRKD_DECL(s, float)
-ORB_SPARSE_SYRKD_DECL(d, double)
-ORB_SPARSE_SYRKD_DECL(c, ORB_Complex8)
-ORB_SPARSE_SYRKD_DECL(z, ORB_Complex16)
+ORB_SPARSE_USER_SYRKD(s, float)
+ORB_SPARSE_USER_SYRKD(d, double)
+ORB_SPARSE_USER_SYRKD(c, ORB_Complex8)
+ORB_SPARSE_USER_SYRKD(z, ORB_Complex16)
 
 /* Releases the handle and everything its analysis built (A may be NULL). */
 orb_sparse_status orb_sparse_destroy(orb_sparse_matrix A);

@@ -170,8 +170,12 @@ TEST(SparsePieces, CoverEveryRowOnceAndPickTheKernelByBeta) {
       next += p.count;
     }
     EXPECT_EQ(next, lap.rows);
-    if (std::thread::hardware_concurrency() > 1) EXPECT_GT(pieces.size(), 1u);
-    if (beta == 0.0) EXPECT_EQ(y[lap.middle], 0.0);
+    if (std::thread::hardware_concurrency() > 1) {
+      EXPECT_GT(pieces.size(), 1u);
+    }
+    if (beta == 0.0) {
+      EXPECT_EQ(y[lap.middle], 0.0);
+    }
   }
   orb_sparse_destroy(A);
 }
@@ -265,8 +269,12 @@ TEST(SparseAnalysis, AllocationFailuresReportTwoAndLeakNothing) {
       std::vector<double> y(lap.rows, 7.0);
       s = orb_sparse_d_mv(op, 1.0, A, op == ORB_SPARSE_OP_T ? kGeneral : sym, x.data(), 1.0, y.data());
       step(s);
-      if (s == ORB_SPARSE_NO_MEMORY) EXPECT_EQ(y, std::vector<double>(lap.rows, 7.0));
-      if (s == ORB_SPARSE_OK) EXPECT_EQ(y[lap.middle], 7.0);
+      if (s == ORB_SPARSE_NO_MEMORY) {
+        EXPECT_EQ(y, std::vector<double>(lap.rows, 7.0));
+      }
+      if (s == ORB_SPARSE_OK) {
+        EXPECT_EQ(y[lap.middle], 7.0);
+      }
     }
     orb_sparse_destroy(A);
     EXPECT_EQ(seen.live, live) << "allocation " << k;

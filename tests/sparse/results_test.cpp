@@ -142,8 +142,12 @@ TYPED_TEST(SparseResults, SlicedLayouts) {
       h->pending_hints->format = choice;
       ASSERT_EQ(orb_sparse_optimize(A), ORB_SPARSE_OK);
       const auto *r = op == ORB_SPARSE_OP_N ? h->primary : h->transposed;
-      if (choice == sparse::kChooseEsb) EXPECT_NE(r->opt->esb, nullptr);
-      if (choice == sparse::kChooseDia) EXPECT_NE(r->opt->dia, nullptr);
+      if (choice == sparse::kChooseEsb) {
+        EXPECT_NE(r->opt->esb, nullptr);
+      }
+      if (choice == sparse::kChooseDia) {
+        EXPECT_NE(r->opt->dia, nullptr);
+      }
       const int64_t lenx = op == ORB_SPARSE_OP_N ? cols : rows, leny = op == ORB_SPARSE_OP_N ? rows : cols;
       const std::vector<T> x = random_matrix<T>(lenx, 1, lenx, seed + 1);
       for (const cld be : {cld(0), cld(-0.5, 1)}) {

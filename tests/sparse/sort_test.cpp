@@ -73,7 +73,9 @@ TEST(RowSort, ValuesFollowTheirKeysInEveryMember) {
       EXPECT_TRUE(std::is_permutation(k.begin(), k.end(), keys.begin()));
       for (int64_t i = 0; member > 0 && i < n * width; ++i) {
         ASSERT_EQ(v[i], static_cast<double>(k[i / width])) << "member " << member << " n " << n;
-        if (member == 2 || member == 4) ASSERT_EQ(w[i], -v[i]);
+        if (member == 2 || member == 4) {
+          ASSERT_EQ(w[i], -v[i]);
+        }
       }
     }
   }
