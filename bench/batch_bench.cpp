@@ -143,52 +143,26 @@ void measure_size(const BatchOptions &o, const std::vector<GemmLibrary> &libs, i
 }  // namespace
 
 const char *batch_usage() {
-  return "usage: orb-bench batch [--quick] [--threads N] [--count N] [--size N]... [--time S]\n"
+  return "usage: orb-bench batch [--quick] [--threads N] [--count N] [--size N]... [--time S] [--rounds R]\n"
          "  --quick        a shorter time per library (for a first look)\n"
          "  --threads N    thread count of orb and of the threaded peers (default: orb's budget)\n"
          "  --count N      products in the batch (default 1000)\n"
          "  --size N       m = n = k of every product, repeatable (default: 64 and 16)\n"
-         "  --time S       timed seconds per library and size (default 1)\n";
+         "  --time S       timed seconds per library and size (default 1; 0.15 with --quick)\n"
+         "  --rounds R     interleaved batches per library (default 10; 6 with --quick)\n";
 }
 
 bool parse_batch_options(const std::vector<std::string> &args, BatchOptions &o, std::string &error) {
   o = BatchOptions{};
-  bool time_given = false;
-  for (size_t i = 0; i < args.size(); ++i) {
-    const std::string &a = args[i];
-    if (a == "--quick") {
-      o.quick = true;
-      continue;
-    }
-    if (i + 1 >= args.size()) {
-      error = a == "--threads" || a == "--count" || a == "--size" || a == "--time" ? a + " needs a value"
-                                                                                  : "unknown argument '" + a + "'";
-      return false;
-    }
-    const std::string &v = args[++i];
+  const auto own = [&o](const std::string &a, const std::string &v) {
     int size = 0;
-    bool ok = true;
-    if (a == "--threads") {
-      ok = parse_count(v, o.threads);
-    } else if (a == "--count") {
-      ok = parse_count(v, o.count);
-    } else if (a == "--time") {
-      ok = time_given = parse_positive(v, o.target_s);
-    } else if (a == "--size") {
-      ok = parse_count(v, size) && size <= 4096;
-      o.sizes.push_back(size);
-    } else {
-      error = "unknown argument '" + a + "'";
-      return false;
-    }
-    if (!ok) {
-      error = a + ": bad value '" + v + "'";
-      return false;
-    }
-  }
+    if (a == "--count") return parse_count(v, o.count);
+    if (a != "--size" || !parse_count(v, size) || size > 4096) return false;
+    o.sizes.push_back(size);
+    return true;
+  };
+  if (!parse_routine_options(args, o, 0.15, 6, {"--count", "--size"}, own, error)) return false;
   if (o.sizes.empty()) o.sizes = {64, 16};
-  if (o.quick && !time_given) o.target_s = 0.15;
-  if (o.quick) o.rounds = 6;
   return true;
 }
 

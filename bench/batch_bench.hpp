@@ -14,7 +14,7 @@ struct BatchOptions {
   int threads = 0;          //!< --threads N: orb's budget and the peers' count; 0 keeps orb's budget
   int count = 1000;         //!< --count N: products in the batch
   double target_s = 1.0;    //!< --time S: timed seconds per library and size
-  int rounds = 10;          //!< least interleaved batches per library
+  int rounds = 10;          //!< --rounds R: least interleaved batches per library
   std::vector<int> sizes;   //!< --size N, repeatable: m = n = k of every product; empty: 64 and 16
 };
 

@@ -142,45 +142,21 @@ const char *level1_usage() {
 }
 
 bool parse_level1_options(const std::vector<std::string> &args, Level1Options &o, std::string &error) {
-  bool time_given = false, rounds_given = false;
-  for (size_t i = 0; i < args.size(); ++i) {
-    const std::string &a = args[i];
-    if (a == "--quick") {
-      o.quick = true;
-      continue;
-    }
-    if (i + 1 >= args.size()) {
-      error = a == "--threads" || a == "--time" || a == "--rounds" || a == "--n" ? a + " wants a value"
-                                                                                    : "unknown option " + a;
-      return false;
-    }
-    const std::string &v = args[++i];
+  const auto length = [&o](const std::string &a, const std::string &v) {
     int count = 0;
-    if (a == "--threads" && parse_count(v, o.threads)) continue;
-    if (a == "--rounds" && parse_count(v, o.rounds)) {
-      rounds_given = true;
-      continue;
-    }
-    if (a == "--time" && parse_positive(v, o.target_s)) {
-      time_given = true;
-      continue;
-    }
-    if (a == "--n" && parse_count(v, count)) {
-      o.lengths.push_back(count);
-      continue;
-    }
     double big = 0;
-    if (a == "--n" && parse_positive(v, big) && big == std::floor(big) && big < 1e10) {
+    if (a != "--n") return false;
+    if (parse_count(v, count))
+      o.lengths.push_back(count);
+    else if (parse_positive(v, big) && big == std::floor(big) && big < 1e10)
       o.lengths.push_back(static_cast<long>(big));
-      continue;
-    }
-    error = "bad value for " + a + ": " + v;
-    return false;
-  }
+    else
+      return false;
+    return true;
+  };
+  if (!parse_routine_options(args, o, 0.1, 5, {"--n"}, length, error)) return false;
   if (o.lengths.empty())
     o.lengths = o.quick ? std::vector<long>{10000, 1000000} : std::vector<long>{10000, 100000, 1000000, 10000000};
-  if (o.quick && !time_given) o.target_s = 0.1;
-  if (o.quick && !rounds_given) o.rounds = 5;
   return true;
 }
 

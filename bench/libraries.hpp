@@ -91,17 +91,24 @@ std::vector<GemmLibrary> gemm_libraries(int threads);
 
 //! What a subcommand starts with: its options parsed by parse (on a bad one,
 //! the message and the usage go to the error stream and the answer is false),
-//! the calling thread's budget set from o.threads when given, and the
-//! libraries to compare on that many threads.
+//! and the calling thread's budget set from o.threads when given.
 template <class Options, class Parse>
 bool start_subcommand(const char *name, const std::vector<std::string> &args, Options &o, Parse parse,
-                      const char *usage, std::vector<GemmLibrary> &libs) {
+                      const char *usage) {
   std::string error;
   if (!parse(args, o, error)) {
     std::fprintf(stderr, "orb-bench %s: %s\n%s", name, error.c_str(), usage);
     return false;
   }
   if (o.threads > 0) orb_serv_set_num_threads_local(o.threads);
+  return true;
+}
+
+//! The same, and the BLAS libraries to compare on the budget's thread count.
+template <class Options, class Parse>
+bool start_subcommand(const char *name, const std::vector<std::string> &args, Options &o, Parse parse,
+                      const char *usage, std::vector<GemmLibrary> &libs) {
+  if (!start_subcommand(name, args, o, parse, usage)) return false;
   libs = gemm_libraries(orb_serv_get_max_threads());
   return true;
 }

@@ -67,4 +67,46 @@ void interleave(std::vector<Contestant> &contestants, int rounds, double pause =
 bool parse_positive(const std::string &text, double &value);
 bool parse_count(const std::string &text, int &value);
 
+//! The options the routine comparisons share, read into o.quick, o.threads,
+//! o.target_s and o.rounds: --quick, --threads N, --time S, --rounds R.  Any
+//! other option takes a value and goes to own(option, value), which answers
+//! whether it knew the option and the value was good; `valued` lists the
+//! subcommand's own options for the message of one given without a value.
+//! With --quick, a time and a round count not given become quick_s and
+//! quick_rounds.  False with a message in `error` on the first bad argument.
+template <class Options, class Own>
+bool parse_routine_options(const std::vector<std::string> &args, Options &o, double quick_s, int quick_rounds,
+                           const std::vector<std::string> &valued, Own own, std::string &error) {
+  bool time_given = false, rounds_given = false;
+  for (size_t i = 0; i < args.size(); ++i) {
+    const std::string &a = args[i];
+    if (a == "--quick") {
+      o.quick = true;
+      continue;
+    }
+    if (i + 1 >= args.size()) {
+      bool known = a == "--threads" || a == "--time" || a == "--rounds";
+      for (const std::string &v : valued) known |= a == v;
+      error = known ? a + " wants a value" : "unknown option " + a;
+      return false;
+    }
+    const std::string &v = args[++i];
+    if (a == "--threads" && parse_count(v, o.threads)) continue;
+    if (a == "--rounds" && parse_count(v, o.rounds)) {
+      rounds_given = true;
+      continue;
+    }
+    if (a == "--time" && parse_positive(v, o.target_s)) {
+      time_given = true;
+      continue;
+    }
+    if (a != "--threads" && a != "--rounds" && a != "--time" && own(a, v)) continue;
+    error = "bad value for " + a + ": " + v;
+    return false;
+  }
+  if (o.quick && !time_given) o.target_s = quick_s;
+  if (o.quick && !rounds_given) o.rounds = quick_rounds;
+  return true;
+}
+
 }  // namespace orb::bench

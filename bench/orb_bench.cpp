@@ -9,12 +9,14 @@
 //   orb-bench kernels           the kernel set each peer picks by itself here
 //   orb-bench batch [options]   a batch of small products against a loop of gemm calls
 //   orb-bench getrf [options]   LU factorization at orders 1000 to 8000
+//   orb-bench spmv [options]    sparse y := A x against the sequential kernel, librsb and Eigen
 #include "batch_bench.hpp"
 #include "gemm_bench.hpp"
 #include "getrf_bench.hpp"
 #include "kernel_sets.hpp"
 #include "level1_bench.hpp"
 #include "level3_bench.hpp"
+#include "spmv_bench.hpp"
 
 #include <cstdio>
 #include <cstring>
@@ -39,6 +41,7 @@ const Subcommand kSubcommands[] = {
     {"kernels", orb::bench::kernels_main, orb::bench::kernels_usage, "the kernel set each peer picks by itself"},
     {"batch", orb::bench::batch_main, orb::bench::batch_usage, "dgemm_batch against a loop of each library's gemm"},
     {"getrf", orb::bench::getrf_main, orb::bench::getrf_usage, "s/d/z getrf against the serial provider and peers"},
+    {"spmv", orb::bench::spmv_main, orb::bench::spmv_usage, "sparse y := A x against the sequential kernel and peers"},
 };
 
 void print_usage(std::FILE *out) {

@@ -41,6 +41,12 @@ inline double conjugate(double v) { return v; }
 inline ORB_Complex8 conjugate(const ORB_Complex8 &v) { return {v.real, -v.imag}; }
 inline ORB_Complex16 conjugate(const ORB_Complex16 &v) { return {v.real, -v.imag}; }
 
+//! -v, the sign bit of every part toggled.
+inline float negated(float v) { return -v; }
+inline double negated(double v) { return -v; }
+inline ORB_Complex8 negated(const ORB_Complex8 &v) { return {-v.real, -v.imag}; }
+inline ORB_Complex16 negated(const ORB_Complex16 &v) { return {-v.real, -v.imag}; }
+
 //! The BLAS magnitude of the index routines: |re| + |im| for a complex value.
 inline float abs1(float v) { return __builtin_fabsf(v); }
 inline double abs1(double v) { return __builtin_fabs(v); }

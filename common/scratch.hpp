@@ -41,4 +41,22 @@ class Scratch {
   Allocator from_;
 };
 
+//! `count` elements of T from orb_serv_malloc that outlive the call (the
+//! sparse analysis keeps them in a handle), or null; released with
+//! orb_serv_free.
+template <class T>
+T *allocate(int64_t count, int alignment = 64) {
+  int64_t bytes = 0;
+  if (count < 1 || __builtin_mul_overflow(count, static_cast<int64_t>(sizeof(T)), &bytes)) return nullptr;
+  return static_cast<T *>(orb_serv_malloc(bytes, alignment));
+}
+
+//! One T from orb_serv_malloc with every byte zero, or null.
+template <class T>
+T *zeroed(int alignment = 64, int64_t bytes = sizeof(T)) {
+  void *p = orb_serv_malloc(bytes, alignment);
+  if (p) __builtin_memset(p, 0, static_cast<size_t>(bytes));
+  return static_cast<T *>(p);
+}
+
 }  // namespace orb

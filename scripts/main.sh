@@ -2,7 +2,8 @@
 # The main job: builds orb, shows what it sees on this machine, and measures
 # its threaded matrix product, a batch of small products, level-1 routines,
 # dtrsm, dtrmm, dsyrk, dsyr2k, dsymm, dgemmt, the level-2 routines and the LU
-# factorization against the serial provider and the threaded peers
+# factorization against the serial provider and the threaded peers, and its
+# sparse product against its sequential kernel and the sparse peers
 # (short runs; bench/run.sh is the full gemm one).
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
@@ -21,3 +22,4 @@ echo
 echo
 "$bdir/bench/orb-bench" level2 --quick
 "$bdir/bench/orb-bench" getrf --quick
+"$bdir/bench/orb-bench" spmv --quick

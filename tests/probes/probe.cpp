@@ -11,6 +11,7 @@
 #include <orb/orb_blas.h>
 #include <orb/orb_cblas.h>
 #include <orb/orb_service.h>
+#include <orb/orb_sparse.h>
 
 #include <dirent.h>
 #include <dlfcn.h>
@@ -187,6 +188,12 @@ int calls(const char *form) {
   } else if (std::strcmp(form, "cblas") == 0) {
     cblas_dgemm(CblasRowMajor, CblasNoTrans, CblasTrans, 2, 3, 4, alpha, a, 4, b, 4, beta, c, 3);
     cblas_zgemv(CblasColMajor, CblasConjTrans, 2, 3, &za, zm, 2, zx, 1, &zb, zy, 1);
+  } else if (std::strcmp(form, "sparse") == 0) {
+    int32_t ptr[] = {0, 1, 2}, col[] = {0, 2};
+    orb_sparse_matrix A = nullptr;
+    if (orb_sparse_d_create_csr3(&A, 0, 2, 3, ptr, col, a) != ORB_SPARSE_OK) return 3;
+    orb_sparse_d_mv(ORB_SPARSE_OP_N, alpha, A, {ORB_SPARSE_GENERAL, 0, 0}, b, beta, c);
+    orb_sparse_destroy(A);
   } else {
     return 2;
   }

@@ -1,0 +1,155 @@
+// The sparse matrix handle as the three libraries see it (not installed).
+//
+// The core builds a handle from the caller's arrays and frees it with
+// everything the analysis hung on it; the threading layer reads it to choose
+// a product and stores its analysis in it; the interface checks its kind and
+// width before it hands it down.  One layout serves every value type T and
+// index type I (int32_t for the _i4 entries, int64_t for _i8): the fields
+// are in the order the threading layer's contract gives, and what follows
+// them is the core's own.
+#pragma once
+
+#include <orb/orb_sparse.h>
+
+#include <cstdint>
+#include <type_traits>
+
+namespace orb::sparse {
+
+// Codes of the handle fields (the descriptor codes are orb_sparse.h's).
+constexpr int32_t kFormatCoo = 0, kFormatCsr = 1, kFormatCsc = 2, kFormatBsr = 3;
+constexpr int32_t kMemoryCopies = 81;
+// Format choice of a product hint.
+constexpr int32_t kChooseEsb = 199, kChooseDia = 299, kChooseCsr = 399;
+
+//! Value kind of a handle: 0 s, 1 d, 2 c, 3 z; 0 and 1 are the real kinds.
+template <class T>
+constexpr int32_t value_kind_of() {
+  return std::is_same_v<T, float> ? 0 : std::is_same_v<T, double> ? 1 : std::is_same_v<T, ORB_Complex8> ? 2 : 3;
+}
+
+//! The partition block: 4096 bytes read as 1024 integers; entry 0 is 0, entry
+//! p the first row of part p, entry 1023 the part count.
+constexpr int kPartitionInts = 1024;
+constexpr int kPartitionBytes = 4096;
+constexpr int kPartitionCount = 1023;
+
+//! Rows per slice of the ESB and DIA layouts: one 512-bit vector of doubles.
+constexpr int kSliceRows = 8;
+
+//! A record in slices of 8 rows, built by the analysis.  ESB: slice s holds
+//! its rows' entries position by position, 8 to a position (padded with zero
+//! values at column 0), positions [start[s], start[s + 1]) of index and
+//! values times 8.  DIA: slice s holds the diagonals its rows touch, segments
+//! [start[s], start[s + 1]); segment k is the diagonal of offset index[k]
+//! (column minus row) with the 8 values of the slice's rows on it.  Indices
+//! count from 0 whatever the record's base.
+template <class T, class I>
+struct SlicedData {
+  I rows;
+  I cols;
+  I slices;
+  I *start;  //!< slices + 1
+  I *index;  //!< ESB: column of each of 8 x positions; DIA: offset of each segment
+  T *values; //!< 8 per position or segment
+};
+
+//! The strict upper triangle of a full symmetric matrix with a unit diagonal,
+//! as CSR from 0 (64 bytes at most, zeroed before it is filled).
+template <class T, class I>
+struct UpTriData {
+  I rows;
+  I *row_ptr;  //!< rows + 1
+  I *col;
+  T *values;
+};
+
+//! What the analysis keeps for one record: 104 bytes, 4096-aligned, zeroed.
+struct OptimizationRecord {
+  int32_t *partition;              //!< the partition block, or null
+  void *up_tri_from_full_sym_data; //!< strict upper triangle of a full symmetric matrix
+  void *symgs_data;                //!< Gauss-Seidel data (triangular solves)
+  void *esb;                       //!< SlicedData in ESB form, when the analysis chose it
+  void *dia;                       //!< SlicedData in DIA form, when the analysis chose it
+  int32_t format_tried;            //!< a conversion was attempted (1) and failed (2)
+  int32_t reserved0;
+  int64_t reserved[7];
+};
+static_assert(sizeof(OptimizationRecord) == 104, "the optimization record is 104 bytes");
+
+//! One matrix as CSR (block 1), CSC or BSR, or the entry list of a COO one.
+//! rows and cols are the matrix's (in blocks for BSR); the pointer arrays of a
+//! CSC record run over its columns and col_index then holds row indices, which
+//! makes them the CSR arrays of the transpose.  The handle refers to the
+//! caller's arrays; a record the analysis built (transposed or general copy)
+//! owns its arrays.
+template <class T, class I>
+struct SparseRecord {
+  I rows;
+  I cols;
+  int32_t base;     //!< 0 or 1
+  int32_t block;    //!< 1 for CSR and CSC
+  int32_t eligible; //!< nonzero when row_end[i] == row_start[i + 1] for every row
+  int32_t layout;   //!< ORB_SPARSE_BLOCK_ROW_MAJOR or _COL_MAJOR for BSR
+  I *row_start;
+  I *row_end;
+  I *col_index;
+  T *values;
+  OptimizationRecord *opt;
+  // The core's own fields.
+  I *coo_row;      //!< COO: the row index of each entry (col_index holds the columns)
+  I entries;       //!< stored entries (blocks for BSR)
+  int32_t owns;    //!< the record owns its four arrays (built by the analysis)
+  int32_t reserved;
+};
+
+template <class T, class I>
+struct SparseHandle;
+
+//! One analysed product: the descriptor it serves and the procedure that runs it.
+template <class T, class I>
+struct SparseHint {
+  using Procedure = int32_t (*)(SparseHint *node, int32_t op, SparseHandle<T, I> *A, orb_sparse_descr descr,
+                                const T *x, T *y, T alpha, T beta);
+  int32_t operation;
+  int32_t type;
+  int32_t fill;
+  int32_t diag;
+  int32_t format;  //!< 199 ESB, 299 DIA, 399 CSR, otherwise the inspector decides
+  Procedure procedure;
+  SparseHint *next;
+  int32_t expected_calls;
+};
+
+//! The handle.  Every instance has the same layout, so the interface can read
+//! the kind and width through any of them before choosing the right one.
+template <class T, class I>
+struct SparseHandle {
+  int32_t value_kind;     //!< 0 s, 1 d, 2 c, 3 z
+  int32_t format;         //!< kFormatCoo .. kFormatBsr
+  int32_t memory_policy;  //!< kMemoryCopies lets the analysis build converted copies
+  int32_t processor;      //!< 3 and 4 select the AVX-512 data layouts
+  SparseRecord<T, I> *primary;
+  SparseRecord<T, I> *transposed;
+  SparseRecord<T, I> *general_from_lower;
+  SparseRecord<T, I> *general_from_upper;
+  SparseHint<T, I> *solve_hints;
+  SparseHint<T, I> *mv_hints;
+  SparseHint<T, I> *symgs_hints;
+  // The core's own fields.
+  int32_t index_bytes;  //!< 4 or 8
+  int32_t reserved;
+  SparseHint<T, I> *pending_hints;  //!< announced products not analysed yet
+};
+
+template <class T, class I>
+inline SparseHandle<T, I> *handle_cast(orb_sparse_matrix A) {
+  return reinterpret_cast<SparseHandle<T, I> *>(A);
+}
+
+using sparse_bsr_s_matrix = SparseRecord<float, int32_t>;
+using sparse_bsr_d_matrix = SparseRecord<double, int32_t>;
+using sparse_bsr_c_matrix = SparseRecord<ORB_Complex8, int32_t>;
+using sparse_bsr_z_matrix = SparseRecord<ORB_Complex16, int32_t>;
+
+}  // namespace orb::sparse
