@@ -1,8 +1,8 @@
 // The rule that sends a product to the first or the second provider.
 //
 // Where the second provider runs its AVX-512 kernels (skx), a double product
-// goes to it when min(m, n) > 64 and m n k > 6e6, a double-complex one when
-// m n k >= 1e6; single and single-complex products stay on the first.
+// goes to it when min(m, n) > 64 and m n k > 6e6; single and complex products
+// stay on the first.
 // Elsewhere a product goes to the second provider when it is a double product
 // of untransposed operands, no deeper than 64, whose operands start on cache
 // lines, with at least 16384 multiply-adds.  Every other product, and every
@@ -28,7 +28,12 @@
 //   sgemm 2000: 0.90, 2000x2000x128: 1.03; cgemm 1000: 0.83
 //
 // Operands 16 bytes off the cache lines changed none of these by more than a
-// few percent (1000: 1.10, 2000x1000x128: 1.24).
+// few percent (1000: 1.10, 2000x1000x128: 1.24).  zgemm stays on the first
+// provider all the same: two threads calling the second provider's zgemm at
+// once (1000 rows each of 2000 x 1000 x 1000) ran at 29 GFLOPS together
+// against 86 for one thread alone, and a threaded zgemm of orb at 1000 fell
+// to 35 GFLOPS on two cores, against 150 on the first provider.  Its dgemm
+// has no such trouble (two threads: 2.1x one).
 //
 // AVX2: measured on an AMD EPYC of family 25 model 1 (Zen 3), one core, the
 // first provider on its Zen kernels and the second on zen3, as above with
@@ -67,7 +72,6 @@ namespace {
 // AVX-512 second provider.
 constexpr int64_t kWideLeastSide = 65;         // min(m, n): 64 columns tie
 constexpr double kWideLeastWorkD = 6e6;        // above m n k of 200 x 100 x 200 (0.95)
-constexpr double kWideLeastWorkZ = 1e6;        // from 100^3 (1.08)
 
 // Other second providers.
 constexpr int64_t kShallowDepthD = 64;
@@ -75,7 +79,6 @@ constexpr double kShallowLeastWork = kGemmLeastRoutedWork;
 
 GemmProvider wide_rule(const GemmRouteCase &c, double work) {
   if (c.precision == 'd' && std::min(c.m, c.n) >= kWideLeastSide && work > kWideLeastWorkD) return GemmProvider::second;
-  if (c.precision == 'z' && work >= kWideLeastWorkZ) return GemmProvider::second;
   return GemmProvider::first;
 }
 

@@ -1,8 +1,8 @@
 // Which provider computes a product that the core hands to a provider.
 //
 // The rule depends on the kernels the second provider runs.  Where they are
-// its AVX-512 kernels, it is the faster of the two on every double and
-// double-complex product of some size, transposed or not; elsewhere only on
+// its AVX-512 kernels, it is the faster of the two on every double product of
+// some size, transposed or not; elsewhere only on
 // shallow untransposed double products whose operands start on cache lines.
 // The smallest products stay on the first provider, whose fixed cost per call
 // is lower.  Strict reproducibility keeps the first provider whatever the

@@ -14,8 +14,7 @@ namespace orb::core {
 //! Every routine the core takes from the second provider, one line each, as
 //! ORB_PROVIDER_ROUTINES lists the first provider's.
 #define ORB_PROVIDER2_ROUTINES(X) \
-  X(dgemm, ProviderGemmFn<double>) \
-  X(zgemm, ProviderGemmFn<ORB_Complex16>)
+  X(dgemm, ProviderGemmFn<double>)
 
 //! The second provider's routines, bound once.
 struct Provider2Table {
