@@ -27,6 +27,12 @@
 //   zgemm              64: 1.01   100: 1.08   200: 1.20   500 (TN): 1.19   1000: 1.15
 //   sgemm 2000: 0.90, 2000x2000x128: 1.03; cgemm 1000: 0.83
 //
+// The other double level-3 kernels follow dgemm there, from the same work
+// (m n times the order of the triangle or symmetric matrix; n^2 k for the
+// rank updates).  Order 2000, one core, through orb-bench level3 against the
+// threaded second provider's own build on one thread: second / first 1.22
+// (dtrsm), 1.11 (dtrmm), 1.15 (dsyrk), 1.09 (dsyr2k), 1.13 (dsymm).
+//
 // Operands 16 bytes off the cache lines changed none of these by more than a
 // few percent (1000: 1.10, 2000x1000x128: 1.24).  zgemm stays on the first
 // provider all the same: two threads calling the second provider's zgemm at
@@ -89,6 +95,10 @@ GemmProvider shallow_rule(const GemmRouteCase &c, double work) {
 }
 
 }  // namespace
+
+bool level3_goes_to_second(double multiply_adds, bool strict, bool second_wide) {
+  return second_wide && !strict && multiply_adds > kWideLeastWorkD;
+}
 
 GemmProvider gemm_provider_for(const GemmRouteCase &c) {
   if (c.strict) return GemmProvider::first;

@@ -32,6 +32,11 @@ struct GemmRouteCase {
 
 GemmProvider gemm_provider_for(const GemmRouteCase &c);
 
+//! Whether a double-precision level-3 kernel other than dgemm (trsm, trmm,
+//! syrk, syr2k, symm) of `multiply_adds` goes to the second provider: under
+//! the AVX-512 rule's bound on work, outside strict mode.
+bool level3_goes_to_second(double multiply_adds, bool strict, bool second_wide);
+
 //! Products of fewer multiply-adds (m n k) go to the first provider under
 //! every rule, so the smallest calls skip the rule altogether.
 constexpr double kGemmLeastRoutedWork = 16384;

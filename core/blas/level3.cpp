@@ -11,12 +11,15 @@
 // and quick returns.  The rank-k and rank-2k updates and the symmetric
 // products return early where the standard does and scale C themselves when
 // alpha (or k) is 0; everything else the provider computes.
+#include "blas/gemm_route.hpp"
 #include "blas/provider.hpp"
+#include "blas/provider2.hpp"
 #include "blas/scale.hpp"
 #include "service/report.hpp"
 
 #include <orb/internal/orb_kernels.h>
 #include <orb/orb_blas.h>
+#include <orb/orb_service.h>
 
 #include "blas_rules.hpp"
 #include "precision.hpp"
@@ -42,6 +45,25 @@ struct Level3Traits;
 ORB_FOR_EACH_PRECISION(ORB_LEVEL3_TRAITS)
 #undef ORB_LEVEL3_TRAITS
 
+//! `first`, or the second provider's routine (`get` of its table) where the
+//! routing rule sends a double kernel of `work` multiply-adds there and it
+//! has one.
+template <class T, class F, class Get>
+F routed(F first, Get get, double work) {
+  if constexpr (std::is_same_v<T, double>) {
+    const bool strict = (orb_serv_cbwr_get(-1) & ORB_CBWR_STRICT) != 0;
+    if (level3_goes_to_second(work, strict, second_provider_wide()))
+      if (const Provider2Table *second = provider2())
+        if (const F f = get(*second)) return f;
+  }
+  return first;
+}
+#define ORB_SECOND(name) [](const Provider2Table &t) { return t.name; }
+
+inline double product(ORB_INT a, ORB_INT b, ORB_INT c) {
+  return static_cast<double>(a) * static_cast<double>(b) * static_cast<double>(c);
+}
+
 //! TRSM (multiply false) or TRMM: one argument list, one set of rules, the
 //! same quick returns.
 template <class T, bool multiply>
@@ -57,7 +79,9 @@ void xtriangular(const char *side, const char *uplo, const char *transa, const c
     scale_matrix(T{}, b, *m, *n, *ldb);
     return;
   }
-  const ProviderTrsmFn<T> kernel = multiply ? Level3Traits<T>::trmm() : Level3Traits<T>::trsm();
+  const double work = product(*m, *n, rules::same_letter(*side, 'L') ? *m : *n);
+  const ProviderTrsmFn<T> kernel = multiply ? routed<T>(Level3Traits<T>::trmm(), ORB_SECOND(dtrmm), work)
+                                            : routed<T>(Level3Traits<T>::trsm(), ORB_SECOND(dtrsm), work);
   kernel(side, uplo, transa, diag, m, n, alpha, a, lda, b, ldb, 1, 1, 1, 1);
 }
 
@@ -72,17 +96,17 @@ struct RankK {
   static const char *ops() {
     return hermitian ? rules::kHerkOps : Precision<T>::is_complex ? rules::kSyrkComplexOps : rules::kSyrkRealOps;
   }
-  static ProviderSyrkFn<T, S> kernel() {
+  static ProviderSyrkFn<T, S> kernel(double work) {
     if constexpr (!hermitian)
-      return Level3Traits<T>::syrk();
+      return routed<T>(Level3Traits<T>::syrk(), ORB_SECOND(dsyrk), work);
     else if constexpr (std::is_same_v<T, ORB_Complex8>)
       return provider().cherk;
     else
       return provider().zherk;
   }
-  static ProviderSyr2kFn<T, S> kernel_2k() {
+  static ProviderSyr2kFn<T, S> kernel_2k(double work) {
     if constexpr (!hermitian)
-      return Level3Traits<T>::syr2k();
+      return routed<T>(Level3Traits<T>::syr2k(), ORB_SECOND(dsyr2k), work);
     else if constexpr (std::is_same_v<T, ORB_Complex8>)
       return provider().cher2k;
     else
@@ -114,7 +138,7 @@ void xsyrk(const char *uplo, const char *trans, const ORB_INT *n, const ORB_INT 
   using kind = RankK<T, S>;
   rank_k_update(rules::check_syrk(uplo, trans, n, k, alpha, lda, beta, ldc, kind::ops()), kind::name.c_str(), uplo, n,
                 k, alpha, beta, c, ldc,
-                [&] { kind::kernel()(uplo, trans, n, k, alpha, a, lda, beta, c, ldc, 1, 1); });
+                [&] { kind::kernel(product(*n, *n, *k))(uplo, trans, n, k, alpha, a, lda, beta, c, ldc, 1, 1); });
 }
 
 template <class T, class S>
@@ -123,7 +147,7 @@ void xsyr2k(const char *uplo, const char *trans, const ORB_INT *n, const ORB_INT
   using kind = RankK<T, S>;
   rank_k_update(rules::check_syr2k(uplo, trans, n, k, alpha, lda, ldb, beta, ldc, kind::ops()),
                 kind::name_2k.c_str(), uplo, n, k, alpha, beta, c, ldc,
-                [&] { kind::kernel_2k()(uplo, trans, n, k, alpha, a, lda, b, ldb, beta, c, ldc, 1, 1); });
+                [&] { kind::kernel_2k(product(*n, *n, *k))(uplo, trans, n, k, alpha, a, lda, b, ldb, beta, c, ldc, 1, 1); });
 }
 
 //! SYMM (hermitian false) or HEMM.
@@ -141,7 +165,8 @@ void xsymm(const char *side, const char *uplo, const ORB_INT *m, const ORB_INT *
     scale_matrix(*beta, c, *m, *n, *ldc);
     return;
   }
-  kernel()(side, uplo, m, n, alpha, a, lda, b, ldb, beta, c, ldc, 1, 1);
+  const double work = product(*m, *n, rules::same_letter(*side, 'L') ? *m : *n);
+  routed<T>(kernel(), ORB_SECOND(dsymm), work)(side, uplo, m, n, alpha, a, lda, b, ldb, beta, c, ldc, 1, 1);
 }
 
 }  // namespace

@@ -89,6 +89,9 @@ void open_provider2() {
   if (!found.name && !lacking) lacking = "it lacks the routine " #name "_";
   ORB_PROVIDER2_ROUTINES(ORB_BIND_PROVIDER2)
 #undef ORB_BIND_PROVIDER2
+#define ORB_BIND_OPTIONAL(name, type) found.name = reinterpret_cast<type>(dlsym(handle, #name "_"));
+  ORB_PROVIDER2_OPTIONAL(ORB_BIND_OPTIONAL)
+#undef ORB_BIND_OPTIONAL
   if (lacking) {
     if (named) orb_serv_print(1, orb::kMsgProvider2Unused, 2, path.c_str(), lacking);
     dlclose(handle);

@@ -16,10 +16,21 @@ namespace orb::core {
 #define ORB_PROVIDER2_ROUTINES(X) \
   X(dgemm, ProviderGemmFn<double>)
 
+//! Routines it may lack: bound where it has them, null otherwise.  The
+//! double-precision level-3 kernels, which the core sends to it under the same
+//! rule as dgemm (blas/gemm_route.hpp).
+#define ORB_PROVIDER2_OPTIONAL(X)  \
+  X(dtrsm, ProviderTrsmFn<double>) \
+  X(dtrmm, ProviderTrsmFn<double>) \
+  X(dsyrk, ProviderSyrkFn<double>) \
+  X(dsyr2k, ProviderSyr2kFn<double>) \
+  X(dsymm, ProviderSymmFn<double>)
+
 //! The second provider's routines, bound once.
 struct Provider2Table {
 #define ORB_PROVIDER2_FIELD(name, type) type name;
   ORB_PROVIDER2_ROUTINES(ORB_PROVIDER2_FIELD)
+  ORB_PROVIDER2_OPTIONAL(ORB_PROVIDER2_FIELD)
 #undef ORB_PROVIDER2_FIELD
 };
 

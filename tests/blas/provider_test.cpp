@@ -179,6 +179,13 @@ INSTANTIATE_TEST_SUITE_P(Shallow, GemmRoute,
                                            RouteCase{{'d', false, 1000, 1000, 32, true, true, false}, kFirst},
                                            RouteCase{{'s', false, 1000, 1000, 32, true, false, false}, kFirst},
                                            RouteCase{{'z', false, 1000, 1000, 32, true, false, false}, kFirst}));
+TEST(Level3Route, FollowsTheWideRuleOutsideStrictMode) {
+  EXPECT_TRUE(core::level3_goes_to_second(6.1e6, false, true));
+  EXPECT_FALSE(core::level3_goes_to_second(6e6, false, true));
+  EXPECT_FALSE(core::level3_goes_to_second(1e9, true, true));
+  EXPECT_FALSE(core::level3_goes_to_second(1e9, false, false));
+}
+
 INSTANTIATE_TEST_SUITE_P(Wide, GemmRoute,
                          ::testing::Values(RouteCase{{'d', true, 2000, 2000, 2000, false, false, true}, kSecond},
                                            RouteCase{{'d', false, 200, 200, 151, true, false, true}, kSecond},
@@ -263,6 +270,43 @@ void wide_product(int t, char ta, ORB_INT m, ORB_INT n, ORB_INT k, Kernel kernel
   const char tb = 'N';
   kernel(&ta, &tb, &m, &n, &k, &alpha, a.data(), &lda, b.data(), &ldb, &beta, c.data(), &ldc);
   EXPECT_TRUE(matches_gemm(c, c0, ta, 'N', m, n, k, alpha, a, lda, b, ldb, beta, ldc)) << m << 'x' << n << 'x' << k;
+}
+
+// The double level-3 kernels at a size the AVX-512 rule routes (240^3), each
+// against the same result built from products: a solve undone by the
+// triangular product, a rank-k and rank-2k update and a symmetric product
+// against gemm on the full matrices.
+TEST(Provider2Real, RoutedLevel3KernelsAgreeWithProducts) {
+  const ORB_INT n = 240;
+  auto a = random_matrix<double>(n, n, n, 71);
+  for (ORB_INT i = 0; i < n; ++i) a[i + i * n] += 8;  // a well-conditioned triangle
+  const auto b = random_matrix<double>(n, n, n, 72);
+  const double one = 1, zero = 0;
+  const auto close = [n](const std::vector<double> &x, const std::vector<double> &y, bool lower_only) {
+    double worst = 0;
+    for (ORB_INT j = 0; j < n; ++j)
+      for (ORB_INT i = lower_only ? j : 0; i < n; ++i) worst = std::max(worst, std::fabs(x[i + j * n] - y[i + j * n]));
+    return worst < 1e-10;
+  };
+  auto x = b;
+  orb_blas_xdtrsm("L", "L", "N", "N", &n, &n, &one, a.data(), &n, x.data(), &n);
+  orb_blas_xdtrmm("L", "L", "N", "N", &n, &n, &one, a.data(), &n, x.data(), &n);
+  EXPECT_TRUE(close(x, b, false)) << "trsm then trmm";
+  // The full symmetric matrix whose lower triangle a holds.
+  auto full = a;
+  for (ORB_INT j = 0; j < n; ++j)
+    for (ORB_INT i = 0; i < j; ++i) full[i + j * n] = a[j + i * n];
+  std::vector<double> got(n * n), want(n * n);
+  orb_blas_xdsymm("L", "L", &n, &n, &one, a.data(), &n, b.data(), &n, &zero, got.data(), &n);
+  orb_blas_xdgemm("N", "N", &n, &n, &n, &one, full.data(), &n, b.data(), &n, &zero, want.data(), &n);
+  EXPECT_TRUE(close(got, want, false)) << "symm";
+  orb_blas_xdsyrk("L", "N", &n, &n, &one, b.data(), &n, &zero, got.data(), &n);
+  orb_blas_xdgemm("N", "T", &n, &n, &n, &one, b.data(), &n, b.data(), &n, &zero, want.data(), &n);
+  EXPECT_TRUE(close(got, want, true)) << "syrk";
+  orb_blas_xdsyr2k("L", "N", &n, &n, &one, a.data(), &n, b.data(), &n, &zero, got.data(), &n);
+  orb_blas_xdgemm("N", "T", &n, &n, &n, &one, a.data(), &n, b.data(), &n, &zero, want.data(), &n);
+  orb_blas_xdgemm("N", "T", &n, &n, &n, &one, b.data(), &n, a.data(), &n, &one, want.data(), &n);
+  EXPECT_TRUE(close(got, want, true)) << "syr2k";
 }
 
 // Routed products (depth up to 64, operands starting on cache lines) from four
