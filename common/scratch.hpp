@@ -60,3 +60,41 @@ T *zeroed(int alignment = 64, int64_t bytes = sizeof(T)) {
 }
 
 }  // namespace orb
+
+namespace orb {
+
+//! Scratch that each thread keeps between calls, for a kernel that runs often
+//! on blocks of the same size: a fresh block costs a page fault per page when
+//! first touched, which for some megabytes outweighs the work done in them.
+//! Each `Tag` names one block per thread; it grows to the largest request of
+//! at most `Limit` bytes and is released when the thread ends.  A larger
+//! request, or one the allocator cannot meet, gets null and the caller takes
+//! another path.  The block is the thread's alone; the caller must not hold
+//! it across anything that could ask for the same tag on the same thread.
+template <class Tag, int64_t Limit>
+class ThreadScratch {
+ public:
+  static void *get(int64_t bytes) {
+    if (bytes <= 0 || bytes > Limit) return nullptr;
+    Block &b = block();
+    if (b.bytes < bytes) {
+      orb_serv_deallocate(b.data);
+      b.data = orb_serv_allocate(bytes, 64);
+      b.bytes = b.data ? bytes : 0;
+    }
+    return b.data;
+  }
+
+ private:
+  struct Block {
+    void *data = nullptr;
+    int64_t bytes = 0;
+    ~Block() { orb_serv_deallocate(data); }
+  };
+  static Block &block() {
+    static thread_local Block b;
+    return b;
+  }
+};
+
+}  // namespace orb

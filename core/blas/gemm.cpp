@@ -8,6 +8,7 @@
 // kernel takes goes to it (gemm_stream_b.hpp); otherwise a provider computes
 // the product, the one the routing rule names (gemm_route.hpp).  The threaded drivers call it once per piece.
 #include "blas/gemm.hpp"
+#include "blas/gemm_real_form.hpp"
 #include "blas/gemm_stream_b.hpp"
 #include "blas/kernel_traits.hpp"
 #include "blas/scale.hpp"
@@ -46,6 +47,11 @@ void gemm_legal(const char *transa, const char *transb, const ORB_INT *m, const 
                              starts_on_cache_line(a) && starts_on_cache_line(b) && starts_on_cache_line(c),
                              (orb_serv_cbwr_get(-1) & ORB_CBWR_STRICT) != 0,
                              second_provider_wide()};
+  if constexpr (std::is_same_v<T, ORB_Complex16>) {
+    if (gemm_provider_for(route) == GemmProvider::second_real_form &&
+        gemm_real_form(*transa, *transb, *m, *n, *k, *alpha, a, *lda, b, *ldb, *beta, c, *ldc))
+      return;
+  }
   gemm_for<T>(route)(transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc, 1, 1);
 }
 

@@ -1,7 +1,9 @@
 // The rule that sends a product to the first or the second provider.
 //
 // Where the second provider runs its AVX-512 kernels (skx), a double product
-// goes to it when min(m, n) > 64 and m n k > 6e6; single and complex products
+// goes to it when min(m, n) > 64 and m n k > 6e6, and a double-complex one
+// goes to its real kernel in the product's real form (gemm_real_form.hpp)
+// when min(m, n) > 64 and m n k > 3.2e7; single and single-complex products
 // stay on the first.
 // Elsewhere a product goes to the second provider when it is a double product
 // of untransposed operands, no deeper than 64, whose operands start on cache
@@ -34,12 +36,23 @@
 // (dtrsm), 1.11 (dtrmm), 1.15 (dsyrk), 1.09 (dsyr2k), 1.13 (dsymm).
 //
 // Operands 16 bytes off the cache lines changed none of these by more than a
-// few percent (1000: 1.10, 2000x1000x128: 1.24).  zgemm stays on the first
-// provider all the same: two threads calling the second provider's zgemm at
+// few percent (1000: 1.10, 2000x1000x128: 1.24).  zgemm does not go to the
+// second provider's zgemm all the same: two threads calling the second provider's zgemm at
 // once (1000 rows each of 2000 x 1000 x 1000) ran at 29 GFLOPS together
 // against 86 for one thread alone, and a threaded zgemm of orb at 1000 fell
 // to 35 GFLOPS on two cores, against 150 on the first provider.  Its dgemm
-// has no such trouble (two threads: 2.1x one).
+// has no such trouble (two threads: 2.1x one), so zgemm goes to it in the
+// real form instead.  Real form / first provider, one core, the machine shared
+// with builds (so within about 5 %):
+//
+//   zgemm NN   500x1000x1000: 1.10-1.13   1000: 1.01-1.07   2000: 1.03-1.10
+//   zgemm TN   500x1000x1000: 1.08        CN: 1.09
+//   zgemm NT   500x1000x1000: 1.00        CT 1000x500x1000: 0.97
+//   (a transposed B is copied into a block first)
+//   zgemm NN   150-400 squares: 0.94-1.09, no clear gain
+//
+// Scratch taken fresh for each call cost a page fault per page (1000: 0.87),
+// so each thread keeps its blocks between calls.
 //
 // AVX2: measured on an AMD EPYC of family 25 model 1 (Zen 3), one core, the
 // first provider on its Zen kernels and the second on zen3, as above with
@@ -78,13 +91,16 @@ namespace {
 // AVX-512 second provider.
 constexpr int64_t kWideLeastSide = 65;         // min(m, n): 64 columns tie
 constexpr double kWideLeastWorkD = 6e6;        // above m n k of 200 x 100 x 200 (0.95)
+constexpr double kWideLeastWorkZ = 3.2e7;      // above 317^3: the real form's blocks fill up
 
 // Other second providers.
 constexpr int64_t kShallowDepthD = 64;
 constexpr double kShallowLeastWork = kGemmLeastRoutedWork;
 
 GemmProvider wide_rule(const GemmRouteCase &c, double work) {
-  if (c.precision == 'd' && std::min(c.m, c.n) >= kWideLeastSide && work > kWideLeastWorkD) return GemmProvider::second;
+  if (std::min(c.m, c.n) < kWideLeastSide) return GemmProvider::first;
+  if (c.precision == 'd' && work > kWideLeastWorkD) return GemmProvider::second;
+  if (c.precision == 'z' && work > kWideLeastWorkZ) return GemmProvider::second_real_form;
   return GemmProvider::first;
 }
 

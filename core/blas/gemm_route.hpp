@@ -17,8 +17,10 @@
 
 namespace orb::core {
 
-//! The providers a product can go to.
-enum class GemmProvider { first, second };
+//! Where a product goes: a provider's kernel of its own precision, or, for a
+//! complex product, the second provider's real kernel on the product's real
+//! form (gemm_real_form.hpp).
+enum class GemmProvider { first, second, second_real_form };
 
 //! What the rule looks at.
 struct GemmRouteCase {

@@ -11,3 +11,5 @@ list(APPEND ORB_TEST_INTERNAL ${PROJECT_SOURCE_DIR}/core/blas/gemm_stream_b_avx5
                               ${PROJECT_SOURCE_DIR}/core/blas/gemm_route.cpp
                               ${PROJECT_SOURCE_DIR}/core/service/processor.cpp)
 orb_instruction_set_sources()
+# The complex product's real form, its real products going to the exported kernels.
+list(APPEND ORB_TEST_INTERNAL ${PROJECT_SOURCE_DIR}/core/blas/gemm_real_form.cpp)

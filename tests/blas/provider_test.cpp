@@ -167,6 +167,7 @@ TEST_P(GemmRoute, SendsEachProductToTheProviderMeasuredFaster) {
 
 constexpr auto kFirst = GemmProvider::first;
 constexpr auto kSecond = GemmProvider::second;
+constexpr auto kRealForm = GemmProvider::second_real_form;
 // precision, transposed, m, n, k, on cache lines, strict, second provider on AVX-512 kernels
 INSTANTIATE_TEST_SUITE_P(Shallow, GemmRoute,
                          ::testing::Values(RouteCase{{'d', false, 125, 125, 64, true, false, false}, kSecond},
@@ -192,7 +193,11 @@ INSTANTIATE_TEST_SUITE_P(Wide, GemmRoute,
                                            RouteCase{{'d', false, 200, 200, 150, true, false, true}, kFirst},
                                            RouteCase{{'d', false, 4000, 64, 4000, true, false, true}, kFirst},
                                            RouteCase{{'d', false, 65, 4000, 4000, true, false, true}, kSecond},
-                                           RouteCase{{'z', false, 1000, 1000, 1000, true, false, true}, kFirst},
+                                           RouteCase{{'z', true, 1000, 1000, 1000, false, false, true}, kRealForm},
+                                           RouteCase{{'z', false, 320, 320, 320, true, false, true}, kRealForm},
+                                           RouteCase{{'z', false, 300, 300, 300, true, false, true}, kFirst},
+                                           RouteCase{{'z', false, 64, 4000, 4000, true, false, true}, kFirst},
+                                           RouteCase{{'z', false, 1000, 1000, 1000, true, true, true}, kFirst},
                                            RouteCase{{'s', false, 2000, 2000, 2000, true, false, true}, kFirst},
                                            RouteCase{{'c', false, 1000, 1000, 1000, true, false, true}, kFirst},
                                            RouteCase{{'d', false, 2000, 2000, 2000, true, true, true}, kFirst}));
