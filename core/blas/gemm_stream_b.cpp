@@ -12,8 +12,11 @@
 // measurements are beside the constants.  It is never taken in strict reproducibility mode: there a result
 // must not depend on how the threaded drivers cut C, and whether a piece falls
 // in the kernel's shape depends on the cut.  Its scratch (the packed block of A,
-// at most 2 MiB) comes from orb_serv_allocate; without it the provider
-// computes the product.
+// at most 2 MiB) is kept by each thread between calls (scratch.hpp): taken
+// afresh from the allocator, it came back through unmapped pages often enough
+// that a threaded 500^3 product spent 4 % of its time in page faults and in
+// the other core's cache flushes that unmapping sends.  Without it the
+// provider computes the product.
 #include "blas/gemm_stream_b.hpp"
 #include "blas/provider2.hpp"
 #include "service/processor.hpp"
@@ -44,6 +47,10 @@ ORB_INT stream_b_block_rows() { return this_processor().amd ? kStreamBBlockRowsA
 
 namespace {
 
+// The packed block of A, which each thread keeps: 2 MiB at most.
+struct PackTag;
+using Pack = ThreadScratch<PackTag, stream_b_scratch(kStreamBBlockRowsAmd, kStreamBBlockRowsAmd) * ORB_INT{sizeof(double)}>;
+
 bool of_its_shape(const Version &v, ORB_INT m, ORB_INT n, ORB_INT k) {
   if (n < kStreamBMinColumns || k < kStreamBMinDepth) return false;
   if (static_cast<double>(m) * static_cast<double>(n) * static_cast<double>(k) <= kStreamBMinWork) return false;
@@ -61,9 +68,9 @@ bool stream_b_dgemm(const char *transa, const char *transb, ORB_INT m, ORB_INT n
   if (!version.run || !of_its_shape(version, m, n, k) || !untransposed(transa) || !untransposed(transb)) return false;
   if (orb_serv_cbwr_get(-1) & ORB_CBWR_STRICT) return false;
   const ORB_INT block_rows = stream_b_block_rows();
-  const Scratch<double> pack(stream_b_scratch(m, block_rows), 64);
+  auto *pack = static_cast<double *>(Pack::get(stream_b_scratch(m, block_rows) * ORB_INT{sizeof(double)}));
   if (!pack) return false;
-  version.run(StreamBProduct{m, n, k, alpha, beta, a, lda, b, ldb, c, ldc, pack.get(), block_rows});
+  version.run(StreamBProduct{m, n, k, alpha, beta, a, lda, b, ldb, c, ldc, pack, block_rows});
   return true;
 }
 
