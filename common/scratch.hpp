@@ -78,7 +78,7 @@ class ThreadScratch {
     if (bytes <= 0 || bytes > Limit) return nullptr;
     Block &b = block();
     if (b.bytes < bytes) {
-      orb_serv_deallocate(b.data);
+      if (b.data) orb_serv_deallocate(b.data);
       b.data = orb_serv_allocate(bytes, 64);
       b.bytes = b.data ? bytes : 0;
     }
@@ -89,7 +89,9 @@ class ThreadScratch {
   struct Block {
     void *data = nullptr;
     int64_t bytes = 0;
-    ~Block() { orb_serv_deallocate(data); }
+    ~Block() {
+      if (data) orb_serv_deallocate(data);
+    }
   };
   static Block &block() {
     static thread_local Block b;

@@ -197,12 +197,16 @@ TEST_P(GemmPath, PiecesFollowTheCuttingRules) {
       orb_blas_dgemm(&s.ta, &s.tb, &s.m, &s.n, &s.k, &alpha, a, &lda, b, &ldb, &beta, c, &ldc);
       o = observed();
     }
-    // The frame's only scratch is the split's partial buffers, 2048-aligned; a
-    // kernel may take scratch of its own.  Whatever was had is given back.
+    // The frame's only scratch is the split's partial buffers, 2048-aligned,
+    // and it is given back; a kernel may take scratch of its own, which stays
+    // with the thread that ran it.
     const auto partial = std::find(o.alloc_alignment.begin(), o.alloc_alignment.end(), 2048);
-    EXPECT_EQ(std::count(o.alloc_alignment.begin(), o.alloc_alignment.end(), 2048),
-              s.path == Path::split || s.fail_alloc ? 1 : 0);
-    EXPECT_EQ(o.deallocations, s.fail_alloc ? 0 : static_cast<int>(o.alloc_bytes.size()));
+    const auto frame_allocs = std::count(o.alloc_alignment.begin(), o.alloc_alignment.end(), 2048);
+    EXPECT_EQ(frame_allocs, s.path == Path::split || s.fail_alloc ? 1 : 0);
+    if (s.fail_alloc)
+      EXPECT_EQ(o.deallocations, 0);
+    else
+      EXPECT_GE(o.deallocations, frame_allocs);
     ASSERT_EQ(o.gemv.size(), s.path == Path::gemv ? 1u : 0u);
     if (s.path == Path::gemv) {
       EXPECT_TRUE(o.gemm.empty());
