@@ -19,6 +19,8 @@ namespace orb::sparse {
 // Codes of the handle fields (the descriptor codes are orb_sparse.h's).
 constexpr int32_t kFormatCoo = 0, kFormatCsr = 1, kFormatCsc = 2, kFormatBsr = 3;
 constexpr int32_t kMemoryCopies = 81;
+// What a hint announces: a product, a triangular solve, a Gauss-Seidel sweep.
+constexpr int32_t kHintProduct = 0, kHintSolve = 1, kHintSymgs = 2;
 // Format choice of a product hint.
 constexpr int32_t kChooseEsb = 199, kChooseDia = 299, kChooseCsr = 399;
 
@@ -101,6 +103,63 @@ struct SparseRecord {
   I entries;       //!< stored entries (blocks for BSR)
   int32_t owns;    //!< the record owns its four arrays (built by the analysis)
   int32_t reserved;
+  void *diagonal = nullptr;  //!< DiagonalData<T, I> of the record, built by the first non-unit solve
+};
+
+//! State bits of the diagonal data: filled from the record, and current.
+constexpr int32_t kDiagonalFilled = 1, kDiagonalCurrent = 2;
+
+//! The diagonal of a record as the solves read it.  Any positive problem
+//! count makes it unusable for a non-unit solve.
+template <class T, class I>
+struct DiagonalData {
+  int32_t missing;    //!< rows that store no diagonal entry
+  int32_t zero;       //!< rows whose diagonal entries add up to zero
+  int32_t nonfinite;  //!< rows whose diagonal is infinite or not a number
+  int32_t state;      //!< kDiagonalFilled | kDiagonalCurrent once filled
+  T *values;          //!< one per row: the sum of the row's diagonal entries
+  I rows;
+};
+
+//! The strictly lower or strictly upper part of a square record, CSR from 0:
+//! each row keeps its entries in their stored order.
+template <class T, class I>
+struct SplitMatrix {
+  I *ptr;  //!< rows + 1
+  I *col;
+  T *val;
+};
+
+//! What the symmetric Gauss-Seidel analysis keeps (symgs_optimal_data): the
+//! rows cut into blocks of whole slices, the dependencies between blocks in
+//! each direction, a topological order of the blocks for each direction, the
+//! part count the sweeps run on, and the two split matrices.  Block b holds
+//! rows [block_row[b], block_row[b + 1]); its first slice is block_row[b] / W.
+template <class T, class I>
+struct SymgsData {
+  int32_t width;              //!< W: rows per slice (4, or 8 for the AVX-512 layout)
+  int32_t blocks;             //!< row blocks (tasks)
+  I *block_row;               //!< blocks + 1
+  int32_t *lower_pred;        //!< per block: blocks it waits for in the forward sweep
+  int32_t *lower_succ_start;  //!< blocks + 1; forward successors of each block
+  int32_t *lower_succ;
+  int32_t *upper_pred;        //!< per block: blocks it waits for in the backward sweep
+  int32_t *upper_succ_start;  //!< blocks + 1; backward successors
+  int32_t *upper_succ;
+  int32_t parts;              //!< tasks of a sweep (asked for before the analysis, settled by it)
+  int32_t *part_bound;        //!< parts + 1 positions of the forward order
+  int32_t *order;             //!< forward order: by level, then block
+  int32_t *back_order;        //!< backward order: by level, then block from the last
+  int32_t *slice_start;       //!< parts: first slice of each part's first block
+  int32_t levels;             //!< levels of the forward dependency graph
+  int32_t back_levels;        //!< levels of the backward one
+  I rows;
+  SplitMatrix<T, I> lower;
+  SplitMatrix<T, I> upper;
+  int32_t avx512;             //!< laid out for the AVX-512 kernels
+  int32_t high_opt;           //!< the second AVX-512 variant
+  int32_t from_copy;          //!< built from a general copy, not the primary record as stored
+  int32_t reserved;
 };
 
 template <class T, class I>
@@ -119,6 +178,12 @@ struct SparseHint {
   Procedure procedure;
   SparseHint *next;
   int32_t expected_calls;
+  int32_t kind;  //!< kHintProduct, kHintSolve or kHintSymgs
+  //! A Gauss-Seidel sweep pair for A x = b; y, when not null, receives A x.
+  using SymgsProcedure = int32_t (*)(SparseHint *node, int32_t op, SparseHandle<T, I> *A, orb_sparse_descr descr,
+                                     const T *b, T *x, T *y);
+  SymgsProcedure symgs;
+  SymgsProcedure symgs_mv;
 };
 
 //! The handle.  Every instance has the same layout, so the interface can read
