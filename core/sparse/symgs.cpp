@@ -1,39 +1,41 @@
 // The symmetric Gauss-Seidel data of a square CSR record (prepare_symgs_
 // optimal_data) and the block kernels that sweep over it.
 //
-// Blocking rule.  Rows are cut into blocks of B rows, B a multiple of the
-// slice width W chosen so that there are about 4096 blocks:
+// Blocking rule, per direction.  The level of a row is 0 when it reads no
+// other row of the sweep (forward: its strictly lower entries; backward:
+// its strictly upper ones), else one more than the highest level among the
+// rows it reads.  Rows of one level do not read one another, so they may
+// run in any order and at once.  Each level's rows (ascending forward,
+// descending backward) are cut into blocks of at most B rows, B a multiple
+// of the slice width W chosen so that there are about 4096 blocks,
 //     B = W * max(1, ceil(n / (4096 W))),
-// so every block but the last is whole slices and block b's first slice is
-// block_row[b] / W.  The strictly lower entries of a row in block b reach
-// back into earlier blocks: those are the blocks b waits for in the forward
-// sweep (its lower predecessors); the strictly upper entries reach the
-// blocks b waits for in the backward sweep.  Entries inside a block are
-// handled by the kernel, row after row.  The level of a block is 0 without
-// predecessors, else one more than the highest level among them; the task
-// order lists the blocks by level, then by block number (the backward order
-// by backward level, then from the last block), which is a topological
-// order.  The graph is wide enough for P parts when the blocks outnumber the
-// levels P times: parts = clamp(blocks / levels, 1, parts asked for); part p
-// owns positions [p * blocks / parts, (p + 1) * blocks / parts) of the order.
+// and blocks are numbered level by level, which makes block order a
+// topological order.  Block b waits for the distinct blocks holding the
+// rows its rows read.  The sweeps can keep P parts busy when the blocks
+// outnumber the levels P times: parts = clamp(min over the two directions
+// of blocks / levels, 1, parts asked for).  One part sweeps the positions
+// in order on the calling thread.
 //
 // Worked example: the 2-D Laplacian of a 16 x 16 grid (n = 256, 5-point
-// stencil, rows in grid order), W = 4: B = 4, 64 blocks, 4 to a grid line.
-// Block (l, s) = 4l + s (line l, segment s) holds the rows 16l + 4s .. +3.
-// Its first row's left neighbour is in block (l, s - 1) unless s = 0, and
-// the upper neighbours of its rows are block (l - 1, s): so block (l, s)
-// waits for (l, s - 1) and (l - 1, s), and its level is l + s.
-//     level:   0    1       2          3 ...      18
-//     blocks:  0    1 4     2 5 8      3 6 9 12   63
-// 19 levels for 64 blocks: 64 / 19 = 3 parts at most; asked for 2, the
-// order 0 1 4 2 5 8 3 6 9 12 ... splits at position 32.  Backward, block
-// (l, s) waits for (l, s + 1) and (l + 1, s): block 63 comes first.
+// stencil, rows in grid order), W = 4, so B = 4.  Row (r, c) reads (r, c - 1)
+// and (r - 1, c) forward: its level is r + c, 31 levels, level l holding
+// min(l + 1, 31 - l) rows of one anti-diagonal:
+//     level:   0    1      2        3          4          ...  15               30
+//     rows:    0    1 16   2 17 32  3 18 33 48  4 19 34 49 64  15 30 .. 240 (16) 255
+//     blocks:  0    1      2        3          4  5       ...  4 blocks          1
+// Level sizes 1..16..1 make 2 (4 x 1 + 4 x 2 + 4 x 3 + 3 x 4) + 4 = 76
+// blocks in 31 levels: 76 / 31 = 2 parts.  Block 4 (rows 4 19 34 49) waits
+// for block 3 (rows 3 18 33 48); block 5 (row 64) for block 3 (row 48).
+// Backward, row (r, c) reads (r, c + 1) and (r + 1, c): the same levels
+// counted from row 255.
 //
-// The split matrices keep each row's strictly lower and strictly upper
-// entries in their stored order, rows in matrix order: a kernel computes
-// row i as alpha x_i minus each entry times its solved neighbour, in that
-// order, divided by the diagonal, so any schedule that respects the
-// dependencies gives the same bits as the plain row-by-row sweep.
+// Each plan stores its rows' entries (strictly lower forward, strictly
+// upper backward) at the rows' positions, so a sweep streams them, each row
+// keeping its entries in their stored order: a kernel computes row i as
+// alpha x_i minus each entry times its solved neighbour, in that order,
+// divided by the diagonal, so any schedule that respects the dependencies
+// (the positions in order, or the blocks in parallel) gives the same bits
+// as the plain row-by-row sweep.
 #include <orb/internal/orb_sparse_kernels.h>
 #include <orb/internal/sparse_layout.hpp>
 #include <orb/orb_service.h>
@@ -47,19 +49,19 @@
 namespace orb::sparse {
 
 template <class T, class I>
+void free_plan(SweepPlan<T, I> &p) {
+  for (void *a : {static_cast<void *>(p.block_start), static_cast<void *>(p.rows), static_cast<void *>(p.position),
+                  static_cast<void *>(p.ptr), static_cast<void *>(p.col), static_cast<void *>(p.val),
+                  static_cast<void *>(p.pred), static_cast<void *>(p.succ_start), static_cast<void *>(p.succ)})
+    orb_serv_free(a);
+}
+
+template <class T, class I>
 void destroy_symgs_optimal_data(void *data) {
   auto *g = static_cast<SymgsData<T, I> *>(data);
   if (!g) return;
-  for (void *p : {static_cast<void *>(g->block_row), static_cast<void *>(g->lower_pred),
-                  static_cast<void *>(g->lower_succ_start), static_cast<void *>(g->lower_succ),
-                  static_cast<void *>(g->upper_pred), static_cast<void *>(g->upper_succ_start),
-                  static_cast<void *>(g->upper_succ), static_cast<void *>(g->part_bound),
-                  static_cast<void *>(g->order), static_cast<void *>(g->back_order),
-                  static_cast<void *>(g->slice_start), static_cast<void *>(g->lower.ptr),
-                  static_cast<void *>(g->lower.col), static_cast<void *>(g->lower.val),
-                  static_cast<void *>(g->upper.ptr), static_cast<void *>(g->upper.col),
-                  static_cast<void *>(g->upper.val)})
-    orb_serv_free(p);
+  free_plan(g->forward);
+  free_plan(g->backward);
   orb_serv_free(g);
 }
 template void destroy_symgs_optimal_data<double, int32_t>(void *);
@@ -78,95 +80,94 @@ void *create_symgs_optimal_data(int32_t width, int32_t parts) {
   return g;
 }
 
-//! Fills one direction's predecessor counts and successor lists: block b
-//! waits for the distinct other blocks its split rows reach.
+//! One direction's plan from the record: forward reads the strictly lower
+//! entries (rows ascending), backward the strictly upper ones (descending).
+//! False without memory.
 template <class T, class I>
-bool dependencies(const SymgsData<T, I> &g, const SplitMatrix<T, I> &m, I B, int32_t *pred, int32_t **succ_start,
-                  int32_t **succ) {
-  const int32_t nb = g.blocks;
-  Scratch<int32_t> stamp(nb, 64, Allocator::plain);
-  *succ_start = allocate<int32_t>(int64_t{nb} + 1);
-  if ((nb > 0 && !stamp) || !*succ_start) return false;
-  int32_t *start = *succ_start;
-  std::fill(start, start + nb + 1, 0);
-  std::fill(stamp.get(), stamp.get() + nb, -1);
-  std::fill(pred, pred + nb, 0);
-  // Each pair (waiting block b, block c it waits for) once.
-  const auto each_pair = [&](auto f) {
-    for (int32_t b = 0; b < nb; ++b)
-      for (I i = g.block_row[b]; i < g.block_row[b + 1]; ++i)
-        for (I k = m.ptr[i]; k < m.ptr[i + 1]; ++k) {
-          const int32_t c = static_cast<int32_t>(m.col[k] / B);
-          if (c == b || stamp.get()[c] == b) continue;
-          stamp.get()[c] = b;
-          f(b, c);
-        }
-  };
-  int64_t pairs = 0;
-  each_pair([&](int32_t b, int32_t c) { ++pred[b], ++start[c + 1], ++pairs; });
-  for (int32_t c = 0; c < nb; ++c) start[c + 1] += start[c];
-  *succ = allocate<int32_t>(pairs > 0 ? pairs : 1);
-  if (!*succ) return false;
-  std::fill(stamp.get(), stamp.get() + nb, -1);
-  Scratch<int32_t> next(nb > 0 ? nb : 1, 64, Allocator::plain);
-  if (!next) return false;
-  std::copy(start, start + nb, next.get());
-  each_pair([&](int32_t b, int32_t c) { (*succ)[next.get()[c]++] = b; });
-  return true;
-}
-
-//! Levels of one direction (forward: blocks ascending, successors later)
-//! and the order by level, then by block in the direction's own sense.
-//! Returns the level count, or -1 without memory.
-int32_t order_by_level(int32_t nb, bool forward, const int32_t *succ_start, const int32_t *succ, int32_t *order) {
-  Scratch<int32_t> level(nb > 0 ? nb : 1, 64, Allocator::plain);
-  if (!level) return -1;
-  std::fill(level.get(), level.get() + nb, 0);
-  int32_t levels = 0;
-  for (int32_t step = 0; step < nb; ++step) {
-    const int32_t b = forward ? step : nb - 1 - step;
-    const int32_t l = level.get()[b];
-    levels = std::max(levels, l + 1);
-    for (int32_t k = succ_start[b]; k < succ_start[b + 1]; ++k)
-      level.get()[succ[k]] = std::max(level.get()[succ[k]], l + 1);
-  }
-  Scratch<int32_t> first(int64_t{levels} + 1, 64, Allocator::plain);
-  if (!first) return -1;
-  std::fill(first.get(), first.get() + levels + 1, 0);
-  for (int32_t b = 0; b < nb; ++b) ++first.get()[level.get()[b] + 1];
-  for (int32_t l = 0; l < levels; ++l) first.get()[l + 1] += first.get()[l];
-  for (int32_t step = 0; step < nb; ++step) {
-    const int32_t b = forward ? step : nb - 1 - step;
-    order[first.get()[level.get()[b]]++] = b;
-  }
-  return levels;
-}
-
-//! The strictly lower (lower) or upper part of the record, rows from 0.
-template <class T, class I>
-bool split(const SparseRecord<T, I> &r, bool lower, SplitMatrix<T, I> &m) {
+bool make_plan(const SparseRecord<T, I> &r, I B, bool forward, SweepPlan<T, I> &p) {
   const I n = r.rows;
-  m.ptr = allocate<I>(int64_t{n} + 1);
-  if (!m.ptr) return false;
-  m.ptr[0] = 0;
-  for (I i = 0; i < n; ++i) {
+  const auto reads = [&](I i, I j) { return forward ? j < i : j > i; };
+  const auto each_read = [&](I i, auto f) {
+    for (I k = r.row_start[i] - r.base; k < r.row_end[i] - r.base; ++k)
+      if (reads(i, r.col_index[k] - r.base)) f(k, r.col_index[k] - r.base);
+  };
+  Scratch<int32_t> level(n > 0 ? n : 1, 64, Allocator::plain), block_of(n > 0 ? n : 1, 64, Allocator::plain);
+  if (!level || !block_of) return false;
+  int32_t levels = 0;
+  for (I step = 0; step < n; ++step) {
+    const I i = forward ? step : n - 1 - step;
+    int32_t l = 0;
+    each_read(i, [&](I, I j) { l = std::max(l, level.get()[j] + 1); });
+    level.get()[i] = l;
+    levels = std::max(levels, l + 1);
+  }
+  // Positions level by level (a counting sort, each level in the sweep's direction).
+  Scratch<I> at(int64_t{levels} + 1, 64, Allocator::plain);
+  p.rows = allocate<I>(n > 0 ? n : 1);
+  p.position = allocate<I>(n > 0 ? n : 1);
+  p.ptr = allocate<I>(int64_t{n} + 1);
+  if (!at || !p.rows || !p.position || !p.ptr) return false;
+  std::fill(at.get(), at.get() + levels + 1, I{0});
+  for (I i = 0; i < n; ++i) ++at.get()[level.get()[i] + 1];
+  int64_t blocks = 0;
+  for (int32_t l = 0; l < levels; ++l) blocks += (at.get()[l + 1] + B - 1) / B;
+  for (int32_t l = 0; l < levels; ++l) at.get()[l + 1] += at.get()[l];
+  for (I step = 0; step < n; ++step) {
+    const I i = forward ? step : n - 1 - step;
+    const I q = at.get()[level.get()[i]]++;
+    p.rows[q] = i;
+    p.position[i] = q;
+  }
+  // Each row's entries at its position, in their stored order.
+  p.ptr[0] = 0;
+  for (I q = 0; q < n; ++q) {
     I count = 0;
-    for (I k = r.row_start[i] - r.base; k < r.row_end[i] - r.base; ++k) {
-      const I j = r.col_index[k] - r.base;
-      count += lower ? j < i : j > i;
-    }
-    m.ptr[i + 1] = m.ptr[i] + count;
+    each_read(p.rows[q], [&](I, I) { ++count; });
+    p.ptr[q + 1] = p.ptr[q] + count;
   }
-  m.col = allocate<I>(m.ptr[n] > 0 ? m.ptr[n] : 1);
-  m.val = allocate<T>(m.ptr[n] > 0 ? m.ptr[n] : 1);
-  if (!m.col || !m.val) return false;
-  for (I i = 0; i < n; ++i) {
-    I at = m.ptr[i];
-    for (I k = r.row_start[i] - r.base; k < r.row_end[i] - r.base; ++k) {
-      const I j = r.col_index[k] - r.base;
-      if (lower ? j < i : j > i) m.col[at] = j, m.val[at++] = r.values[k];
-    }
+  p.col = allocate<I>(n > 0 && p.ptr[n] > 0 ? p.ptr[n] : 1);
+  p.val = allocate<T>(n > 0 && p.ptr[n] > 0 ? p.ptr[n] : 1);
+  if (!p.col || !p.val) return false;
+  for (I q = 0; q < n; ++q) {
+    I e = p.ptr[q];
+    each_read(p.rows[q], [&](I k, I j) { p.col[e] = j, p.val[e++] = r.values[k]; });
   }
+  // at[l] is now where level l + 1 starts; cut each level into blocks of B.
+  p.blocks = static_cast<int32_t>(blocks);
+  p.levels = levels;
+  p.block_start = allocate<I>(blocks + 1);
+  p.pred = allocate<int32_t>(blocks > 0 ? blocks : 1);
+  p.succ_start = allocate<int32_t>(blocks + 1);
+  if (!p.block_start || !p.pred || !p.succ_start) return false;
+  int32_t b = 0;
+  for (int32_t l = 0; l < levels; ++l)
+    for (I first = l > 0 ? at.get()[l - 1] : 0; first < at.get()[l]; first += B) p.block_start[b++] = first;
+  p.block_start[b] = n;
+  for (b = 0; b < p.blocks; ++b)
+    for (I q = p.block_start[b]; q < p.block_start[b + 1]; ++q) block_of.get()[p.rows[q]] = b;
+  // Each pair (block, block it waits for) once: a stamp per block.
+  Scratch<int32_t> stamp(blocks > 0 ? blocks : 1, 64, Allocator::plain);
+  if (!stamp) return false;
+  const auto each_pair = [&](auto f) {
+    std::fill(stamp.get(), stamp.get() + p.blocks, -1);
+    for (int32_t w = 0; w < p.blocks; ++w)
+      for (I e = p.ptr[p.block_start[w]]; e < p.ptr[p.block_start[w + 1]]; ++e) {
+        const int32_t c = block_of.get()[p.col[e]];
+        if (stamp.get()[c] == w) continue;
+        stamp.get()[c] = w;
+        f(w, c);
+      }
+  };
+  std::fill(p.pred, p.pred + p.blocks, 0);
+  std::fill(p.succ_start, p.succ_start + p.blocks + 1, 0);
+  int64_t pairs = 0;
+  each_pair([&](int32_t w, int32_t c) { ++p.pred[w], ++p.succ_start[c + 1], ++pairs; });
+  for (b = 0; b < p.blocks; ++b) p.succ_start[b + 1] += p.succ_start[b];
+  p.succ = allocate<int32_t>(pairs > 0 ? pairs : 1);
+  Scratch<int32_t> next(blocks > 0 ? blocks : 1, 64, Allocator::plain);
+  if (!p.succ || !next) return false;
+  std::copy(p.succ_start, p.succ_start + p.blocks, next.get());
+  each_pair([&](int32_t w, int32_t c) { p.succ[next.get()[c]++] = w; });
   return true;
 }
 
@@ -177,31 +178,12 @@ int32_t prepare_symgs_optimal_data(const T *, const void *record, void *data) {
   if (!r || !g || r->rows != r->cols || r->block != 1) return ORB_SPARSE_INTERNAL;
   const I n = r->rows, W = g->width;
   const I B = W * std::max<I>(1, static_cast<I>((int64_t{n} + W * kTargetBlocks - 1) / (W * kTargetBlocks)));
-  const int32_t nb = static_cast<int32_t>(n > 0 ? (n + B - 1) / B : 0);
   g->rows = n;
-  g->blocks = nb;
-  g->block_row = allocate<I>(int64_t{nb} + 1);
-  g->lower_pred = allocate<int32_t>(nb > 0 ? nb : 1);
-  g->upper_pred = allocate<int32_t>(nb > 0 ? nb : 1);
-  g->order = allocate<int32_t>(nb > 0 ? nb : 1);
-  g->back_order = allocate<int32_t>(nb > 0 ? nb : 1);
-  if (!g->block_row || !g->lower_pred || !g->upper_pred || !g->order || !g->back_order) return ORB_SPARSE_NO_MEMORY;
-  for (int32_t b = 0; b <= nb; ++b) g->block_row[b] = std::min<I>(n, static_cast<I>(b) * B);
-  if (!split(*r, true, g->lower) || !split(*r, false, g->upper)) return ORB_SPARSE_NO_MEMORY;
-  if (!dependencies(*g, g->lower, B, g->lower_pred, &g->lower_succ_start, &g->lower_succ) ||
-      !dependencies(*g, g->upper, B, g->upper_pred, &g->upper_succ_start, &g->upper_succ))
-    return ORB_SPARSE_NO_MEMORY;
-  g->levels = order_by_level(nb, true, g->lower_succ_start, g->lower_succ, g->order);
-  g->back_levels = order_by_level(nb, false, g->upper_succ_start, g->upper_succ, g->back_order);
-  if (g->levels < 0 || g->back_levels < 0) return ORB_SPARSE_NO_MEMORY;
-  const int32_t deepest = std::max({g->levels, g->back_levels, 1});
-  g->parts = std::max(1, std::min(g->parts, nb / deepest));
-  g->part_bound = allocate<int32_t>(int64_t{g->parts} + 1);
-  g->slice_start = allocate<int32_t>(g->parts);
-  if (!g->part_bound || !g->slice_start) return ORB_SPARSE_NO_MEMORY;
-  for (int32_t p = 0; p <= g->parts; ++p) g->part_bound[p] = static_cast<int32_t>(int64_t{p} * nb / g->parts);
-  for (int32_t p = 0; p < g->parts; ++p)
-    g->slice_start[p] = g->part_bound[p] < nb ? static_cast<int32_t>(g->block_row[g->order[g->part_bound[p]]] / W) : 0;
+  g->block_rows = B;
+  if (!make_plan(*r, B, true, g->forward) || !make_plan(*r, B, false, g->backward)) return ORB_SPARSE_NO_MEMORY;
+  const int32_t wide = std::min(g->forward.blocks / std::max(1, g->forward.levels),
+                                g->backward.blocks / std::max(1, g->backward.levels));
+  g->parts = std::max(1, std::min(g->parts, wide));
   return ORB_SPARSE_OK;
 }
 
@@ -211,17 +193,17 @@ I block_rows(int32_t width, I slices, I rem) {
   return rem > 0 ? (slices - 1) * width + rem : slices * width;
 }
 
-template <class T, class I, bool Forward>
-void sweep_block(int32_t width, I slices, I rem, I first, const void *splitm, T alpha, const T *x, T *y,
+template <class T, class I>
+void sweep_block(int32_t width, I slices, I rem, I first, const void *plan, T alpha, const T *x, T *y,
                  const T *diag) {
   using P = Precision<T>;
-  const auto &m = *static_cast<const SplitMatrix<T, I> *>(splitm);
-  const I count = block_rows(width, slices, rem);
+  const auto &p = *static_cast<const SweepPlan<T, I> *>(plan);
+  const I last = first + block_rows(width, slices, rem);
   const bool one = P::is_one(alpha);
-  for (I step = 0; step < count; ++step) {
-    const I i = Forward ? first + step : first + count - 1 - step;
+  for (I q = first; q < last; ++q) {
+    const I i = p.rows[q];
     T s = one ? x[i] : P::mul(alpha, x[i]);
-    for (I k = m.ptr[i]; k < m.ptr[i + 1]; ++k) s = minus_product(s, m.val[k], y[m.col[k]]);
+    for (I k = p.ptr[q]; k < p.ptr[q + 1]; ++k) s = minus_product(s, p.val[k], y[p.col[k]]);
     y[i] = divide(s, diag[i]);
   }
 }
@@ -229,10 +211,11 @@ void sweep_block(int32_t width, I slices, I rem, I first, const void *splitm, T 
 template <class T, class I>
 void residual(const void *data, I first, I last, int32_t upper, const T *b, const T *x, T *t) {
   const auto *g = static_cast<const SymgsData<T, I> *>(data);
-  const SplitMatrix<T, I> &m = upper ? g->upper : g->lower;
+  const SweepPlan<T, I> &p = upper ? g->backward : g->forward;
   for (I i = first; i < last; ++i) {
+    const I q = p.position[i];
     T s = b[i];
-    for (I k = m.ptr[i]; k < m.ptr[i + 1]; ++k) s = minus_product(s, m.val[k], x[m.col[k]]);
+    for (I k = p.ptr[q]; k < p.ptr[q + 1]; ++k) s = minus_product(s, p.val[k], x[p.col[k]]);
     t[i] = s;
   }
 }
@@ -242,13 +225,16 @@ void split_product(const void *data, const T *diag, I first, I last, int32_t whi
                    T *y) {
   using P = Precision<T>;
   const auto *g = static_cast<const SymgsData<T, I> *>(data);
+  const auto part = [&](const SweepPlan<T, I> &p, I i, T s) {
+    const I q = p.position[i];
+    for (I k = p.ptr[q]; k < p.ptr[q + 1]; ++k) s = P::add(s, P::mul(p.val[k], x[p.col[k]]));
+    return s;
+  };
   for (I i = first; i < last; ++i) {
     T s = accumulate ? y[i] : P::zero();
-    if (which & 1)
-      for (I k = g->lower.ptr[i]; k < g->lower.ptr[i + 1]; ++k) s = P::add(s, P::mul(g->lower.val[k], x[g->lower.col[k]]));
+    if (which & 1) s = part(g->forward, i, s);
     if (which & 2) s = P::add(s, P::mul(diag[i], x[i]));
-    if (which & 4)
-      for (I k = g->upper.ptr[i]; k < g->upper.ptr[i + 1]; ++k) s = P::add(s, P::mul(g->upper.val[k], x[g->upper.col[k]]));
+    if (which & 4) s = part(g->backward, i, s);
     y[i] = s;
   }
 }
@@ -269,13 +255,13 @@ using namespace orb::sparse;
   extern "C" void orb_sparse_##p##_destroy_symgs_optimal_data_##w(void *data) {                                    \
     destroy_symgs_optimal_data<T, I>(data);                                                                        \
   }                                                                                                                \
-  extern "C" void orb_sparse_##p##_sv_fwd_ker_n_##w(int32_t width, I slices, I rem, I first, const void *split,    \
+  extern "C" void orb_sparse_##p##_sv_fwd_ker_n_##w(int32_t width, I slices, I rem, I first, const void *plan,    \
                                                     T alpha, const T *x, T *y, const T *diag) {                    \
-    sweep_block<T, I, true>(width, slices, rem, first, split, alpha, x, y, diag);                                  \
+    sweep_block<T, I>(width, slices, rem, first, plan, alpha, x, y, diag);                                         \
   }                                                                                                                \
-  extern "C" void orb_sparse_##p##_sv_bwd_ker0_##w(int32_t width, I slices, I rem, I first, const void *split,     \
+  extern "C" void orb_sparse_##p##_sv_bwd_ker0_##w(int32_t width, I slices, I rem, I first, const void *plan,     \
                                                    T alpha, const T *x, T *y, const T *diag) {                     \
-    sweep_block<T, I, false>(width, slices, rem, first, split, alpha, x, y, diag);                                 \
+    sweep_block<T, I>(width, slices, rem, first, plan, alpha, x, y, diag);                                         \
   }                                                                                                                \
   extern "C" void orb_sparse_##p##_symgs_residual_ker_##w(const void *data, I first, I last, int32_t upper,        \
                                                           const T *b, const T *x, T *t) {                          \

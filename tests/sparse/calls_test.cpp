@@ -101,11 +101,11 @@ extern "C" int32_t orb_sparse_d_xcsr_mv_t_def_i4(int32_t op, orb_sparse_descr d,
   return real(op, d, A, x, y, alpha, beta);
 }
 extern "C" void orb_sparse_d_sv_fwd_ker_n_i4(int32_t width, int32_t slices, int32_t rem, int32_t first,
-                                             const void *split, double alpha, const double *x, double *y,
+                                             const void *plan, double alpha, const double *x, double *y,
                                              const double *diag) {
   ++seen.sweep_blocks;
   static const auto real = ORB_TEST_NEXT(orb_sparse_d_sv_fwd_ker_n_i4);
-  real(width, slices, rem, first, split, alpha, x, y, diag);
+  real(width, slices, rem, first, plan, alpha, x, y, diag);
 }
 extern "C" int32_t orb_sparse_d_trsv_def_i4(int32_t op, orb_sparse_descr d, orb_sparse_matrix A, const double *diag,
                                             double alpha, const double *x, double *y) {

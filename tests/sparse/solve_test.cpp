@@ -299,7 +299,8 @@ TYPED_TEST(SparseSolves, AnalysedSweepsMatchTheSequentialSweepBitForBit) {
         auto *g = static_cast<sparse::SymgsData<T, I> *>(sparse::handle_cast<T, I>(A)->primary->opt->symgs_data);
         ASSERT_NE(g, nullptr);
         if (chain) {
-          EXPECT_EQ(g->levels, g->blocks) << "a chain has one block per level";
+          EXPECT_EQ(g->forward.levels, g->forward.blocks) << "a chain has one row per level";
+          EXPECT_EQ(g->parts, 1) << "a chain has no parallelism";
         }
         const int32_t chosen = g->parts;
         for (const int32_t parts : {chosen, 1, 2, 5}) {

@@ -2,22 +2,21 @@
 // and the making of that data and of a record's diagonal, shared by the
 // analysed triangular solve and the Gauss-Seidel iteration.
 //
-// One part: the blocks run on the calling thread in the direction's task
-// order, a topological order, so every block finds its predecessors done and
-// no counter is needed.
+// One part: one kernel call sweeps every position of the plan in order on
+// the calling thread.
 //
-// Several parts: as many tasks as parts, each taking the next position of
-// the task order from a shared atomic position, waiting until the block at
-// that position has no unfinished predecessor, running its kernel, and then
-// decrementing (release) the counter of each successor.  Positions are taken
-// in topological order, so a block waited for was always taken earlier by a
-// task that is running: no task ever waits for one that has not started,
-// however many threads the runtime actually gives the loop (with one, the
-// tasks run one after another and never wait).  A block sees exactly the
-// values of its own predecessors, so the result is bitwise that of the
-// one-part sweep.  The counters live in scratch for one call, so concurrent
-// solves on one handle do not share them; without scratch the sweep runs as
-// one part.
+// Several parts: as many tasks as parts, each taking the next block from a
+// shared atomic position (blocks are numbered level by level, a topological
+// order), waiting until that block has no unfinished predecessor, running
+// its kernel over the block's positions, and then decrementing (release) the
+// counter of each successor.  Blocks are taken in topological order, so a
+// block waited for was always taken earlier by a task that is running: no
+// task ever waits for one that has not started, however many threads the
+// runtime actually gives the loop (with one, the tasks run one after
+// another and never wait).  A row sees exactly the final values of the rows
+// it reads, so the result is bitwise that of the one-part sweep.  The
+// counters live in scratch for one call, so concurrent solves on one handle
+// do not share them; without scratch the sweep runs as one part.
 #pragma once
 
 #include "runtime/loop.hpp"
@@ -43,40 +42,34 @@ inline void wait_for_zero(const int32_t *counter) {
   }
 }
 
-//! One sweep: forward (lower split, forward order) or backward (upper
-//! split, backward order); row i: y_i := (alpha x_i - split row i . y) / d_i.
+//! One sweep: forward (lower split) or backward (upper split); row i:
+//! y_i := (alpha x_i - split row i . y) / d_i.
 template <class T, class I>
 void sweep(const sparse::SymgsData<T, I> &g, bool forward, T alpha, const T *x, T *y, const T *diag) {
   using K = sparse::SparseKernels<T, I>;
-  const int32_t blocks = g.blocks, W = g.width;
-  const int32_t *order = forward ? g.order : g.back_order;
-  const int32_t *pred = forward ? g.lower_pred : g.upper_pred;
-  const int32_t *succ_start = forward ? g.lower_succ_start : g.upper_succ_start;
-  const int32_t *succ = forward ? g.lower_succ : g.upper_succ;
-  const sparse::SplitMatrix<T, I> *split = forward ? &g.lower : &g.upper;
+  const sparse::SweepPlan<T, I> &plan = forward ? g.forward : g.backward;
   const auto kernel = forward ? K::sv_fwd : K::sv_bwd;
-  const auto run_block = [&](int32_t b) {
-    const I first = g.block_row[b], n = g.block_row[b + 1] - first;
-    const I s = n / W + (n % W > 0 ? 1 : 0);
-    kernel(W, s, n % W, first, split, alpha, x, y, diag);
+  const int32_t W = g.width;
+  const auto run = [&](I first, I n) {
+    if (n > 0) kernel(W, n / W + (n % W > 0 ? 1 : 0), n % W, first, &plan, alpha, x, y, diag);
   };
+  const int32_t blocks = plan.blocks;
   Scratch<int32_t> counters(g.parts > 1 ? blocks : 0, 64, Allocator::plain);
   if (!counters) {
-    for (int32_t pos = 0; pos < blocks; ++pos) run_block(order[pos]);
+    run(0, g.rows);
     return;
   }
   int32_t *count = counters.get();
-  for (int32_t b = 0; b < blocks; ++b) count[b] = pred[b];
+  for (int32_t b = 0; b < blocks; ++b) count[b] = plan.pred[b];
   std::atomic<int32_t> next{0};
   rt::run_loop(g.parts, {1, rt::Split::simple, rt::Binding::own, nullptr}, [&](int64_t, int64_t) {
     for (;;) {
-      const int32_t pos = next.fetch_add(1, std::memory_order_relaxed);
-      if (pos >= blocks) return;
-      const int32_t b = order[pos];
+      const int32_t b = next.fetch_add(1, std::memory_order_relaxed);
+      if (b >= blocks) return;
       wait_for_zero(count + b);
-      run_block(b);
-      for (int32_t k = succ_start[b]; k < succ_start[b + 1]; ++k)
-        __atomic_fetch_sub(count + succ[k], 1, __ATOMIC_RELEASE);
+      run(plan.block_start[b], plan.block_start[b + 1] - plan.block_start[b]);
+      for (int32_t k = plan.succ_start[b]; k < plan.succ_start[b + 1]; ++k)
+        __atomic_fetch_sub(count + plan.succ[k], 1, __ATOMIC_RELEASE);
     }
   });
 }

@@ -67,16 +67,18 @@ ORB_BEGIN_DECLS
   void *orb_sparse_##p##_create_symgs_optimal_data_##w(int32_t width, int32_t parts);                          \
   int32_t orb_sparse_##p##_prepare_symgs_optimal_data_##w(const T *diag, const void *record, void *data);      \
   void orb_sparse_##p##_destroy_symgs_optimal_data_##w(void *data);                                            \
-  /* One block of the forward (lower split) or backward (upper split) sweep: its */                           \
-  /* rows start at first, s slices of W rows, the last one of rem rows when rem */                            \
-  /* is positive; row i: y_i := (alpha x_i - sum of split entries times y) / d_i. */                          \
-  void orb_sparse_##p##_sv_fwd_ker_n_##w(int32_t width, I slices, I rem, I first, const void *split, T alpha,  \
-                                         const T *x, T *y, const T *diag);                                     \
-  void orb_sparse_##p##_sv_bwd_ker0_##w(int32_t width, I slices, I rem, I first, const void *split, T alpha,   \
-                                        const T *x, T *y, const T *diag);                                      \
-  /* Rows [first, last) of products on the split data: t := b - S x with S the   */                           \
-  /* upper (upper != 0) or lower split, and y := (y) + sum of the parts named by */                           \
-  /* which (1 lower, 2 diagonal, 4 upper), accumulating into y when asked.       */                           \
+  /* One block of the forward or backward sweep over its plan (SweepPlan):   */                               \
+  /* the positions from first on, s slices of W rows, the last one of rem     */                               \
+  /* rows when rem is positive; the row i at each position:                   */                               \
+  /* y_i := (alpha x_i - its entries . y) / d_i.                              */                               \
+  void orb_sparse_##p##_sv_fwd_ker_n_##w(int32_t width, I slices, I rem, I first, const void *plan,           \
+                                          T alpha, const T *x, T *y, const T *diag);         \
+  void orb_sparse_##p##_sv_bwd_ker0_##w(int32_t width, I slices, I rem, I first, const void *plan,            \
+                                         T alpha, const T *x, T *y, const T *diag);          \
+  /* Rows [first, last): t_i := b_i - row i's entries in a plan (the backward  */                           \
+  /* one when upper is nonzero, else the forward one) . x; and y := (y) + the  */                           \
+  /* parts which names (1 lower, 2 diagonal, 4 upper) times x, accumulating   */                           \
+  /* into y when asked.                                                       */                           \
   void orb_sparse_##p##_symgs_residual_ker_##w(const void *data, I first, I last, int32_t upper, const T *b,   \
                                                const T *x, T *t);                                              \
   void orb_sparse_##p##_split_mv_ker_##w(const void *data, const T *diag, I first, I last, int32_t which,      \

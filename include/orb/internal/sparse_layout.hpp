@@ -121,44 +121,42 @@ struct DiagonalData {
   I rows;
 };
 
-//! The strictly lower or strictly upper part of a square record, CSR from 0:
-//! each row keeps its entries in their stored order.
+//! One direction's schedule and data.  The level of a row is one more than
+//! the highest level among the rows it reads (forward: its strictly lower
+//! entries; backward: its strictly upper ones).  Rows are laid out level by
+//! level, each level cut into blocks of at most B rows, blocks numbered level
+//! by level (so block order is a topological order); the row's entries are
+//! stored at its position, in their stored order, so a sweep streams them.
 template <class T, class I>
-struct SplitMatrix {
-  I *ptr;  //!< rows + 1
-  I *col;
+struct SweepPlan {
+  int32_t blocks;
+  int32_t levels;
+  I *block_start;        //!< blocks + 1 positions
+  I *rows;               //!< the row at each position
+  I *position;           //!< the position of each row
+  I *ptr;                //!< positions + 1: entries of the row at each position
+  I *col;                //!< column of each entry, from 0
   T *val;
+  int32_t *pred;         //!< per block: blocks it waits for
+  int32_t *succ_start;   //!< blocks + 1
+  int32_t *succ;         //!< the blocks waiting for each block
 };
 
 //! What the symmetric Gauss-Seidel analysis keeps (symgs_optimal_data): the
-//! rows cut into blocks of whole slices, the dependencies between blocks in
-//! each direction, a topological order of the blocks for each direction, the
-//! part count the sweeps run on, and the two split matrices.  Block b holds
-//! rows [block_row[b], block_row[b + 1]); its first slice is block_row[b] / W.
+//! strictly lower part of the matrix in the forward sweep's plan, the
+//! strictly upper part in the backward sweep's, and the part count the
+//! sweeps run on.
 template <class T, class I>
 struct SymgsData {
   int32_t width;              //!< W: rows per slice (4, or 8 for the AVX-512 layout)
-  int32_t blocks;             //!< row blocks (tasks)
-  I *block_row;               //!< blocks + 1
-  int32_t *lower_pred;        //!< per block: blocks it waits for in the forward sweep
-  int32_t *lower_succ_start;  //!< blocks + 1; forward successors of each block
-  int32_t *lower_succ;
-  int32_t *upper_pred;        //!< per block: blocks it waits for in the backward sweep
-  int32_t *upper_succ_start;  //!< blocks + 1; backward successors
-  int32_t *upper_succ;
   int32_t parts;              //!< tasks of a sweep (asked for before the analysis, settled by it)
-  int32_t *part_bound;        //!< parts + 1 positions of the forward order
-  int32_t *order;             //!< forward order: by level, then block
-  int32_t *back_order;        //!< backward order: by level, then block from the last
-  int32_t *slice_start;       //!< parts: first slice of each part's first block
-  int32_t levels;             //!< levels of the forward dependency graph
-  int32_t back_levels;        //!< levels of the backward one
   I rows;
-  SplitMatrix<T, I> lower;
-  SplitMatrix<T, I> upper;
+  I block_rows;               //!< B: the most rows of a block, a multiple of W
+  SweepPlan<T, I> forward;    //!< the lower split
+  SweepPlan<T, I> backward;   //!< the upper split
   int32_t avx512;             //!< laid out for the AVX-512 kernels
   int32_t high_opt;           //!< the second AVX-512 variant
-  int32_t from_copy;          //!< built from a general copy, not the primary record as stored
+  int32_t from_copy;          //!< built from a general copy (its fill), 0 from the primary record as stored
   int32_t reserved;
 };
 
