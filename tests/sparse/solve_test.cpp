@@ -402,6 +402,41 @@ TYPED_TEST(SparseSolves, AnalysedSolvesMatchTheDefaultSolve) {
   }
 }
 
+// The blocking rule's worked example: the 16 x 16 grid's 5-point Laplacian
+// with slices of 4 rows puts row (r, c) on level r + c, 31 levels cut into
+// 76 blocks of up to 4 rows; block 4 holds rows 4 19 34 49 and waits for
+// block 3 alone, block 5 holds row 64 and waits for block 3 too; 76 / 31
+// allows 2 parts.  (Double values: W is 4 on any processor.)
+TEST(SparseGaussSeidel, BlockingRuleWorkedExample) {
+  const int64_t n = 256;
+  SparseArrays<double, int32_t> a;
+  orb_sparse_matrix A = nullptr;
+  ASSERT_EQ((make<double, int32_t>(kCsr3, a, laplacian_2d<double>(16), n, n, 1, 0, &A)), ORB_SPARSE_OK);
+  const orb_sparse_descr d{ORB_SPARSE_SYMMETRIC, ORB_SPARSE_FULL, ORB_SPARSE_NON_UNIT};
+  ASSERT_EQ(orb_sparse_set_symgs_hint(A, ORB_SPARSE_OP_N, d, 10), ORB_SPARSE_OK);
+  ASSERT_EQ(orb_sparse_optimize(A), ORB_SPARSE_OK);
+  const auto *h = sparse::handle_cast<double, int32_t>(A);
+  const auto *g = static_cast<const sparse::SymgsData<double, int32_t> *>(h->primary->opt->symgs_data);
+  ASSERT_NE(g, nullptr);
+  ASSERT_EQ(g->width, 4);
+  EXPECT_EQ(g->block_rows, 4);
+  for (const sparse::SweepPlan<double, int32_t> *p : {&g->forward, &g->backward}) {
+    EXPECT_EQ(p->levels, 31);
+    EXPECT_EQ(p->blocks, 76);
+  }
+  const sparse::SweepPlan<double, int32_t> &f = g->forward;
+  EXPECT_EQ(std::vector<int32_t>(f.rows + f.block_start[4], f.rows + f.block_start[5]),
+            (std::vector<int32_t>{4, 19, 34, 49}));
+  EXPECT_EQ(std::vector<int32_t>(f.rows + f.block_start[5], f.rows + f.block_start[6]), std::vector<int32_t>{64});
+  EXPECT_EQ(f.pred[4], 1);
+  EXPECT_EQ(f.pred[5], 1);
+  EXPECT_EQ(std::vector<int32_t>(f.succ + f.succ_start[3], f.succ + f.succ_start[4]), (std::vector<int32_t>{4, 5}));
+  EXPECT_EQ(g->backward.rows[0], 255);
+  EXPECT_GE(g->parts, 1);
+  EXPECT_LE(g->parts, 2);
+  orb_sparse_destroy(A);
+}
+
 // Gauss-Seidel on the 2-D Poisson problem converges at the textbook rate: a
 // sweep pair shrinks the error by about cos^2(pi h), the factor of one plain
 // sweep, and never by more than two plain sweeps would.
