@@ -10,6 +10,7 @@
 //   orb-bench batch [options]   a batch of small products against a loop of gemm calls
 //   orb-bench getrf [options]   LU factorization at orders 1000 to 8000
 //   orb-bench spmv [options]    sparse y := A x against the sequential kernel, librsb and Eigen
+//   orb-bench trsv [options]    sparse triangular solve and Gauss-Seidel, parallel against one part
 #include "batch_bench.hpp"
 #include "gemm_bench.hpp"
 #include "getrf_bench.hpp"
@@ -17,6 +18,7 @@
 #include "level1_bench.hpp"
 #include "level3_bench.hpp"
 #include "spmv_bench.hpp"
+#include "trsv_bench.hpp"
 
 #include <cstdio>
 #include <cstring>
@@ -42,6 +44,7 @@ const Subcommand kSubcommands[] = {
     {"batch", orb::bench::batch_main, orb::bench::batch_usage, "dgemm_batch against a loop of each library's gemm"},
     {"getrf", orb::bench::getrf_main, orb::bench::getrf_usage, "s/d/z getrf against the serial provider and peers"},
     {"spmv", orb::bench::spmv_main, orb::bench::spmv_usage, "sparse y := A x against the sequential kernel and peers"},
+    {"trsv", orb::bench::trsv_main, orb::bench::trsv_usage, "sparse triangular solve and Gauss-Seidel, parallel against one part"},
 };
 
 void print_usage(std::FILE *out) {

@@ -51,6 +51,26 @@ struct SparseKernels;
     static constexpr auto syrkd_f = &orb_sparse_##p##_csr__g_t_syrkd_f_ker_##w;               \
     static constexpr auto syrkd_alf_c = &orb_sparse_##p##_csr__g_t_syrkd_alf_c_ker_##w;       \
     static constexpr auto syrkd_alf_f = &orb_sparse_##p##_csr__g_t_syrkd_alf_f_ker_##w;       \
+    static constexpr auto create_diagonal = &orb_sparse_##p##_create_diagonal_data_##w;         \
+    static constexpr auto prepare_diagonal = &orb_sparse_##p##_prepare_diagonal_data_##w;       \
+    static constexpr auto destroy_diagonal = &orb_sparse_##p##_destroy_diagonal_data_##w;       \
+    static constexpr auto trsv_def = &orb_sparse_##p##_trsv_def_##w;                            \
+    static constexpr auto create_symgs = &orb_sparse_##p##_create_symgs_optimal_data_##w;       \
+    static constexpr auto prepare_symgs = &orb_sparse_##p##_prepare_symgs_optimal_data_##w;     \
+    static constexpr auto destroy_symgs = &orb_sparse_##p##_destroy_symgs_optimal_data_##w;     \
+    static constexpr auto sv_fwd = &orb_sparse_##p##_sv_fwd_ker_n_##w;                          \
+    static constexpr auto sv_bwd = &orb_sparse_##p##_sv_bwd_ker0_##w;                           \
+    static constexpr auto symgs_residual = &orb_sparse_##p##_symgs_residual_ker_##w;            \
+    static constexpr auto split_mv = &orb_sparse_##p##_split_mv_ker_##w;                        \
+    static constexpr auto trsv = &orb_sparse_##p##_trsv_##w;                                    \
+    static constexpr auto default_trsv = &orb_sparse_##p##_default_trsv_procedure_##w;          \
+    static constexpr auto optimize_trsv = &orb_sparse_##p##_optimize_csr_trsv_##w;              \
+    static constexpr auto optimize_symgs = &orb_sparse_##p##_optimize_csr_symgs_##w;            \
+    static constexpr auto sv_with_symgs = &orb_sparse_##p##_sv_with_symgs_data_##w;             \
+    static constexpr auto sv_with_symgs_avx512 = &orb_sparse_##p##_sv_with_symgs_data_avx512_##w; \
+    static constexpr auto sv_with_symgs_high_opt = &orb_sparse_##p##_sv_with_symgs_data_avx512_high_opt_##w; \
+    static constexpr auto mv_with_symgs = &orb_sparse_##p##_mv_with_symgs_data_##w;             \
+    static constexpr auto symgs = &orb_sparse_##p##_symgs_##w;                                  \
     static constexpr char letter = #p[0];                                                     \
   };
 ORB_SPARSE_EACH(ORB_SPARSE_KERNEL_TABLE)

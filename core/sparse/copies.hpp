@@ -1,6 +1,7 @@
-// Clean-up of what the analysis hangs on an optimization record, for the
-// handle's destruction: the sliced layouts (convert.cpp) and the strict upper
-// triangle of a full symmetric matrix (up_tri.cpp).
+// Clean-up of what the analysis hangs on a record, for the handle's
+// destruction: the sliced layouts (convert.cpp), the strict upper triangle of
+// a full symmetric matrix (up_tri.cpp), the diagonal and the Gauss-Seidel
+// data of the solves (trsv.cpp, symgs.cpp).
 #pragma once
 
 #include <orb/internal/sparse_layout.hpp>
@@ -15,5 +16,12 @@ void free_sliced_copies(OptimizationRecord *o);
 //! Frees the strict upper triangle, likewise instantiated.
 template <class T, class I>
 void destroy_up_tri_from_full_sym_data(OptimizationRecord *o);
+
+//! Frees a record's diagonal data (trsv.cpp) and Gauss-Seidel data
+//! (symgs.cpp), likewise instantiated; null does nothing.
+template <class T, class I>
+void destroy_diagonal_data(void *data);
+template <class T, class I>
+void destroy_symgs_optimal_data(void *data);
 
 }  // namespace orb::sparse

@@ -158,8 +158,10 @@ void free_record(SparseRecord<T, I> *r) {
     orb_serv_free(o->partition);
     destroy_up_tri_from_full_sym_data<double, I>(o);
     free_sliced_copies<double, I>(o);
+    destroy_symgs_optimal_data<double, I>(o->symgs_data);
     orb_serv_free(o);
   }
+  destroy_diagonal_data<double, I>(r->diagonal);
   if (r->owns) {
     orb_serv_free(r->row_start);
     orb_serv_free(r->col_index);

@@ -6,8 +6,8 @@
 // only the caller's choice of name tells: that a handle passed to a typed
 // routine was made with that value type and index width (3 otherwise).
 // Hints wait on the handle until orb_sparse_optimize analyses them; an
-// announced product the analysis cannot speed up is dropped, and the default
-// product serves it.  With verbose mode on, each product prints one line:
+// announced product, solve or Gauss-Seidel sweep the analysis cannot speed up
+// is dropped, and the default path serves it.  With verbose mode on, each product prints one line:
 // routine, operation, sizes, stored entries and time.
 #include <orb/internal/orb_sparse_kernels.h>
 #include <orb/internal/sparse_layout.hpp>
@@ -15,6 +15,7 @@
 #include <orb/orb_sparse.h>
 
 #include "report.hpp"
+#include "sparse/made_as.hpp"
 #include "scratch.hpp"
 #include "sparse_kernels.hpp"
 #include "sparse_rules.hpp"
@@ -30,13 +31,6 @@ using sparse::SparseHint;
 template <class T, class I>
 using SparseEntries = sparse::SparseKernels<T, I>;
 
-//! What every handle starts with, whatever its type and width.
-const SparseHandle<double, int32_t> *header(orb_sparse_matrix A) { return sparse::handle_cast<double, int32_t>(A); }
-
-template <class T, class I>
-bool made_as(orb_sparse_matrix A) {
-  return header(A)->value_kind == sparse::value_kind_of<T>() && header(A)->index_bytes == sizeof(I);
-}
 
 template <class T, class I>
 orb_sparse_status exported(orb_sparse_matrix A, int *format, int *base, I *rows, I *cols, I *block, I **row_start,
@@ -95,6 +89,10 @@ template <class T, class I>
 int32_t analyse(SparseHandle<T, I> *h, SparseHint<T, I> *node) {
   using E = SparseEntries<T, I>;
   const auto A = reinterpret_cast<orb_sparse_matrix>(h);
+  if (node->kind != sparse::kHintProduct)
+    return h->format != sparse::kFormatCsr         ? ORB_SPARSE_UNSUPPORTED
+           : node->kind == sparse::kHintSolve ? E::optimize_trsv(A, node)
+                                              : E::optimize_symgs(A, node);
   if (h->format != sparse::kFormatCsr && h->format != sparse::kFormatBsr) return ORB_SPARSE_UNSUPPORTED;
   // Only general matrices (and symmetric CSR ones, through their general
   // copy) have an analysed product; the transpose is built for the first.
@@ -118,8 +116,11 @@ orb_sparse_status optimize(orb_sparse_matrix A) {
     if (s == ORB_SPARSE_NO_MEMORY || s == ORB_SPARSE_INTERNAL || s == ORB_SPARSE_NULL_POINTER)
       return static_cast<orb_sparse_status>(s);
     *link = node->next;
-    if (s == ORB_SPARSE_OK && node->procedure) {
-      SparseHint<T, I> **tail = &h->mv_hints;
+    const bool ready = node->kind == sparse::kHintSymgs ? node->symgs != nullptr : node->procedure != nullptr;
+    if (s == ORB_SPARSE_OK && ready) {
+      SparseHint<T, I> **tail = node->kind == sparse::kHintProduct ? &h->mv_hints
+                                : node->kind == sparse::kHintSolve ? &h->solve_hints
+                                                                   : &h->symgs_hints;
       while (*tail) tail = &(*tail)->next;
       node->next = nullptr;
       *tail = node;
@@ -131,13 +132,14 @@ orb_sparse_status optimize(orb_sparse_matrix A) {
 }
 
 template <class T, class I>
-orb_sparse_status announce(SparseHandle<T, I> *h, int op, orb_sparse_descr d, int calls) {
-  for (SparseHint<T, I> *list : {h->pending_hints, h->mv_hints})
+orb_sparse_status announce(SparseHandle<T, I> *h, int op, orb_sparse_descr d, int calls, int32_t kind) {
+  for (SparseHint<T, I> *list : {h->pending_hints, h->mv_hints, h->solve_hints, h->symgs_hints})
     for (SparseHint<T, I> *n = list; n; n = n->next)
-      if (n->operation == op && n->type == d.type && n->fill == d.fill && n->diag == d.diag) return ORB_SPARSE_OK;
+      if (n->kind == kind && n->operation == op && n->type == d.type && n->fill == d.fill && n->diag == d.diag)
+        return ORB_SPARSE_OK;
   auto *node = zeroed<SparseHint<T, I>>();
   if (!node) return ORB_SPARSE_NO_MEMORY;
-  *node = {op, d.type, d.fill, d.diag, 0, nullptr, nullptr, calls};
+  *node = {op, d.type, d.fill, d.diag, 0, nullptr, nullptr, calls, kind, nullptr, nullptr};
   SparseHint<T, I> **tail = &h->pending_hints;
   while (*tail) tail = &(*tail)->next;
   *tail = node;
@@ -167,8 +169,8 @@ struct Order {
 };
 template <class T, class I>
 struct Announce {
-  static orb_sparse_status run(orb_sparse_matrix A, int op, orb_sparse_descr d, int calls) {
-    return announce(sparse::handle_cast<T, I>(A), op, d, calls);
+  static orb_sparse_status run(orb_sparse_matrix A, int op, orb_sparse_descr d, int calls, int32_t kind) {
+    return announce(sparse::handle_cast<T, I>(A), op, d, calls, kind);
   }
 };
 
@@ -185,7 +187,19 @@ extern "C" orb_sparse_status orb_sparse_destroy(orb_sparse_matrix A) {
 extern "C" orb_sparse_status orb_sparse_set_mv_hint(orb_sparse_matrix A, int op, orb_sparse_descr d, int calls) {
   if (!A) return ORB_SPARSE_NULL_POINTER;
   if (orb::sparse::descriptor_status(op, d) != 0 || calls < 1) return ORB_SPARSE_BAD_VALUE;
-  return for_handle<Announce>(A, op, d, calls);
+  return for_handle<Announce>(A, op, d, calls, orb::sparse::kHintProduct);
+}
+
+extern "C" orb_sparse_status orb_sparse_set_sv_hint(orb_sparse_matrix A, int op, orb_sparse_descr d, int calls) {
+  if (!A) return ORB_SPARSE_NULL_POINTER;
+  if (orb::sparse::descriptor_status(op, d) != 0 || calls < 1) return ORB_SPARSE_BAD_VALUE;
+  return for_handle<Announce>(A, op, d, calls, orb::sparse::kHintSolve);
+}
+
+extern "C" orb_sparse_status orb_sparse_set_symgs_hint(orb_sparse_matrix A, int op, orb_sparse_descr d, int calls) {
+  if (!A) return ORB_SPARSE_NULL_POINTER;
+  if (orb::sparse::descriptor_status(op, d) != 0 || calls < 1) return ORB_SPARSE_BAD_VALUE;
+  return for_handle<Announce>(A, op, d, calls, orb::sparse::kHintSymgs);
 }
 
 extern "C" orb_sparse_status orb_sparse_set_memory_hint(orb_sparse_matrix A, int policy) {

@@ -131,6 +131,42 @@ ORB_SPARSE_USER_SYRKD(d, double)
 ORB_SPARSE_USER_SYRKD(c, ORB_Complex8)
 ORB_SPARSE_USER_SYRKD(z, ORB_Complex16)
 
+/* Triangular solves and symmetric Gauss-Seidel on square matrices.
+ *
+ *   y := alpha * inv(op(A)) * x                 orb_sparse_?_trsv
+ *   Y := alpha * inv(op(A)) * X                 orb_sparse_?_trsm (columns
+ *        right-hand sides, column-major or row-major by `layout`, leading
+ *        dimensions ldx and ldy)
+ *   x := one symmetric Gauss-Seidel sweep pair  orb_sparse_?_symgs
+ *        for A x = b (forward, then backward; x updated in place), and
+ *        also y := A x of the new x                orb_sparse_?_symgs_mv
+ *
+ * A solve reads the triangle the descriptor's fill mode names (lower or
+ * upper; full is refused) of a triangular, symmetric, Hermitian or block
+ * triangular descriptor, or the diagonal of a diagonal one; a general
+ * descriptor answers ORB_SPARSE_UNSUPPORTED.  With a non-unit diagonal, a row
+ * that stores no diagonal entry or a zero one answers ORB_SPARSE_BAD_VALUE
+ * and y keeps its values.  Gauss-Seidel takes a symmetric descriptor (a
+ * Hermitian one for real matrices) and the triangle it names, or the full
+ * matrix.  Solves and sweeps announced by orb_sparse_set_sv_hint and
+ * orb_sparse_set_symgs_hint are analysed by orb_sparse_optimize: the rows
+ * are cut into blocks run in parallel in the order their dependencies allow,
+ * with exactly the result of the sequential sweep. */
+#define ORB_SPARSE_SOLVE_DECLS(p, T)                                                                             \
+  orb_sparse_status orb_sparse_##p##_trsv(int op, T alpha, orb_sparse_matrix A, orb_sparse_descr descr,        \
+                                          const T *x, T *y);                                                   \
+  orb_sparse_status orb_sparse_##p##_trsm(int op, T alpha, orb_sparse_matrix A, orb_sparse_descr descr,        \
+                                          int layout, const T *x, int64_t columns, int64_t ldx, T *y,          \
+                                          int64_t ldy);                                                        \
+  orb_sparse_status orb_sparse_##p##_symgs(int op, orb_sparse_matrix A, orb_sparse_descr descr, const T *b,    \
+                                           T *x);                                                              \
+  orb_sparse_status orb_sparse_##p##_symgs_mv(int op, orb_sparse_matrix A, orb_sparse_descr descr,             \
+                                              const T *b, T *x, T *y);
+ORB_SPARSE_SOLVE_DECLS(s, float)
+ORB_SPARSE_SOLVE_DECLS(d, double)
+ORB_SPARSE_SOLVE_DECLS(c, ORB_Complex8)
+ORB_SPARSE_SOLVE_DECLS(z, ORB_Complex16)
+
 /* Releases the handle and everything its analysis built (A may be NULL). */
 orb_sparse_status orb_sparse_destroy(orb_sparse_matrix A);
 
@@ -139,6 +175,10 @@ orb_sparse_status orb_sparse_destroy(orb_sparse_matrix A);
  * descriptor replaces nothing and is accepted.  expected_calls must be
  * positive. */
 orb_sparse_status orb_sparse_set_mv_hint(orb_sparse_matrix A, int op, orb_sparse_descr descr, int expected_calls);
+/* The same for triangular solves and for Gauss-Seidel sweeps. */
+orb_sparse_status orb_sparse_set_sv_hint(orb_sparse_matrix A, int op, orb_sparse_descr descr, int expected_calls);
+orb_sparse_status orb_sparse_set_symgs_hint(orb_sparse_matrix A, int op, orb_sparse_descr descr,
+                                            int expected_calls);
 orb_sparse_status orb_sparse_set_memory_hint(orb_sparse_matrix A, int policy);
 /* Analyses every announced product: the balanced row partition of a general
  * matrix, the general copy of a symmetric one, the stored transpose of a

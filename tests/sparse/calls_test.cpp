@@ -38,6 +38,7 @@ struct Seen {
   std::atomic<long> live{0};
   std::atomic<int> fail_at{-1};  // the number of the allocation to fail, -1 for none
   std::atomic<int> count{0};
+  std::atomic<int> sweep_blocks{0}, default_solves{0};
 };
 Seen seen;
 
@@ -50,6 +51,7 @@ void observe(const int32_t *row_start = nullptr, int fail_at = -1) {
   seen.transposed = seen.merges = 0;
   seen.merge_parts = -1;
   seen.count = 0;
+  seen.sweep_blocks = seen.default_solves = 0;
   seen.fail_at = fail_at;
 }
 
@@ -97,6 +99,19 @@ extern "C" int32_t orb_sparse_d_xcsr_mv_t_def_i4(int32_t op, orb_sparse_descr d,
   }
   static const auto real = ORB_TEST_NEXT(orb_sparse_d_xcsr_mv_t_def_i4);
   return real(op, d, A, x, y, alpha, beta);
+}
+extern "C" void orb_sparse_d_sv_fwd_ker_n_i4(int32_t width, int32_t slices, int32_t rem, int32_t first,
+                                             const void *plan, double alpha, const double *x, double *y,
+                                             const double *diag) {
+  ++seen.sweep_blocks;
+  static const auto real = ORB_TEST_NEXT(orb_sparse_d_sv_fwd_ker_n_i4);
+  real(width, slices, rem, first, plan, alpha, x, y, diag);
+}
+extern "C" int32_t orb_sparse_d_trsv_def_i4(int32_t op, orb_sparse_descr d, orb_sparse_matrix A, const double *diag,
+                                            double alpha, const double *x, double *y) {
+  ++seen.default_solves;
+  static const auto real = ORB_TEST_NEXT(orb_sparse_d_trsv_def_i4);
+  return real(op, d, A, diag, alpha, x, y);
 }
 extern "C" void *orb_serv_malloc(int64_t bytes, int alignment) {
   static const auto real = ORB_TEST_NEXT(orb_serv_malloc);
@@ -324,7 +339,7 @@ TEST(SparseStatus, GaussSeidelVariantsServeTheirHalfSweeps) {
   orb_sparse_matrix A = lap.handle();
   auto *h = sparse::handle_cast<double, int32_t>(A);
   sparse::SparseHint<double, int32_t> node{ORB_SPARSE_OP_N, ORB_SPARSE_SYMMETRIC, ORB_SPARSE_LOWER,
-                                           ORB_SPARSE_NON_UNIT, 0, nullptr, nullptr, 1};
+                                           ORB_SPARSE_NON_UNIT, 0, nullptr, nullptr, 1, sparse::kHintSymgs, nullptr, nullptr};
   h->symgs_hints = &node;
   const std::vector<double> x(lap.rows, 1.0);
   struct Row {
@@ -489,6 +504,107 @@ TEST(SparseStatus, HintMatching) {
     EXPECT_EQ(sparse::hint_matches(10, r.hint, 10, r.call), r.match) << r.hint.type << " " << r.call.fill;
     EXPECT_FALSE(sparse::hint_matches(10, r.hint, 11, r.call));
   }
+}
+
+// With Gauss-Seidel data prepared and no solve hint, a lower solve with
+// alpha exactly 1 runs on the prepared blocks, alpha 2 on the default solve;
+// both solve the system.  The lower product with beta 1 and the upper one
+// with beta 0 are the two half-sweeps the split data serves.
+TEST(SparseSolveCalls, PreparedDataServesAlphaOneOnly) {
+  Laplacian lap(12);
+  orb_sparse_matrix A = lap.handle();
+  const orb_sparse_descr sym{ORB_SPARSE_SYMMETRIC, ORB_SPARSE_LOWER, ORB_SPARSE_NON_UNIT};
+  ASSERT_EQ(orb_sparse_set_symgs_hint(A, ORB_SPARSE_OP_N, sym, 10), ORB_SPARSE_OK);
+  ASSERT_EQ(orb_sparse_optimize(A), ORB_SPARSE_OK);
+  const std::vector<double> x(lap.rows, 1.0);
+  std::vector<double> y1(lap.rows), y2(lap.rows);
+  observe();
+  ASSERT_EQ(orb_sparse_d_trsv(ORB_SPARSE_OP_N, 1.0, A, sym, x.data(), y1.data()), ORB_SPARSE_OK);
+  EXPECT_GT(seen.sweep_blocks, 0);
+  EXPECT_EQ(seen.default_solves, 0);
+  observe();
+  ASSERT_EQ(orb_sparse_d_trsv(ORB_SPARSE_OP_N, 2.0, A, sym, x.data(), y2.data()), ORB_SPARSE_OK);
+  EXPECT_EQ(seen.sweep_blocks, 0);
+  EXPECT_EQ(seen.default_solves, 1);
+  for (int32_t i = 0; i < lap.rows; ++i) EXPECT_DOUBLE_EQ(y2[i], 2 * y1[i]) << i;
+  // (D + L) 1 added to y, and (D + U) 1 over y: an interior row gives 4 - 2.
+  const orb_sparse_descr tl{ORB_SPARSE_TRIANGULAR, ORB_SPARSE_LOWER, ORB_SPARSE_NON_UNIT};
+  const orb_sparse_descr tu{ORB_SPARSE_TRIANGULAR, ORB_SPARSE_UPPER, ORB_SPARSE_NON_UNIT};
+  std::vector<double> y(lap.rows, 1.0);
+  ASSERT_EQ(orb_sparse_d_mv(ORB_SPARSE_OP_N, 1.0, A, tl, x.data(), 1.0, y.data()), ORB_SPARSE_OK);
+  EXPECT_EQ(y[lap.middle], 3.0);
+  ASSERT_EQ(orb_sparse_d_mv(ORB_SPARSE_OP_N, 1.0, A, tu, x.data(), 0.0, y.data()), ORB_SPARSE_OK);
+  EXPECT_EQ(y[lap.middle], 2.0);
+  orb_sparse_destroy(A);
+}
+
+// The Gauss-Seidel analysis takes a symmetric matrix, untransposed, with a
+// stored diagonal: operation 11, a general or a unit descriptor are dropped
+// (nothing analysed), and a row without its diagonal leaves nothing behind.
+TEST(SparseSolveCalls, GaussSeidelAnalysisRefusals) {
+  Laplacian lap(5);
+  for (const auto &[op, d] : {std::pair<int, orb_sparse_descr>{ORB_SPARSE_OP_T, {ORB_SPARSE_SYMMETRIC, ORB_SPARSE_UPPER, ORB_SPARSE_NON_UNIT}},
+                              {ORB_SPARSE_OP_N, {ORB_SPARSE_GENERAL, 0, 0}},
+                              {ORB_SPARSE_OP_N, {ORB_SPARSE_SYMMETRIC, ORB_SPARSE_UPPER, ORB_SPARSE_UNIT}}}) {
+    orb_sparse_matrix A = lap.handle();
+    ASSERT_EQ(orb_sparse_set_symgs_hint(A, op, d, 10), ORB_SPARSE_OK);
+    ASSERT_EQ(orb_sparse_optimize(A), ORB_SPARSE_OK);
+    const auto *h = sparse::handle_cast<double, int32_t>(A);
+    EXPECT_EQ(h->symgs_hints, nullptr) << "op " << op << " type " << d.type;
+    EXPECT_TRUE(!h->primary->opt || !h->primary->opt->symgs_data);
+    orb_sparse_destroy(A);
+  }
+  std::vector<double> val = lap.val;
+  val[lap.ptr[lap.middle] + 2] = 0.0;  // the middle row's diagonal
+  orb_sparse_matrix A = nullptr;
+  ASSERT_EQ(orb_sparse_d_create_csr3(&A, 0, lap.rows, lap.rows, lap.ptr.data(), lap.col.data(), val.data()),
+            ORB_SPARSE_OK);
+  ASSERT_EQ(orb_sparse_set_symgs_hint(A, ORB_SPARSE_OP_N, {ORB_SPARSE_SYMMETRIC, ORB_SPARSE_FULL, ORB_SPARSE_NON_UNIT}, 10),
+            ORB_SPARSE_OK);
+  ASSERT_EQ(orb_sparse_optimize(A), ORB_SPARSE_OK);
+  const auto *h = sparse::handle_cast<double, int32_t>(A);
+  EXPECT_EQ(h->symgs_hints, nullptr);
+  EXPECT_EQ(h->primary->diagonal, nullptr);
+  orb_sparse_destroy(A);
+}
+
+// Each allocation of the Gauss-Seidel analysis and of the sweeps fails in
+// turn: the analysis answers 2 or 5 and frees what it built, a sweep answers
+// 2 with x untouched, the handle keeps working, and nothing leaks.
+TEST(SparseSolveCalls, AllocationFailuresInTheGaussSeidelPath) {
+  Laplacian lap(8);
+  const orb_sparse_descr sym{ORB_SPARSE_SYMMETRIC, ORB_SPARSE_LOWER, ORB_SPARSE_NON_UNIT};
+  const std::vector<double> b(lap.rows, 1.0);
+  std::vector<double> want(lap.rows, 0.0);
+  {
+    orb_sparse_matrix A = lap.handle();
+    ASSERT_EQ(orb_sparse_d_symgs(ORB_SPARSE_OP_N, A, sym, b.data(), want.data()), ORB_SPARSE_OK);
+    orb_sparse_destroy(A);
+  }
+  bool failed_somewhere = true;
+  for (int k = 0; failed_somewhere && k < 200; ++k) {
+    failed_somewhere = false;
+    const long live = seen.live;
+    orb_sparse_matrix A = lap.handle();
+    ASSERT_EQ(orb_sparse_set_symgs_hint(A, ORB_SPARSE_OP_N, sym, 10), ORB_SPARSE_OK);
+    observe(nullptr, k);
+    const orb_sparse_status s = orb_sparse_optimize(A);
+    EXPECT_TRUE(s == ORB_SPARSE_OK || s == ORB_SPARSE_NO_MEMORY || s == ORB_SPARSE_INTERNAL) << s << " at " << k;
+    failed_somewhere |= s != ORB_SPARSE_OK;
+    std::vector<double> x(lap.rows, 0.0);
+    const orb_sparse_status swept = orb_sparse_d_symgs(ORB_SPARSE_OP_N, A, sym, b.data(), x.data());
+    observe();
+    EXPECT_TRUE(swept == ORB_SPARSE_OK || swept == ORB_SPARSE_NO_MEMORY) << swept << " at " << k;
+    failed_somewhere |= swept != ORB_SPARSE_OK;
+    if (swept == ORB_SPARSE_OK) {
+      for (int32_t i = 0; i < lap.rows; ++i) EXPECT_NEAR(x[i], want[i], 1e-14) << i << " at " << k;
+    } else {
+      EXPECT_EQ(x, std::vector<double>(lap.rows, 0.0));
+    }
+    orb_sparse_destroy(A);
+    EXPECT_EQ(seen.live, live) << "allocation " << k;
+  }
+  EXPECT_FALSE(failed_somewhere) << "a run with every allocation served";
 }
 
 }  // namespace

@@ -179,4 +179,51 @@ SparseArrays<T, I> blocks(const std::vector<T> &s, int64_t rows, int64_t cols, i
   return a;
 }
 
+//! The formats a test makes a handle in: CSR with one pointer array or with
+//! gaps between rows, CSC, COO, BSR with row- or column-major blocks.
+enum Format { kCsr3, kCsrGaps, kCsc, kCoo, kBsrRow, kBsrCol };
+
+//! Makes a handle of the stored matrix in one format; arrays must outlive it.
+template <class T, class I>
+inline orb_sparse_status make(Format f, SparseArrays<T, I> &a, const std::vector<T> &s, int64_t rows, int64_t cols,
+                       int64_t b, int base, orb_sparse_matrix *A) {
+  using Api = SparseApi<T, I>;
+  switch (f) {
+    case kCsr3:
+      a = compressed<T, I>(s, rows, cols, base, false, false);
+      return Api::csr3(A, base, rows, cols, a.start.data(), a.index.data(), a.values.data());
+    case kCsrGaps:
+      a = compressed<T, I>(s, rows, cols, base, false, true);
+      return Api::csr(A, base, rows, cols, a.start.data(), a.end.data(), a.index.data(), a.values.data());
+    case kCsc:
+      a = compressed<T, I>(s, rows, cols, base, true, false);
+      return Api::csc(A, base, rows, cols, a.start.data(), a.start.data() + 1, a.index.data(), a.values.data());
+    case kCoo:
+      a = coordinates<T, I>(s, rows, cols, base);
+      return Api::coo(A, base, rows, cols, static_cast<I>(a.values.size()), a.row.data(), a.index.data(),
+                      a.values.data());
+    default: {
+      const int layout = f == kBsrRow ? ORB_SPARSE_BLOCK_ROW_MAJOR : ORB_SPARSE_BLOCK_COL_MAJOR;
+      a = blocks<T, I>(s, rows, cols, b, base, layout);
+      return Api::bsr(A, base, layout, rows / b, cols / b, b, a.start.data(), a.start.data() + 1, a.index.data(),
+                      a.values.data());
+    }
+  }
+}
+
+//! The 5-point Laplacian of a g x g grid as a column-major dense matrix
+//! (4 on the diagonal, -1 for each grid neighbour).
+template <class T>
+std::vector<T> laplacian_2d(int64_t g) {
+  const int64_t n = g * g;
+  std::vector<T> m(n * n, narrow<T>(0));
+  for (int64_t i = 0; i < n; ++i) {
+    m[i + i * n] = narrow<T>(4);
+    const int64_t r = i / g, c = i % g;
+    for (const int64_t j : {c > 0 ? i - 1 : -1, c + 1 < g ? i + 1 : -1, r > 0 ? i - g : -1, r + 1 < g ? i + g : -1})
+      if (j >= 0) m[i + j * n] = narrow<T>(-1);
+  }
+  return m;
+}
+
 }  // namespace orb::test

@@ -151,7 +151,7 @@ int32_t product(int32_t op, T alpha, orb_sparse_matrix A, orb_sparse_descr d, co
         // without it cannot serve the call.
         const sparse::OptimizationRecord *o = h->primary ? h->primary->opt : nullptr;
         if (!o || !o->symgs_data) return ORB_SPARSE_INTERNAL;
-        return ORB_SPARSE_UNSUPPORTED;
+        return SparseKernels<T, I>::mv_with_symgs(op, A, d, x, y, alpha, beta);
       }
   return default_procedure(op, h, d, x, y, alpha, beta);
 }

@@ -50,6 +50,39 @@ ORB_BEGIN_DECLS
   /* product y := alpha A x + beta y on the calling thread. */                                                  \
   int32_t orb_sparse_##p##_fill_up_tri_from_full_sym_data_##w(orb_sparse_matrix A);                             \
   void orb_sparse_##p##_up_tri_sym_mv_ker_##w(const void *data, T alpha, const T *x, T beta, T *y);             \
+  /* Triangular solves.  The diagonal data of a record (DiagonalData in            */ \
+  /* sparse_layout.hpp): made empty, filled from the record for a non-unit        */ \
+  /* descriptor (0, or 5 without a record), freed.                               */ \
+  void *orb_sparse_##p##_create_diagonal_data_##w(I rows);                                                     \
+  int32_t orb_sparse_##p##_prepare_diagonal_data_##w(void *data, const void *record, int32_t format,           \
+                                                     orb_sparse_descr descr, int32_t diag, int32_t flag);      \
+  void orb_sparse_##p##_destroy_diagonal_data_##w(void *data);                                                 \
+  /* y := alpha inv(op(A)) x on the calling thread, for every format and triangular */                        \
+  /* descriptor; diag the prepared diagonal or null (then found here).  0, 2, 3    */                        \
+  /* (a missing or zero diagonal entry, y untouched) or 6.                         */                        \
+  int32_t orb_sparse_##p##_trsv_def_##w(int32_t op, orb_sparse_descr descr, orb_sparse_matrix A, const T *diag, \
+                                        T alpha, const T *x, T *y);                                            \
+  /* The Gauss-Seidel data (SymgsData): made with the slice width and the parts  */                           \
+  /* wanted, filled from a square CSR record and its diagonal (0, 2 or 5), freed. */                          \
+  void *orb_sparse_##p##_create_symgs_optimal_data_##w(int32_t width, int32_t parts);                          \
+  int32_t orb_sparse_##p##_prepare_symgs_optimal_data_##w(const T *diag, const void *record, void *data);      \
+  void orb_sparse_##p##_destroy_symgs_optimal_data_##w(void *data);                                            \
+  /* One block of the forward or backward sweep over its plan (SweepPlan):   */                               \
+  /* the positions from first on, s slices of W rows, the last one of rem     */                               \
+  /* rows when rem is positive; the row i at each position:                   */                               \
+  /* y_i := (alpha x_i - its entries . y) / d_i.                              */                               \
+  void orb_sparse_##p##_sv_fwd_ker_n_##w(int32_t width, I slices, I rem, I first, const void *plan,           \
+                                          T alpha, const T *x, T *y, const T *diag);         \
+  void orb_sparse_##p##_sv_bwd_ker0_##w(int32_t width, I slices, I rem, I first, const void *plan,            \
+                                         T alpha, const T *x, T *y, const T *diag);          \
+  /* Rows [first, last): t_i := b_i - row i's entries in a plan (the backward  */                           \
+  /* one when upper is nonzero, else the forward one) . x; and y := (y) + the  */                           \
+  /* parts which names (1 lower, 2 diagonal, 4 upper) times x, accumulating   */                           \
+  /* into y when asked.                                                       */                           \
+  void orb_sparse_##p##_symgs_residual_ker_##w(const void *data, I first, I last, int32_t upper, const T *b,   \
+                                               const T *x, T *t);                                              \
+  void orb_sparse_##p##_split_mv_ker_##w(const void *data, const T *diag, I first, I last, int32_t which,      \
+                                         int32_t accumulate, const T *x, T *y); \
   /* Row ranges of the general product: y := alpha A x (+ beta y). */                                         \
   void orb_sparse_##p##_csr_ng_n_mv_ker_##w(I rows, T alpha, const T *values, const I *col_index,              \
                                             const I *row_start, const T *x, T *y);                             \
@@ -83,6 +116,27 @@ ORB_BEGIN_DECLS
 #define ORB_SPARSE_THREAD_DECLS(p, T, I, w)                                                                    \
   int32_t orb_sparse_##p##_mv_##w(int32_t op, T alpha, orb_sparse_matrix A, orb_sparse_descr descr,            \
                                   const T *x, T beta, T *y);                                                   \
+  /* Triangular solve y := alpha inv(op(A)) x and its pieces. */                                                \
+  int32_t orb_sparse_##p##_trsv_##w(int32_t op, T alpha, orb_sparse_matrix A, orb_sparse_descr descr,          \
+                                    const T *x, T *y);                                                         \
+  int32_t orb_sparse_##p##_default_trsv_procedure_##w(int32_t op, orb_sparse_matrix A, orb_sparse_descr descr, \
+                                                      const T *x, T *y, T alpha);                              \
+  int32_t orb_sparse_##p##_optimize_csr_trsv_##w(orb_sparse_matrix A, void *hint);                              \
+  int32_t orb_sparse_##p##_optimize_csr_symgs_##w(orb_sparse_matrix A, void *hint);                             \
+  int32_t orb_sparse_##p##_sv_with_symgs_data_##w(T alpha, int32_t op, orb_sparse_matrix A,                    \
+                                                  orb_sparse_descr descr, const T *diag, const T *x, T *y);    \
+  int32_t orb_sparse_##p##_sv_with_symgs_data_avx512_##w(T alpha, int32_t op, orb_sparse_matrix A,             \
+                                                         orb_sparse_descr descr, const T *diag, const T *x,    \
+                                                         T *y);                                                \
+  int32_t orb_sparse_##p##_sv_with_symgs_data_avx512_high_opt_##w(T alpha, int32_t op, orb_sparse_matrix A,    \
+                                                                  orb_sparse_descr descr, const T *diag,       \
+                                                                  const T *x, T *y);                           \
+  int32_t orb_sparse_##p##_mv_with_symgs_data_##w(int32_t op, orb_sparse_matrix A, orb_sparse_descr descr,     \
+                                                  const T *x, T *y, T alpha, T beta);                          \
+  /* One symmetric Gauss-Seidel sweep pair for A x = b, x updated in place; y,   */                           \
+  /* when not null, receives A x of the updated x.                               */                           \
+  int32_t orb_sparse_##p##_symgs_##w(int32_t op, orb_sparse_matrix A, orb_sparse_descr descr, const T *b, T *x, \
+                                     T *y);                                                                    \
   int32_t orb_sparse_##p##_default_mv_procedure_##w(int32_t op, orb_sparse_matrix A, orb_sparse_descr descr,   \
                                                     const T *x, T *y, T alpha, T beta);                        \
   /* hint: the handle's product hint node to analyse. */                                                      \

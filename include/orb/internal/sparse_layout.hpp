@@ -19,6 +19,8 @@ namespace orb::sparse {
 // Codes of the handle fields (the descriptor codes are orb_sparse.h's).
 constexpr int32_t kFormatCoo = 0, kFormatCsr = 1, kFormatCsc = 2, kFormatBsr = 3;
 constexpr int32_t kMemoryCopies = 81;
+// What a hint announces: a product, a triangular solve, a Gauss-Seidel sweep.
+constexpr int32_t kHintProduct = 0, kHintSolve = 1, kHintSymgs = 2;
 // Format choice of a product hint.
 constexpr int32_t kChooseEsb = 199, kChooseDia = 299, kChooseCsr = 399;
 
@@ -101,6 +103,61 @@ struct SparseRecord {
   I entries;       //!< stored entries (blocks for BSR)
   int32_t owns;    //!< the record owns its four arrays (built by the analysis)
   int32_t reserved;
+  void *diagonal = nullptr;  //!< DiagonalData<T, I> of the record, built by the first non-unit solve
+};
+
+//! State bits of the diagonal data: filled from the record, and current.
+constexpr int32_t kDiagonalFilled = 1, kDiagonalCurrent = 2;
+
+//! The diagonal of a record as the solves read it.  Any positive problem
+//! count makes it unusable for a non-unit solve.
+template <class T, class I>
+struct DiagonalData {
+  int32_t missing;    //!< rows that store no diagonal entry
+  int32_t zero;       //!< rows whose diagonal entries add up to zero
+  int32_t nonfinite;  //!< rows whose diagonal is infinite or not a number
+  int32_t state;      //!< kDiagonalFilled | kDiagonalCurrent once filled
+  T *values;          //!< one per row: the sum of the row's diagonal entries
+  I rows;
+};
+
+//! One direction's schedule and data.  The level of a row is one more than
+//! the highest level among the rows it reads (forward: its strictly lower
+//! entries; backward: its strictly upper ones).  Rows are laid out level by
+//! level, each level cut into blocks of at most B rows, blocks numbered level
+//! by level (so block order is a topological order); the row's entries are
+//! stored at its position, in their stored order, so a sweep streams them.
+template <class T, class I>
+struct SweepPlan {
+  int32_t blocks;
+  int32_t levels;
+  I *block_start;        //!< blocks + 1 positions
+  I *rows;               //!< the row at each position
+  I *position;           //!< the position of each row
+  I *ptr;                //!< positions + 1: entries of the row at each position
+  I *col;                //!< column of each entry, from 0
+  T *val;
+  int32_t *pred;         //!< per block: blocks it waits for
+  int32_t *succ_start;   //!< blocks + 1
+  int32_t *succ;         //!< the blocks waiting for each block
+};
+
+//! What the symmetric Gauss-Seidel analysis keeps (symgs_optimal_data): the
+//! strictly lower part of the matrix in the forward sweep's plan, the
+//! strictly upper part in the backward sweep's, and the part count the
+//! sweeps run on.
+template <class T, class I>
+struct SymgsData {
+  int32_t width;              //!< W: rows per slice (4, or 8 for the AVX-512 layout)
+  int32_t parts;              //!< tasks of a sweep (asked for before the analysis, settled by it)
+  I rows;
+  I block_rows;               //!< B: the most rows of a block, a multiple of W
+  SweepPlan<T, I> forward;    //!< the lower split
+  SweepPlan<T, I> backward;   //!< the upper split
+  int32_t avx512;             //!< laid out for the AVX-512 kernels
+  int32_t high_opt;           //!< the second AVX-512 variant
+  int32_t from_copy;          //!< built from a general copy (its fill), 0 from the primary record as stored
+  int32_t reserved;
 };
 
 template <class T, class I>
@@ -119,6 +176,12 @@ struct SparseHint {
   Procedure procedure;
   SparseHint *next;
   int32_t expected_calls;
+  int32_t kind;  //!< kHintProduct, kHintSolve or kHintSymgs
+  //! A Gauss-Seidel sweep pair for A x = b; y, when not null, receives A x.
+  using SymgsProcedure = int32_t (*)(SparseHint *node, int32_t op, SparseHandle<T, I> *A, orb_sparse_descr descr,
+                                     const T *b, T *x, T *y);
+  SymgsProcedure symgs;
+  SymgsProcedure symgs_mv;
 };
 
 //! The handle.  Every instance has the same layout, so the interface can read
