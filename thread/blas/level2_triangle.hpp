@@ -9,9 +9,10 @@
 //                every worker writes a private vector of n entries, and the
 //                calling thread adds them in worker order into beta y.
 //   TRMV         the entries of the result in blocks of equal area: a worker
-//                multiplies its entries of x in place by its diagonal block
-//                (one TRMV) and adds the rectangle beside it times a copy of
-//                the original x (one GEMV of the core).
+//                takes its entries in sub-blocks of 128, each multiplied in
+//                place by its diagonal block (one TRMV); the rest of its
+//                rows of op(A) are GEMV calls of the core against a copy of
+//                the original x.
 //   TRSV         diagonal blocks solved one after the other by the kernel, the
 //                rectangles between them subtracted through the threaded GEMV.
 //
@@ -145,25 +146,44 @@ struct Level2Driver<rules::Trmv, T, S> {
   template <auto Kernel>
   static int64_t worker(int64_t i, int64_t w, blas_args_t *r) {
     const char *trans = static_cast<const char *>(r->transa);
-    const bool transposed = (*trans | 0x20) != 'n';
-    const TriangleBlock p = trmv_block(r->n, w, i, lower_letter(r->word2), transposed);
-    if (p.cols.empty()) return 0;
+    const bool lower = lower_letter(r->word2), transposed = (*trans | 0x20) != 'n';
+    const TriangleBlock p = trmv_block(r->n, w, i, lower, transposed);
+    const bool reads_before = lower != transposed;
     const T *a = static_cast<const T *>(r->a), *original = static_cast<const T *>(r->b);
-    T *x = element<T>(r->c, level1_offset(r->n, r->ldc, p.cols));
-    const ORB_INT count = p.cols.size(), others = p.rows.size(), one = 1;
-    const int64_t r0 = p.cols.begin;
-    // x's own entries are still the original ones: every worker writes only its own.
-    Kernel(static_cast<const char *>(r->word2), trans, static_cast<const char *>(r->transb), &count,
-           a + r0 + r0 * r->lda, &r->lda, x, &r->ldc);
-    if (others == 0) return 0;
     const T unit = one_value();
-    const T *rect = transposed ? a + p.rows.begin + r0 * r->lda : a + r0 + p.rows.begin * r->lda;
-    if (transposed)
-      gemv_kernel<T, true>()(trans, &others, &count, &unit, rect, &r->lda, original + p.rows.begin, &one, &unit, x,
+    const ORB_INT one = 1;
+    // The worker's entries in sub-blocks: the kernel's TRMV is slower per
+    // entry than its GEMV, so each diagonal block is kept small and the rest
+    // goes to GEMV calls against the copy of x, each of them long along A's
+    // columns.  Transposed, a sub-block's entries are its columns of A: one
+    // GEMV of the column above (below) its diagonal block.  As stored, a
+    // sub-block's columns are added to the worker's later (earlier) entries
+    // once those have been multiplied by their own diagonal block, so the
+    // sub-blocks run from the far end of the worker's range, and the
+    // rectangle beside the worker's triangle is one GEMV at the end.  Every
+    // worker writes only its own entries.
+    const int64_t subs = ceil_div(p.cols.size(), kTrmvBlock);
+    const auto gemv = [&](const Range &rows, const Range &cols) {
+      if (rows.empty() || cols.empty()) return;
+      const ORB_INT m = rows.size(), k = cols.size();
+      const Range out = transposed ? cols : rows, in = transposed ? rows : cols;
+      gemv_kernel<T, true>()(trans, &m, &k, &unit, a + rows.begin + cols.begin * r->lda, &r->lda,
+                             original + in.begin, &one, &unit, element<T>(r->c, level1_offset(r->n, r->ldc, out)),
                              &r->ldc);
-    else
-      gemv_kernel<T, true>()(trans, &count, &others, &unit, rect, &r->lda, original + p.rows.begin, &one, &unit, x,
-                             &r->ldc);
+    };
+    for (int64_t step = 0; step < subs; ++step) {
+      const int64_t k = transposed || !reads_before ? step : subs - 1 - step;
+      const Range sub{p.cols.begin + k * kTrmvBlock, std::min(p.cols.end, p.cols.begin + (k + 1) * kTrmvBlock)};
+      const ORB_INT count = sub.size();
+      Kernel(static_cast<const char *>(r->word2), trans, static_cast<const char *>(r->transb), &count,
+             a + sub.begin + sub.begin * r->lda, &r->lda, element<T>(r->c, level1_offset(r->n, r->ldc, sub)),
+             &r->ldc);
+      if (transposed)
+        gemv(reads_before ? Range{0, sub.begin} : Range{sub.end, r->n}, sub);
+      else
+        gemv(reads_before ? Range{sub.end, p.cols.end} : Range{p.cols.begin, sub.begin}, sub);
+    }
+    if (!transposed) gemv(p.cols, p.rows);
     return 0;
   }
 

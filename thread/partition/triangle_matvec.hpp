@@ -17,6 +17,9 @@ int64_t triangle_matvec_workers(int64_t n, int64_t budget);
 //! beyond its own (the rectangle of A between them is one GEMV).
 TriangleBlock trmv_block(int64_t n, int64_t w, int64_t i, bool lower, bool transposed);
 
+//! Order of the diagonal blocks of a TRMV worker's entries.
+constexpr int64_t kTrmvBlock = 128;
+
 //! Order of the diagonal blocks of a blocked triangular solve.
 constexpr int64_t kTrsvBlock = 256;
 //! Fewest entries of a triangular solve that is blocked; smaller ones are one call.
