@@ -61,7 +61,7 @@ constexpr char kOps[] = {'N', 'T', 'C'};
 
 TYPED_TEST(Results, SymvHemvThreaded) {
   using T = TypeParam;
-  const ORB_INT n = 601, lda = n + 5;  // 3 workers of uneven blocks on a budget of 3
+  const ORB_INT n = 1800, lda = n + 5;  // 3 workers of uneven blocks on a budget of 3
   const auto a = random_matrix<T>(n, n, lda, 31);
   const T alpha = narrow<T>(cld(0.75, -0.25));
   const std::tuple<ORB_INT, ORB_INT, cld> cases[] = {{1, 1, cld(0.5, 0.25)}, {2, -3, cld(0, 0)}, {-1, 2, cld(1, 0)}};
@@ -84,7 +84,7 @@ TYPED_TEST(Results, SymvHemvThreaded) {
 
 TYPED_TEST(Results, TrmvThreaded) {
   using T = TypeParam;
-  const ORB_INT n = 601, lda = n + 2;
+  const ORB_INT n = 1800, lda = n + 2;
   const auto a = random_matrix<T>(n, n, lda, 41);
   for (const char uplo : {'U', 'L'})
     for (const char op : kOps)
@@ -120,7 +120,8 @@ TYPED_TEST(Results, TrsvBlocked) {
         }
 }
 
-// n = 1000 on 2 workers: the diagonal blocks and rectangles of the table.
+// n = 2000 on 2 workers: the diagonal blocks and rectangles (lower blocks of
+// 586 and 1414 columns, partition/triangle.cpp's rule).
 struct PieceCase {
   char uplo, op;
   std::vector<std::tuple<ORB_INT, ORB_INT>> diagonal;  //!< first row and column, order
@@ -128,11 +129,11 @@ struct PieceCase {
 };
 
 TEST(Level2TriangleCuts, SymvPiecesFollowTheTriangleBlocks) {
-  const ORB_INT n = 1000, lda = n, one = 1;
+  const ORB_INT n = 2000, lda = n, one = 1;
   const auto a = random_matrix<double>(n, n, lda, 61), x = strided<double>(n, 1, 62);
   const double alpha = 1, beta = 0;
-  const PieceCase cases[] = {{'L', 'N', {{0, 294}, {294, 706}}, {{294, 0, 706, 294}}},
-                             {'U', 'N', {{0, 706}, {706, 294}}, {{0, 706, 706, 294}}}};
+  const PieceCase cases[] = {{'L', 'N', {{0, 586}, {586, 1414}}, {{586, 0, 1414, 586}}},
+                             {'U', 'N', {{0, 1414}, {1414, 586}}, {{0, 1414, 1414, 586}}}};
   for (const PieceCase &c : cases) {
     SCOPED_TRACE(c.uplo);
     std::vector<double> y(n);
@@ -156,12 +157,12 @@ TEST(Level2TriangleCuts, SymvPiecesFollowTheTriangleBlocks) {
 // Each worker's entries of the table in sub-blocks of 128, a diagonal TRMV
 // each; the GEMV calls beside them read the rest of the triangle once.
 TEST(Level2TriangleCuts, TrmvPiecesFollowTheTable) {
-  const ORB_INT n = 1000, lda = n, one = 1;
+  const ORB_INT n = 2000, lda = n, one = 1;
   const auto a = random_matrix<ORB_Complex16>(n, n, lda, 71);
-  const PieceCase cases[] = {{'L', 'N', {{0, 706}, {706, 294}}, {}},
-                             {'L', 'C', {{0, 294}, {294, 706}}, {}},
-                             {'U', 'N', {{0, 294}, {294, 706}}, {}},
-                             {'U', 'T', {{0, 706}, {706, 294}}, {}}};
+  const PieceCase cases[] = {{'L', 'N', {{0, 1414}, {1414, 586}}, {}},
+                             {'L', 'C', {{0, 586}, {586, 1414}}, {}},
+                             {'U', 'N', {{0, 586}, {586, 1414}}, {}},
+                             {'U', 'T', {{0, 1414}, {1414, 586}}, {}}};
   for (const PieceCase &c : cases) {
     SCOPED_TRACE((std::string{c.uplo, c.op}));
     auto x = strided<ORB_Complex16>(n, 1, 72);

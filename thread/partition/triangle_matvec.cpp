@@ -3,16 +3,22 @@
 //
 // A product with one triangle of A reads each stored entry once and does two
 // flops (SYMV: four) with it, so it is bound by memory as GEMV is, and the
-// worker count is GEMV's rule with the triangle's area for the matrix:
+// worker count has GEMV's form with the triangle's area for the matrix.  A
+// worker needs far more than GEMV's 32768 entries, though: up to about a
+// million entries the triangle sits in the caches, where one call of the
+// provider's kernel runs at 35 to 50 GFLOPS, and a second worker, whose start
+// on the task runtime can cost tens of microseconds, only loses (measured on
+// a Zen 5 at n = 400 and 1000: 0.66x and 0.83x of one call for SYMV, 0.8x to
+// 0.9x for TRMV).  So a worker takes 2^19 entries or more:
 //
-//   W = min(T, n div 64, (n (n + 1) / 2) div 32768)      W <= 1: one call
+//   W = min(T, n div 64, (n (n + 1) / 2) div 2^19)      W <= 1: one call
 //
 //      n   T   W
-//    256   2   32896 div 32768 = 1: one call
-//    300   4   min(4, 4, 1) = 1: one call
-//    400   4   min(4, 6, 2) = 2
-//   2000   2   min(2, 31, 61) = 2
-//   4000   8   min(8, 62, 244) = 8
+//   1000   4   500500 div 2^19 = 0: one call
+//   1100   4   min(4, 17, 1) = 1: one call
+//   1500   4   min(4, 23, 2) = 2
+//   2000   2   min(2, 31, 3) = 2
+//   4000   8   min(8, 62, 15) = 8
 //
 // SYMV (HEMV) cuts the stored triangle into column blocks of equal area, the
 // rank-k update's blocks (partition/triangle.cpp): a worker's diagonal block
@@ -52,10 +58,9 @@ namespace orb::thr {
 
 int64_t triangle_matvec_workers(int64_t n, int64_t budget) {
   if (n <= 0) return 1;
-  // n (n + 1) / 2 is the matrix of GEMV's rule: n rows of (n + 1) / 2 on average.
   int64_t w = std::min(budget, n / threshold(kMatvecLengthPerWorker));
   const unsigned __int128 area = static_cast<unsigned __int128>(n) * static_cast<unsigned __int128>(n + 1) / 2;
-  const unsigned __int128 by_area = area / static_cast<unsigned __int128>(threshold(kMatvecElementsPerWorker));
+  const unsigned __int128 by_area = area / static_cast<unsigned __int128>(threshold(kTriangleMatvecEntriesPerWorker));
   if (by_area < static_cast<unsigned __int128>(w)) w = static_cast<int64_t>(by_area);
   return w;
 }

@@ -8,8 +8,11 @@
 
 namespace orb::thr {
 
+//! Fewest entries of the triangle a worker of SYMV, HEMV or TRMV reads.
+constexpr int64_t kTriangleMatvecEntriesPerWorker = int64_t{1} << 19;
+
 //! Workers for a product with a triangle of order n under a budget of T:
-//! min(T, n div 64, n (n + 1) / 2 div 32768); 1 or less means one call.
+//! min(T, n div 64, n (n + 1) / 2 div 2^19); 1 or less means one call.
 int64_t triangle_matvec_workers(int64_t n, int64_t budget);
 
 //! Worker i's piece of x := op(A) x for a triangle of order n: cols are the
