@@ -82,42 +82,25 @@ TYPED_TEST(Results, SymvHemvThreaded) {
     }
 }
 
-TYPED_TEST(Results, TrmvThreaded) {
+// TRMV on 3 workers and the blocked TRSV (8 blocks of 256, one of 52).
+TYPED_TEST(Results, TrmvAndTrsvThreaded) {
   using T = TypeParam;
-  const ORB_INT n = 1800, lda = n + 2;
-  const auto a = random_matrix<T>(n, n, lda, 41);
-  for (const char uplo : {'U', 'L'})
-    for (const char op : kOps)
-      for (const char diag : {'N', 'u'})
-        for (const ORB_INT incx : {1, -2}) {
-          SCOPED_TRACE((std::string{uplo, op, diag} + " incx " + std::to_string(incx)));
-          auto x = strided<T>(n, incx, 42), want = x;
-          Triangle<T>::xtrmv(&uplo, &op, &diag, &n, a.data(), &lda, want.data(), &incx);
-          {
-            const Budget budget(3);
-            Triangle<T>::trmv(&uplo, &op, &diag, &n, a.data(), &lda, x.data(), &incx);
+  const ORB_INT n = 2100, lda = n + 1;
+  const auto a = solvable<T>(n, lda, 41);
+  for (const bool solve : {false, true})
+    for (const char uplo : {'U', 'L'})
+      for (const char op : kOps)
+        for (const char diag : {'N', 'u'})
+          for (const ORB_INT incx : {1, -2}) {
+            SCOPED_TRACE((std::string{solve ? 'S' : 'M', uplo, op, diag} + " incx " + std::to_string(incx)));
+            auto x = strided<T>(n, incx, 42), want = x;
+            (solve ? Triangle<T>::xtrsv : Triangle<T>::xtrmv)(&uplo, &op, &diag, &n, a.data(), &lda, want.data(), &incx);
+            {
+              const Budget budget(3);
+              (solve ? Triangle<T>::trsv : Triangle<T>::trmv)(&uplo, &op, &diag, &n, a.data(), &lda, x.data(), &incx);
+            }
+            expect_near(x, want, (solve ? 64 : 4 * n) * unit_roundoff<T>(), "x");
           }
-          expect_near(x, want, 4 * n * unit_roundoff<T>(), "x");
-        }
-}
-
-TYPED_TEST(Results, TrsvBlocked) {
-  using T = TypeParam;
-  const ORB_INT n = 2100, lda = n + 1;  // 8 blocks of 256 and one of 52
-  const auto a = solvable<T>(n, lda, 51);
-  for (const char uplo : {'U', 'L'})
-    for (const char op : kOps)
-      for (const char diag : {'N', 'U'})
-        for (const ORB_INT incx : {1, -2}) {
-          SCOPED_TRACE((std::string{uplo, op, diag} + " incx " + std::to_string(incx)));
-          auto x = strided<T>(n, incx, 52), want = x;
-          Triangle<T>::xtrsv(&uplo, &op, &diag, &n, a.data(), &lda, want.data(), &incx);
-          {
-            const Budget budget(2);
-            Triangle<T>::trsv(&uplo, &op, &diag, &n, a.data(), &lda, x.data(), &incx);
-          }
-          expect_near(x, want, 64 * unit_roundoff<T>(), "x");
-        }
 }
 
 // n = 2000 on 2 workers: the diagonal blocks and rectangles (lower blocks of
