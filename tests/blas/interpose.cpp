@@ -109,6 +109,19 @@ ORB_TEST_WRAP(ORB_TEST_L2_DECL, zgerc, if (m && n) remember(&Observed::ger, Bloc
 ORB_TEST_WRAP(ORB_TEST_L2_DECL, zher, if (n) remember(&Observed::syr, BlockCall{*n, *n, a}), (uplo, n, alpha, x, incx, a, lda),
               Syr, ORB_Complex16, double)
 
+// The level-2 kernels of the products with a triangle and of the solve.
+#define ORB_TEST_TRIANGLE(p, sym, T)                                                                                   \
+  ORB_TEST_WRAP(ORB_TEST_L2_DECL, p##sym, if (n) remember(&Observed::symv, BlockCall{*n, *n, a}),                   \
+                (uplo, n, alpha, a, lda, x, incx, beta, y, incy), Symv, T, T)                                       \
+  ORB_TEST_WRAP(ORB_SYMV_RECT_DECL, p##sym##_rect, if (m && k) remember(&Observed::symv_rect, BlockCall{*m, *k, a}), \
+                (m, k, alpha, a, lda, xr, xc, yr, yc), T)                                                            \
+  ORB_TEST_WRAP(ORB_TEST_L2_DECL, p##trmv, if (n) remember(&Observed::trmv, BlockCall{*n, *n, a}),                  \
+                (uplo, trans, diag, n, a, lda, x, incx), Trmv, T, T)                                                 \
+  ORB_TEST_WRAP(ORB_TEST_L2_DECL, p##trsv, if (n) remember(&Observed::trsv, BlockCall{*n, *n, a}),                  \
+                (uplo, trans, diag, n, a, lda, x, incx), Trmv, T, T)
+ORB_TEST_TRIANGLE(d, symv, double)
+ORB_TEST_TRIANGLE(z, hemv, ORB_Complex16)
+
 // Scratch comes back filled with NaN, so a partial buffer that is summed
 // without having been written shows in the result.
 extern "C" void *orb_serv_allocate(int64_t bytes, int alignment) {

@@ -7,7 +7,9 @@
 #include <orb/orb_blas.h>
 #include <orb/orb_service.h>
 
+#include <algorithm>
 #include <thread>
+#include <tuple>
 #include <vector>
 
 namespace orb::test {
@@ -32,6 +34,15 @@ struct BlockCall {
   ORB_INT m, n;
   const void *p;
 };
+//! A recorded block as its start, rows and columns, ordered by start.
+using Block = std::tuple<const void *, ORB_INT, ORB_INT>;
+//! The recorded blocks in the order of their starts.
+inline std::vector<Block> blocks(const std::vector<BlockCall> &calls) {
+  std::vector<Block> v;
+  for (const BlockCall &b : calls) v.emplace_back(b.p, b.m, b.n);
+  std::sort(v.begin(), v.end());
+  return v;
+}
 struct Level1Call {
   ORB_INT n;
   const void *x, *y;
@@ -43,6 +54,9 @@ struct Observed {
   std::vector<GemvCall> gemv;
   std::vector<BlockCall> trsm, trmm, syrk, syr2k, gemmt, symm;
   std::vector<BlockCall> ger, syr;  //!< ?ger, ?gerc and ?syr, ?her: the block of A
+  //! ?symv, ?hemv, ?trmv, ?trsv: the diagonal block of A (m = n, its order);
+  //! ?symv_rect, ?hemv_rect: the rectangle of A (m rows, n columns).
+  std::vector<BlockCall> symv, symv_rect, trmv, trsv;
   std::vector<Level1Call> level1;
   std::vector<long> alloc_bytes;
   std::vector<int> alloc_alignment;

@@ -31,16 +31,6 @@ const CutCase kCases[] = {
     {"syr_too_small", 'L', 500, 500, 1, 1, 2, {{500, 0, 0}}, {}},
 };
 
-using Block = std::tuple<const void *, ORB_INT, ORB_INT>;  //!< start, rows, columns
-
-//! The recorded blocks in the order of their starts.
-std::vector<Block> blocks(const std::vector<BlockCall> &calls) {
-  std::vector<Block> v;
-  for (const BlockCall &b : calls) v.emplace_back(b.p, b.m, b.n);
-  std::sort(v.begin(), v.end());
-  return v;
-}
-
 template <class T, class S>
 void check_cut(const CutCase &c) {
   SCOPED_TRACE(c.name);

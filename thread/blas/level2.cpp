@@ -8,7 +8,7 @@
 // listed in level2_threaded.hpp cut their calls where that was measured to
 // pay; every other routine is one call of the core's sequential kernel (see
 // docs/architecture.md for the measurements behind the choice).
-#include "blas/level2_threaded.hpp"
+#include "blas/level2_triangle.hpp"
 #include "lp64.hpp"
 
 #include <orb/internal/orb_kernels.h>

@@ -15,11 +15,8 @@
 //                     beside it; n = 1000 on 2 workers, lower, is 294 and
 //                     706 columns.
 //
-// SYMV is not cut: with the kernels at hand a worker's rectangle would be read
-// twice (once as stored for the rows of y, once transposed for its columns),
-// where the sequential kernel reads each element once for both, and on two
-// cores sharing one memory interface that costs more than the second core
-// brings (measured: 0.7x to 0.9x of one kernel call at 2000 and 4000).
+// SYMV, HEMV, TRMV and TRSV, which read one triangle of A, are in
+// level2_triangle.hpp.
 //
 // A call that is illegal or has nothing to do goes whole to the kernel, which
 // reports it once or returns.  Every worker writes its own columns of A and

@@ -42,6 +42,18 @@ ORB_LEVEL1_EACH_TYPE(ORB_GEMMT_DECL, orb_blas_x, gemmt, ORB_INT)
 #define ORB_L2_KERNEL_DECL(list, name, NAME, T, S, E, A, B) void orb_blas_x##name(ORB_L2_PARAMS_##list(T, S, ORB_INT));
 ORB_LEVEL2_ROUTINES(ORB_L2_KERNEL_DECL)
 #undef ORB_L2_KERNEL_DECL
+/* The rectangle beside a diagonal block of a symmetric (?symv) or Hermitian
+ * (?hemv) matrix, the m x k block a (leading dimension lda) of the stored
+ * triangle, multiplied both ways in one reading of a: yr += alpha a xc and
+ * yc += alpha a^T xr (a^H xr for ?hemv).  xr and yr hold m entries, xc and yc
+ * k, all contiguous; nothing is checked. */
+#define ORB_SYMV_RECT_DECL(name, T)                                                                  \
+  void name(const ORB_INT *m, const ORB_INT *k, const T *alpha, const T *a, const ORB_INT *lda, const T *xr, \
+            const T *xc, T *yr, T *yc)
+ORB_SYMV_RECT_DECL(orb_blas_xssymv_rect, float);
+ORB_SYMV_RECT_DECL(orb_blas_xdsymv_rect, double);
+ORB_SYMV_RECT_DECL(orb_blas_xchemv_rect, ORB_Complex8);
+ORB_SYMV_RECT_DECL(orb_blas_xzhemv_rect, ORB_Complex16);
 ORB_ROTG_DECL(orb_blas_xsrotg, float, float, ORB_INT);
 ORB_ROTG_DECL(orb_blas_xdrotg, double, double, ORB_INT);
 ORB_ROTG_DECL(orb_blas_xcrotg, ORB_Complex8, float, ORB_INT);
