@@ -15,39 +15,9 @@
 namespace orb::test {
 namespace {
 
-enum Format { kCsr3, kCsrGaps, kCsc, kCoo, kBsrRow, kBsrCol };
-
 template <class S>
 class SparseResults : public ::testing::Test {};
 TYPED_TEST_SUITE(SparseResults, SparseTypes, SparseName);
-
-//! Makes a handle of the stored matrix in one format; arrays must outlive it.
-template <class T, class I>
-orb_sparse_status make(Format f, SparseArrays<T, I> &a, const std::vector<T> &s, int64_t rows, int64_t cols,
-                       int64_t b, int base, orb_sparse_matrix *A) {
-  using Api = SparseApi<T, I>;
-  switch (f) {
-    case kCsr3:
-      a = compressed<T, I>(s, rows, cols, base, false, false);
-      return Api::csr3(A, base, rows, cols, a.start.data(), a.index.data(), a.values.data());
-    case kCsrGaps:
-      a = compressed<T, I>(s, rows, cols, base, false, true);
-      return Api::csr(A, base, rows, cols, a.start.data(), a.end.data(), a.index.data(), a.values.data());
-    case kCsc:
-      a = compressed<T, I>(s, rows, cols, base, true, false);
-      return Api::csc(A, base, rows, cols, a.start.data(), a.start.data() + 1, a.index.data(), a.values.data());
-    case kCoo:
-      a = coordinates<T, I>(s, rows, cols, base);
-      return Api::coo(A, base, rows, cols, static_cast<I>(a.values.size()), a.row.data(), a.index.data(),
-                      a.values.data());
-    default: {
-      const int layout = f == kBsrRow ? ORB_SPARSE_BLOCK_ROW_MAJOR : ORB_SPARSE_BLOCK_COL_MAJOR;
-      a = blocks<T, I>(s, rows, cols, b, base, layout);
-      return Api::bsr(A, base, layout, rows / b, cols / b, b, a.start.data(), a.start.data() + 1, a.index.data(),
-                      a.values.data());
-    }
-  }
-}
 
 //! One product checked against alpha op(M) x + beta y0, then again after the
 //! handle analysed that product.
@@ -71,7 +41,7 @@ void check_product(Format f, int base, int op, orb_sparse_descr d, cld al, cld b
   using Api = SparseApi<T, I>;
   SparseArrays<T, I> a;
   orb_sparse_matrix A = nullptr;
-  const orb_sparse_status made = make<T, I>(f, a, s, rows, cols, b, base, &A);
+  const orb_sparse_status made = make_handle<T, I>(f, a, s, rows, cols, b, base, &A);
   ASSERT_EQ(made, ORB_SPARSE_OK);
   for (const bool analysed : {false, true}) {
     const std::string where = "format " + std::to_string(f) + " base " + std::to_string(base) + " op " +

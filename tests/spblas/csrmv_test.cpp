@@ -125,18 +125,7 @@ TYPED_TEST(LegacyResults, EveryKindOperationAndBase) {
         for (const char base : {'C', 'F'})
           for (const char *trans : {"N", "T", "C"}) {
             const std::vector<T> s = stored_matrix<T>(n, n, 1, ++seed);
-            const bool lower = fill == 'L', unit = diag == 'U' && kind != 'G' && kind != 'A';
-            const bool complex = is_complex_v<T>;
-            const int32_t type = kind == 'G' ? 20 : kind == 'S' ? 21 : kind == 'H' ? 22 : kind == 'T' ? 23 : 24;
-            std::vector<T> m = described_matrix(
-                s, n, n, 1, {type, lower ? ORB_SPARSE_LOWER : ORB_SPARSE_UPPER, unit ? ORB_SPARSE_UNIT : ORB_SPARSE_NON_UNIT});
-            if (kind == 'H' && !complex) m = described_matrix(s, n, n, 1, {21, lower ? 40 : 41, unit ? 51 : 50});
-            if (kind == 'A')
-              for (int64_t i = 0; i < n; ++i)
-                for (int64_t j = 0; j < n; ++j) {
-                  const bool stored = lower ? j < i : j > i;
-                  m[i + j * n] = stored ? s[i + j * n] : i == j ? narrow<T>(0) : narrow<T>(-wide(s[j + i * n]));
-                }
+            const std::vector<T> m = legacy_matrix(s, n, kind, fill, diag);
             const bool transposes = *trans != 'N' && (kind == 'G' || kind == 'T' || kind == 'A');
             const int b = base == 'C' ? 0 : 1;
             SparseArrays<T, I> a = compressed<T, I>(s, n, n, b, false, true);

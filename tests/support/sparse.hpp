@@ -26,6 +26,8 @@ struct SparseApi;
     static constexpr auto bsr = &orb_sparse_##p##_create_bsr##W;   \
     static constexpr auto exported = &orb_sparse_##p##_export##W;  \
     static constexpr auto mv = &orb_sparse_##p##_mv;               \
+    static constexpr auto mm = &orb_sparse_##p##_mm;               \
+    static constexpr auto exported_coo = &orb_sparse_##p##_export_coo##W; \
   };
 ORB_TEST_SPARSE_API(s, float, int32_t, )
 ORB_TEST_SPARSE_API(d, double, int32_t, )
@@ -177,6 +179,57 @@ SparseArrays<T, I> blocks(const std::vector<T> &s, int64_t rows, int64_t cols, i
   }
   a.start.push_back(static_cast<I>(a.index.size() + base));
   return a;
+}
+
+//! The formats and array forms a handle can be made from.
+enum Format { kCsr3, kCsrGaps, kCsc, kCoo, kBsrRow, kBsrCol };
+
+//! Makes a handle of the stored matrix in one format (a BSR one of blocks
+//! b x b); the arrays a must outlive it.
+template <class T, class I>
+orb_sparse_status make_handle(Format f, SparseArrays<T, I> &a, const std::vector<T> &s, int64_t rows, int64_t cols,
+                       int64_t b, int base, orb_sparse_matrix *A) {
+  using Api = SparseApi<T, I>;
+  switch (f) {
+    case kCsr3:
+      a = compressed<T, I>(s, rows, cols, base, false, false);
+      return Api::csr3(A, base, rows, cols, a.start.data(), a.index.data(), a.values.data());
+    case kCsrGaps:
+      a = compressed<T, I>(s, rows, cols, base, false, true);
+      return Api::csr(A, base, rows, cols, a.start.data(), a.end.data(), a.index.data(), a.values.data());
+    case kCsc:
+      a = compressed<T, I>(s, rows, cols, base, true, false);
+      return Api::csc(A, base, rows, cols, a.start.data(), a.start.data() + 1, a.index.data(), a.values.data());
+    case kCoo:
+      a = coordinates<T, I>(s, rows, cols, base);
+      return Api::coo(A, base, rows, cols, static_cast<I>(a.values.size()), a.row.data(), a.index.data(),
+                      a.values.data());
+    default: {
+      const int layout = f == kBsrRow ? ORB_SPARSE_BLOCK_ROW_MAJOR : ORB_SPARSE_BLOCK_COL_MAJOR;
+      a = blocks<T, I>(s, rows, cols, b, base, layout);
+      return Api::bsr(A, base, layout, rows / b, cols / b, b, a.start.data(), a.start.data() + 1, a.index.data(),
+                      a.values.data());
+    }
+  }
+}
+
+//! The n x n matrix a character descriptor (kind G S H T A D, fill L or U,
+//! diagonal N or U) makes of the stored one; a real Hermitian matrix is
+//! symmetric, an antisymmetric one L - L^T from the strict triangle.
+template <class T>
+std::vector<T> legacy_matrix(const std::vector<T> &s, int64_t n, char kind, char fill, char diag) {
+  const bool lower = fill == 'L', unit = diag == 'U' && kind != 'G' && kind != 'A';
+  int32_t type = kind == 'G' ? 20 : kind == 'S' ? 21 : kind == 'H' ? 22 : kind == 'T' ? 23 : 24;
+  if (kind == 'H' && !is_complex_v<T>) type = 21;
+  std::vector<T> m = described_matrix(s, n, n, 1, {type, lower ? ORB_SPARSE_LOWER : ORB_SPARSE_UPPER,
+                                                   unit ? ORB_SPARSE_UNIT : ORB_SPARSE_NON_UNIT});
+  if (kind == 'A')
+    for (int64_t i = 0; i < n; ++i)
+      for (int64_t j = 0; j < n; ++j) {
+        const bool stored = lower ? j < i : j > i;
+        m[i + j * n] = stored ? s[i + j * n] : i == j ? narrow<T>(0) : narrow<T>(-wide(s[j + i * n]));
+      }
+  return m;
 }
 
 }  // namespace orb::test
