@@ -10,6 +10,7 @@
 //   orb-bench batch [options]   a batch of small products against a loop of gemm calls
 //   orb-bench getrf [options]   LU factorization at orders 1000 to 8000
 //   orb-bench spmv [options]    sparse y := A x against the sequential kernel, librsb and Eigen
+//   orb-bench syrkd [options]   sparse C := A^T A into a dense C against the sequential kernel
 #include "batch_bench.hpp"
 #include "gemm_bench.hpp"
 #include "getrf_bench.hpp"
@@ -42,6 +43,7 @@ const Subcommand kSubcommands[] = {
     {"batch", orb::bench::batch_main, orb::bench::batch_usage, "dgemm_batch against a loop of each library's gemm"},
     {"getrf", orb::bench::getrf_main, orb::bench::getrf_usage, "s/d/z getrf against the serial provider and peers"},
     {"spmv", orb::bench::spmv_main, orb::bench::spmv_usage, "sparse y := A x against the sequential kernel and peers"},
+    {"syrkd", orb::bench::syrkd_main, orb::bench::syrkd_usage, "sparse C := A^T A into a dense C against the sequential kernel"},
 };
 
 void print_usage(std::FILE *out) {

@@ -124,6 +124,7 @@ struct OrbSparse {
   decltype(&orb_sparse_optimize) optimize = nullptr;
   decltype(&orb_sparse_d_mv) mv = nullptr;
   decltype(&orb_sparse_destroy) destroy = nullptr;
+  decltype(&orb_sparse_d_syrkd) syrkd = nullptr;
   explicit OrbSparse(GemmLibrary &lib) {
     void *h = dlopen(ORB_BENCH_IFACE, RTLD_NOW | RTLD_LOCAL);
     if (h) {
@@ -132,8 +133,10 @@ struct OrbSparse {
       optimize = reinterpret_cast<decltype(optimize)>(dlsym(h, "orb_sparse_optimize"));
       mv = reinterpret_cast<decltype(mv)>(dlsym(h, "orb_sparse_d_mv"));
       destroy = reinterpret_cast<decltype(destroy)>(dlsym(h, "orb_sparse_destroy"));
+      syrkd = reinterpret_cast<decltype(syrkd)>(dlsym(h, "orb_sparse_d_syrkd"));
     }
-    if (!create || !hint || !optimize || !mv || !destroy) lib.missing = "no sparse handles in " ORB_BENCH_IFACE;
+    if (!create || !hint || !optimize || !mv || !destroy || !syrkd)
+      lib.missing = "no sparse handles in " ORB_BENCH_IFACE;
   }
 };
 
@@ -241,6 +244,60 @@ void measure_matrix(const SpmvOptions &o, const Csr &a, const OrbSparse &orb, st
   if (A) orb.destroy(A);
 }
 
+//! m rows over n columns, row r holding `len(r)` distinct random columns.
+template <class Length>
+Csr random_rows(const char *name, int32_t m, int32_t n, uint64_t seed, Length len) {
+  Csr a(name, m, n);
+  std::mt19937_64 gen(seed);
+  std::uniform_int_distribution<int32_t> pick(0, n - 1);
+  std::vector<int32_t> cols;
+  for (int32_t i = 0; i < m; ++i) {
+    cols.clear();
+    for (int64_t k = len(i, gen); k > 0; --k) cols.push_back(pick(gen));
+    std::sort(cols.begin(), cols.end());
+    cols.erase(std::unique(cols.begin(), cols.end()), cols.end());
+    for (const int32_t j : cols) a.add(j, 1.0 / (1 + (j % 5)));
+    a.end_row();
+  }
+  return a;
+}
+
+//! C := A^T A (beta 0, row-major C of n x n) through orb's handle, threaded,
+//! and through the core's sequential kernel; GFLOPS count 2 len^2 per row.
+void measure_syrkd(const SpmvOptions &o, const Csr &a, const OrbSparse &orb, std::vector<GemmLibrary> &libs,
+                   int &status) {
+  const size_t n = static_cast<size_t>(a.cols);
+  std::vector<std::vector<double>> c(libs.size(), std::vector<double>(n * n, 0.0));
+  std::vector<std::function<void()>> calls(libs.size());
+  orb_sparse_matrix A = nullptr;
+  if (libs[0].available() &&
+      orb.create(&A, 0, a.rows, a.cols, const_cast<int32_t *>(a.ptr.data()), const_cast<int32_t *>(a.col.data()),
+                 const_cast<double *>(a.val.data())) == 0)
+    calls[0] = [&] { orb.syrkd(A, 1.0, 0.0, c[0].data(), ORB_SPARSE_BLOCK_ROW_MAJOR, a.cols); };
+  calls[1] = [&] {
+    orb_sparse_d_csr__g_t_syrkd_c_ker_i4(a.rows, a.cols, 1.0, a.val.data(), a.col.data(), a.ptr.data(),
+                                         a.ptr.data() + 1, 0, 0.0, c[1].data(), a.cols);
+  };
+  // Each answer from a zero C: the part left of the diagonal only accumulates.
+  for (size_t i = 0; i < libs.size(); ++i)
+    if (calls[i]) calls[i]();
+  double worst = 0;
+  for (size_t e = 0; calls[0] && e < n * n; ++e)
+    worst = std::max(worst, std::abs(c[0][e] - c[1][e]) / (std::abs(c[1][e]) + 1.0));
+  if (worst > 1e-12) {
+    std::fprintf(stderr, "orb-bench syrkd: orb on %s differs from the sequential kernel by %.3g\n", a.name.c_str(),
+                 worst);
+    status = 1;
+  }
+  double flops = 0;
+  for (int32_t i = 0; i < a.rows; ++i) flops += 2.0 * std::pow(static_cast<double>(a.ptr[i + 1] - a.ptr[i]), 2);
+  time_row(libs, calls, a.name.c_str(), a.rows, o.target_s, o.rounds,
+           [&](size_t, double best_s) { std::printf("  %11.2f GF", flops / best_s * 1e-9); });
+  std::printf("       %ld entries over %d columns; C of %.0f MB\n", static_cast<long>(a.entries()), a.cols,
+              8e-6 * static_cast<double>(n * n));
+  if (A) orb.destroy(A);
+}
+
 }  // namespace
 
 const char *spmv_usage() {
@@ -287,6 +344,49 @@ int spmv_main(const std::vector<std::string> &args) {
   measure_matrix(o, banded(big), orb, libs, peers, copy_gbs, status);
   measure_matrix(o, power_law(big), orb, libs, peers, copy_gbs, status);
   measure_matrix(o, laplacian_2d(100, "small"), orb, libs, peers, copy_gbs, status);
+  return status;
+}
+
+}  // namespace orb::bench
+
+namespace orb::bench {
+
+const char *syrkd_usage() {
+  return "usage: orb-bench syrkd [--quick] [--threads N] [--time S] [--rounds R]\n"
+         "  --quick        20000 rows instead of 200000, a shorter time per measurement\n"
+         "  --threads N    orb's thread count (default: its budget)\n"
+         "  --time S       timed seconds per library and matrix (default 1; 0.2 with --quick)\n"
+         "  --rounds R     interleaved batches per library (default 10; 5 with --quick)\n";
+}
+
+int syrkd_main(const std::vector<std::string> &args) {
+  SpmvOptions o;
+  if (!start_subcommand("syrkd", args, o, parse_spmv_options, syrkd_usage())) return 2;
+  std::vector<GemmLibrary> libs;
+  libs.push_back(orb_library(orb_serv_get_max_threads()));
+  libs[0].about = "handle, rows in 2T parts adding into C with compare-and-exchange";
+  const OrbSparse orb(libs[0]);
+  GemmLibrary serial;
+  serial.key = "serial";
+  serial.label = "orb sequential";
+  serial.about = "orb's sequential kernel, calling thread";
+  libs.push_back(serial);
+  std::printf("C := A^T A, CSR A, dense row-major C, double, 32-bit indices, %d threads; GFLOPS (2 len^2 a row)\n"
+              "from each library's best call; ratio: orb over its sequential kernel, paired round by round\n\n",
+              orb_serv_get_max_threads());
+  print_libraries(libs, "rows");
+  int status = 0;
+  const int32_t m = o.quick ? 20000 : 200000, n = 2000;
+  measure_syrkd(o, random_rows("rand8", m, n, 11, [](int32_t, std::mt19937_64 &) { return int64_t{8}; }), orb, libs,
+                status);
+  // Row lengths falling as a power of a random rank: a few rows of hundreds of entries.
+  measure_syrkd(o,
+                random_rows("skewed", m, n, 12,
+                            [](int32_t, std::mt19937_64 &g) {
+                              const double u = std::uniform_real_distribution<double>(0.0, 1.0)(g);
+                              return std::max<int64_t>(2, static_cast<int64_t>(2.0 / std::pow(u + 1e-4, 0.6)));
+                            }),
+                orb, libs, status);
   return status;
 }
 

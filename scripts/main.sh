@@ -23,3 +23,4 @@ echo
 "$bdir/bench/orb-bench" level2 --quick
 "$bdir/bench/orb-bench" getrf --quick
 "$bdir/bench/orb-bench" spmv --quick
+"$bdir/bench/orb-bench" syrkd --quick
