@@ -298,6 +298,17 @@ void measure_syrkd(const SpmvOptions &o, const Csr &a, const OrbSparse &orb, std
   if (A) orb.destroy(A);
 }
 
+//! orb through its handles, then orb's own sequential kernel: the first two
+//! libraries of both sparse tables.
+std::vector<GemmLibrary> orb_pair(int threads, const char *about, const char *serial_about) {
+  std::vector<GemmLibrary> libs{orb_library(threads), GemmLibrary{}};
+  libs[0].about = about;
+  libs[1].key = "serial";
+  libs[1].label = "orb sequential";
+  libs[1].about = serial_about;
+  return libs;
+}
+
 }  // namespace
 
 const char *spmv_usage() {
@@ -317,15 +328,9 @@ int spmv_main(const std::vector<std::string> &args) {
   SpmvOptions o;
   if (!start_subcommand("spmv", args, o, parse_spmv_options, spmv_usage())) return 2;
   const int threads = orb_serv_get_max_threads();
-  std::vector<GemmLibrary> libs;
-  libs.push_back(orb_library(threads));
-  libs[0].about = "analysed handle, threaded general CSR product";
+  std::vector<GemmLibrary> libs = orb_pair(threads, "analysed handle, threaded general CSR product",
+                                           "orb's row kernel over the whole matrix, calling thread");
   const OrbSparse orb(libs[0]);
-  GemmLibrary serial;
-  serial.key = "serial";
-  serial.label = "orb sequential";
-  serial.about = "orb's row kernel over the whole matrix, calling thread";
-  libs.push_back(serial);
   std::vector<Peer> peers;
   peers.push_back(load_peer("liborb_bench_rsb.so", "rsb", "librsb", threads));
   peers.push_back(load_peer("liborb_bench_eigen.so", "eigen", "Eigen", 1));
@@ -362,15 +367,10 @@ const char *syrkd_usage() {
 int syrkd_main(const std::vector<std::string> &args) {
   SpmvOptions o;
   if (!start_subcommand("syrkd", args, o, parse_spmv_options, syrkd_usage())) return 2;
-  std::vector<GemmLibrary> libs;
-  libs.push_back(orb_library(orb_serv_get_max_threads()));
-  libs[0].about = "handle, rows in 2T parts adding into C with compare-and-exchange";
+  std::vector<GemmLibrary> libs = orb_pair(orb_serv_get_max_threads(),
+                                           "handle, rows in 2T parts adding into C with compare-and-exchange",
+                                           "orb's sequential kernel, calling thread");
   const OrbSparse orb(libs[0]);
-  GemmLibrary serial;
-  serial.key = "serial";
-  serial.label = "orb sequential";
-  serial.about = "orb's sequential kernel, calling thread";
-  libs.push_back(serial);
   std::printf("C := A^T A, CSR A, dense row-major C, double, 32-bit indices, %d threads; GFLOPS (2 len^2 a row)\n"
               "from each library's best call; ratio: orb over its sequential kernel, paired round by round\n\n",
               orb_serv_get_max_threads());
