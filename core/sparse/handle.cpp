@@ -238,18 +238,37 @@ int32_t create_transposed(SparseHandle<T, I> *h) {
   return h->transposed ? ORB_SPARSE_OK : ORB_SPARSE_NO_MEMORY;
 }
 
-//! The general matrix of a symmetric CSR one from its lower (fill 40) or
-//! upper triangle: each stored entry of the triangle, and its mirror off the
-//! diagonal; entries outside the triangle are not part of the matrix.
+//! The general matrix of a symmetric CSR or BSR one from its lower (fill 40)
+//! or upper triangle: each stored entry of the triangle, and its mirror off
+//! the diagonal; entries outside the triangle are not part of the matrix.
+//! For BSR the triangle is one of scalars: a block off the diagonal is kept
+//! whole and mirrored transposed, a diagonal block is made symmetric from its
+//! own triangle.  Null without memory.
 template <class T, class I>
 SparseRecord<T, I> *create_gen_from_sym(const SparseRecord<T, I> *a, bool upper) {
-  return build_by_rows<T, I>(a->rows, a->cols, a->base, 1, 0, [&](auto f) {
+  const I b = a->block;
+  const int64_t bb = int64_t{b} * b;
+  const bool col_major = a->layout == ORB_SPARSE_BLOCK_COL_MAJOR;
+  const auto at = [&](I r, I c) { return col_major ? int64_t{c} * b + r : int64_t{r} * b + c; };
+  Scratch<T> block(bb, 64, Allocator::plain);
+  if (!block) return nullptr;
+  T *buf = block.get();
+  return build_by_rows<T, I>(a->rows, a->cols, a->base, b, a->layout, [&](auto f) {
     for (I i = 0; i < a->rows; ++i)
       for (I k = a->row_start[i] - a->base; k < a->row_end[i] - a->base; ++k) {
         const I j = a->col_index[k] - a->base;
         if (upper ? j < i : j > i) continue;
-        f(i, j, a->values + k);
-        if (i != j) f(j, i, a->values + k);
+        const T *v = a->values + k * bb;
+        if (i == j) {
+          for (I r = 0; r < b; ++r)
+            for (I c = 0; c < b; ++c) buf[at(r, c)] = (upper ? c >= r : c <= r) ? v[at(r, c)] : v[at(c, r)];
+          f(i, j, buf);
+          continue;
+        }
+        f(i, j, v);
+        for (I r = 0; r < b; ++r)
+          for (I c = 0; c < b; ++c) buf[at(r, c)] = v[at(c, r)];
+        f(j, i, buf);
       }
   });
 }
@@ -259,7 +278,8 @@ int32_t create_general_copy(SparseHandle<T, I> *h, int32_t fill) {
   const bool upper = fill != ORB_SPARSE_LOWER;
   SparseRecord<T, I> *&slot = upper ? h->general_from_upper : h->general_from_lower;
   if (slot) return ORB_SPARSE_OK;
-  if (!h->primary || h->format != kFormatCsr || h->primary->rows != h->primary->cols) return ORB_SPARSE_INTERNAL;
+  if (!h->primary || (h->format != kFormatCsr && h->format != kFormatBsr) || h->primary->rows != h->primary->cols)
+    return ORB_SPARSE_INTERNAL;
   slot = create_gen_from_sym(h->primary, upper);
   return slot ? ORB_SPARSE_OK : ORB_SPARSE_NO_MEMORY;
 }

@@ -139,11 +139,10 @@ int32_t analyse(SparseHandle<T, I> *h, SparseHint<T, I> *node) {
   using E = SparseEntries<T, I>;
   const auto A = reinterpret_cast<orb_sparse_matrix>(h);
   if (h->format != sparse::kFormatCsr && h->format != sparse::kFormatBsr) return ORB_SPARSE_UNSUPPORTED;
-  // Only general matrices (and symmetric CSR ones, through their general
-  // copy) have an analysed product; the transpose is built for the first.
+  // Only general matrices (and symmetric ones, through their general copy)
+  // have an analysed product; the transpose is built for the first.
   const bool general = node->type == ORB_SPARSE_GENERAL;
-  if (!general && (node->type != ORB_SPARSE_SYMMETRIC || h->format != sparse::kFormatCsr))
-    return ORB_SPARSE_UNSUPPORTED;
+  if (!general && node->type != ORB_SPARSE_SYMMETRIC) return ORB_SPARSE_UNSUPPORTED;
   if (general && node->operation != ORB_SPARSE_OP_N)
     if (const int32_t s = E::create_transposed(A)) return s;
   return h->format == sparse::kFormatCsr ? E::optimize_csr(A, node) : E::optimize_bsr(A, node);

@@ -510,6 +510,28 @@ TEST(SparseStatus, HintMatching) {
   }
 }
 
+// A symmetric BSR matrix from its lower triangle is analysed into the general
+// copy of its blocks: a block above the diagonal and the upper halves of the
+// diagonal blocks (99) are not part of the matrix, a block below is mirrored
+// transposed, and the threaded block product runs on the copy.
+TEST(SparseAnalysis, SymmetricBsrGetsItsGeneralCopy) {
+  int32_t ptr[] = {0, 2, 4}, col[] = {0, 1, 0, 1};
+  double val[] = {1, 99, 2, 3, 99, 99, 99, 99, 4, 5, 6, 7, 8, 99, 9, 10};
+  orb_sparse_matrix A = nullptr;
+  ASSERT_EQ(orb_sparse_d_create_bsr(&A, 0, ORB_SPARSE_BLOCK_ROW_MAJOR, 2, 2, 2, ptr, ptr + 1, col, val), ORB_SPARSE_OK);
+  const orb_sparse_descr lower{ORB_SPARSE_SYMMETRIC, ORB_SPARSE_LOWER, ORB_SPARSE_NON_UNIT};
+  ASSERT_EQ(orb_sparse_set_mv_hint(A, ORB_SPARSE_OP_N, lower, 5), ORB_SPARSE_OK);
+  ASSERT_EQ(orb_sparse_optimize(A), ORB_SPARSE_OK);
+  const auto *h = sparse::handle_cast<double, int32_t>(A);
+  ASSERT_NE(h->general_from_lower, nullptr);
+  EXPECT_NE(h->mv_hints, nullptr);
+  const double x[] = {1, 1, 1, 1};
+  double y[] = {NAN, NAN, NAN, NAN};
+  ASSERT_EQ(orb_sparse_d_mv(ORB_SPARSE_OP_N, 1.0, A, lower, x, 0.0, y), ORB_SPARSE_OK);
+  EXPECT_EQ(std::vector<double>(y, y + 4), (std::vector<double>{13, 17, 26, 32}));
+  orb_sparse_destroy(A);
+}
+
 // Several right-hand sides: 40 of them over 900 rows are blocks of 16, 16
 // and 8; the loop's pieces, cut at block boundaries, cover every (block, row)
 // pair once, and the result is each column's product.
