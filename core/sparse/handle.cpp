@@ -368,7 +368,8 @@ SparseRecord<T, I> *csr_of(const SparseHandle<T, I> *h, int32_t op) {
 
 //! The BSR matrix of blocks b x b of a CSR record (rows and columns multiples
 //! of b): every block holding a stored entry, in the order the rows first
-//! meet them, the entries the CSR matrix does not store zero.
+//! meet them, the entries the CSR matrix does not store zero and those it
+//! stores twice summed.
 template <class T, class I>
 SparseRecord<T, I> *bsr_of(const SparseRecord<T, I> &c, I b, int32_t layout) {
   const I block_rows = c.rows / b, block_cols = c.cols / b;
@@ -403,7 +404,8 @@ SparseRecord<T, I> *bsr_of(const SparseRecord<T, I> &c, I b, int32_t layout) {
       while (row < bi) r->row_start[++row] = slot + c.base;
       r->col_index[slot] = j / b + c.base;
       const I col = j % b;
-      r->values[slot * bb + (layout == ORB_SPARSE_BLOCK_COL_MAJOR ? col * b + a : a * b + col)] = v;
+      T &to = r->values[slot * bb + (layout == ORB_SPARSE_BLOCK_COL_MAJOR ? col * b + a : a * b + col)];
+      to = Precision<T>::add(to, v);  // an entry stored twice counts twice, as in the products
     });
     while (row < block_rows) r->row_start[++row] = blocks + c.base;
   }

@@ -158,6 +158,25 @@ TYPED_TEST(SparseConvert, ToCsrAndBsrFromEveryFormat) {
     }
 }
 
+// A COO entry given twice counts twice: as two CSR entries, and summed into
+// one BSR block.
+TEST(SparseConvert, EntriesGivenTwiceAddUp) {
+  int32_t row[] = {0, 1, 0}, col[] = {1, 0, 1};
+  double val[] = {2, 5, 3};
+  orb_sparse_matrix A = nullptr, B = nullptr;
+  ASSERT_EQ(orb_sparse_d_create_coo(&A, 0, 2, 2, 3, row, col, val), ORB_SPARSE_OK);
+  int64_t r = 0, c = 0;
+  int format = -1;
+  for (const bool blocks : {false, true}) {
+    ASSERT_EQ(blocks ? orb_sparse_convert_bsr(A, 2, ORB_SPARSE_BLOCK_ROW_MAJOR, ORB_SPARSE_OP_N, &B)
+                     : orb_sparse_convert_csr(A, ORB_SPARSE_OP_N, &B),
+              ORB_SPARSE_OK);
+    EXPECT_EQ((dense_of<double, int32_t>)(B, &r, &c, &format), (std::vector<double>{0, 5, 5, 0})) << blocks;
+    orb_sparse_destroy(B);
+  }
+  orb_sparse_destroy(A);
+}
+
 // Bad requests answer their status and leave *B as it was.
 TEST(SparseConvert, BadRequestsMakeNothing) {
   using Api = SparseApi<double, int32_t>;
