@@ -15,7 +15,9 @@
 // paired round by round.  Under it: the bytes orb's product moves per second
 // (values and indices once, x and y once) as a fraction of the copy bandwidth
 // measured in the same run with orb's threaded dcopy, and the analysis time
-// in units of orb's product.  Every library's y is checked against the
+// in units of orb's product.  A last column analyses the matrix with copies
+// allowed, so that the analysis may pick a sliced layout, and its line counts
+// the bytes of that layout.  Every library's y is checked against the
 // sequential kernel's.  The peers are modules of their own (bench/peers/),
 // loaded with dlopen; a missing one is "n/a".
 #include "spmv_bench.hpp"
@@ -26,6 +28,7 @@
 #include "peers/spmv_peer.h"
 
 #include <orb/internal/orb_sparse_kernels.h>
+#include <orb/internal/sparse_layout.hpp>
 #include <orb/orb_blas.h>
 #include <orb/orb_service.h>
 #include <orb/orb_sparse.h>
@@ -125,6 +128,7 @@ struct OrbSparse {
   decltype(&orb_sparse_d_mv) mv = nullptr;
   decltype(&orb_sparse_destroy) destroy = nullptr;
   decltype(&orb_sparse_d_syrkd) syrkd = nullptr;
+  decltype(&orb_sparse_set_memory_hint) memory = nullptr;
   explicit OrbSparse(GemmLibrary &lib) {
     void *h = dlopen(ORB_BENCH_IFACE, RTLD_NOW | RTLD_LOCAL);
     if (h) {
@@ -134,8 +138,9 @@ struct OrbSparse {
       mv = reinterpret_cast<decltype(mv)>(dlsym(h, "orb_sparse_d_mv"));
       destroy = reinterpret_cast<decltype(destroy)>(dlsym(h, "orb_sparse_destroy"));
       syrkd = reinterpret_cast<decltype(syrkd)>(dlsym(h, "orb_sparse_d_syrkd"));
+      memory = reinterpret_cast<decltype(memory)>(dlsym(h, "orb_sparse_set_memory_hint"));
     }
-    if (!create || !hint || !optimize || !mv || !destroy || !syrkd)
+    if (!create || !hint || !optimize || !mv || !destroy || !syrkd || !memory)
       lib.missing = "no sparse handles in " ORB_BENCH_IFACE;
   }
 };
@@ -194,19 +199,28 @@ void measure_matrix(const SpmvOptions &o, const Csr &a, const OrbSparse &orb, st
   std::vector<std::function<void()>> calls(libs.size());
   std::vector<void *> opened(libs.size(), nullptr);
 
-  orb_sparse_matrix A = nullptr;
-  double analysis_s = NAN;
-  if (libs[0].available() &&
-      orb.create(&A, 0, a.rows, a.cols, const_cast<int32_t *>(a.ptr.data()), const_cast<int32_t *>(a.col.data()),
-                 const_cast<double *>(a.val.data())) == 0) {
+  // orb twice: analysed as it is (CSR), and with copies allowed (the
+  // analysis may convert it to a sliced layout), the last column.
+  orb_sparse_matrix handles[2] = {nullptr, nullptr};
+  double analysis_s[2] = {NAN, NAN};
+  const size_t with_copies = libs.size() - 1;
+  for (int v = 0; v < 2; ++v) {
+    orb_sparse_matrix &A = handles[v];
+    if (!libs[0].available() ||
+        orb.create(&A, 0, a.rows, a.cols, const_cast<int32_t *>(a.ptr.data()), const_cast<int32_t *>(a.col.data()),
+                   const_cast<double *>(a.val.data())) != 0)
+      continue;
     const double t0 = now_s();
-    if (orb.hint(A, ORB_SPARSE_OP_N, general, 1000) == 0 && orb.optimize(A) == 0) analysis_s = now_s() - t0;
-    calls[0] = [&] { orb.mv(ORB_SPARSE_OP_N, 1.0, A, general, x.data(), 0.0, y[0].data()); };
+    if ((v == 0 || orb.memory(A, ORB_SPARSE_MEMORY_COPIES) == 0) && orb.hint(A, ORB_SPARSE_OP_N, general, 1000) == 0 &&
+        orb.optimize(A) == 0)
+      analysis_s[v] = now_s() - t0;
+    const size_t i = v == 0 ? 0 : with_copies;
+    calls[i] = [&, i, A] { orb.mv(ORB_SPARSE_OP_N, 1.0, A, general, x.data(), 0.0, y[i].data()); };
   }
   calls[1] = [&] {
     orb_sparse_d_csr_ng_n_mv_ker_i4(a.rows, 1.0, a.val.data(), a.col.data(), a.ptr.data(), x.data(), y[1].data());
   };
-  for (size_t i = 2; i < libs.size(); ++i) {
+  for (size_t i = 2; i < with_copies; ++i) {
     Peer &p = peers[i - 2];
     if (!libs[i].available()) continue;
     char why[200] = "";
@@ -218,10 +232,11 @@ void measure_matrix(const SpmvOptions &o, const Csr &a, const OrbSparse &orb, st
     calls[i] = [&, i] { p.run(opened[i], x.data(), y[i].data()); };
   }
   const double flops = 2.0 * static_cast<double>(a.entries());
-  double orb_best = NAN;
+  double orb_best = NAN, copies_best = NAN;
   time_row(libs, calls, a.name.c_str(), a.rows, o.target_s, o.rounds, [&](size_t i, double best_s) {
     std::printf("  %11.2f GF", flops / best_s * 1e-9);
     if (i == 0) orb_best = best_s;
+    if (i == with_copies) copies_best = best_s;
   });
   // Every answer against the sequential kernel's.
   for (size_t i = 0; i < libs.size(); ++i) {
@@ -238,10 +253,29 @@ void measure_matrix(const SpmvOptions &o, const Csr &a, const OrbSparse &orb, st
   const double bytes = 12.0 * static_cast<double>(a.entries()) + 4.0 * (a.rows + 1) + 8.0 * a.rows + 8.0 * a.cols;
   std::printf("       %ld entries; orb moves %.1f GB/s, %.2f of the copy bandwidth; analysis %.1f products\n",
               static_cast<long>(a.entries()), bytes / orb_best * 1e-9, bytes / orb_best * 1e-9 / copy_gbs,
-              analysis_s / orb_best);
-  for (size_t i = 2; i < libs.size(); ++i)
+              analysis_s[0] / orb_best);
+  if (handles[1]) {
+    // The bytes of the layout the analysis chose: ESB 8 + 4 per stored
+    // position (padding included), DIA 8 a position and 4 a segment, each
+    // with its slice pointers; CSR as above.
+    const auto *r = sparse::handle_cast<double, int32_t>(handles[1])->primary;
+    const auto *esb = r->opt ? static_cast<const sparse::SlicedData<double, int32_t> *>(r->opt->esb) : nullptr;
+    const auto *dia = r->opt ? static_cast<const sparse::SlicedData<double, int32_t> *>(r->opt->dia) : nullptr;
+    const auto *sliced = esb ? esb : dia;
+    double moved = bytes;
+    if (sliced) {
+      const double units = sliced->start[sliced->slices], per = esb ? 12.0 * sparse::kSliceRows
+                                                                   : 8.0 * sparse::kSliceRows + 4.0;
+      moved = units * per + 4.0 * (sliced->slices + 1) + 8.0 * a.rows + 8.0 * a.cols;
+    }
+    std::printf("       with copies: %s, %.1f MB a product, %.1f GB/s, %.2f of the copy bandwidth; analysis %.1f\n",
+                esb ? "ESB" : dia ? "DIA" : "CSR", moved * 1e-6, moved / copies_best * 1e-9,
+                moved / copies_best * 1e-9 / copy_gbs, analysis_s[1] / copies_best);
+  }
+  for (size_t i = 2; i < with_copies; ++i)
     if (opened[i]) peers[i - 2].close(opened[i]);
-  if (A) orb.destroy(A);
+  for (orb_sparse_matrix A : handles)
+    if (A) orb.destroy(A);
 }
 
 //! m rows over n columns, row r holding `len(r)` distinct random columns.
@@ -335,6 +369,11 @@ int spmv_main(const std::vector<std::string> &args) {
   peers.push_back(load_peer("liborb_bench_rsb.so", "rsb", "librsb", threads));
   peers.push_back(load_peer("liborb_bench_eigen.so", "eigen", "Eigen", 1));
   for (const Peer &p : peers) libs.push_back(p.lib);
+  GemmLibrary copies = libs[0];
+  copies.key = "orb-copies";
+  copies.label = "orb copies";
+  copies.about = "analysed with copies allowed: the sliced layout (ESB, DIA) the analysis picks";
+  libs.push_back(copies);
   const double copy_gbs = copy_bandwidth(o.quick ? (1L << 23) : (1L << 26));
   std::printf("y := A x, general CSR, double, 32-bit indices, %d threads; GFLOPS from each library's best call;\n"
               "ratios: orb over its sequential kernel and over the fastest peer, paired round by round;\n"
