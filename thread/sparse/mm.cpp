@@ -22,8 +22,10 @@
 // Every other case is the single-vector product (with its own threading and
 // analysed hints) once per right-hand side, in order; a row-major right-hand
 // side is gathered into a vector first and its result scattered back, in
-// scratch taken before the first product, so that no memory can run out
-// half-way (2, nothing written).
+// scratch taken before the first product (2 without it, nothing written).
+// A single-vector product that needs scratch of its own (the transposed CSR
+// one) and cannot get it stops the loop with 2, the right-hand sides before
+// it done.
 #include <orb/orb_service.h>
 
 #include "partition/pairs.hpp"
