@@ -11,6 +11,7 @@
 //   orb-bench getrf [options]   LU factorization at orders 1000 to 8000
 //   orb-bench spmv [options]    sparse y := A x against the sequential kernel, librsb and Eigen
 //   orb-bench trsv [options]    sparse triangular solve and Gauss-Seidel, parallel against one part
+//   orb-bench syrkd [options]   sparse C := A^T A into a dense C against the sequential kernel
 #include "batch_bench.hpp"
 #include "gemm_bench.hpp"
 #include "getrf_bench.hpp"
@@ -45,6 +46,7 @@ const Subcommand kSubcommands[] = {
     {"getrf", orb::bench::getrf_main, orb::bench::getrf_usage, "s/d/z getrf against the serial provider and peers"},
     {"spmv", orb::bench::spmv_main, orb::bench::spmv_usage, "sparse y := A x against the sequential kernel and peers"},
     {"trsv", orb::bench::trsv_main, orb::bench::trsv_usage, "sparse triangular solve and Gauss-Seidel, parallel against one part"},
+    {"syrkd", orb::bench::syrkd_main, orb::bench::syrkd_usage, "sparse C := A^T A into a dense C against the sequential kernel"},
 };
 
 void print_usage(std::FILE *out) {

@@ -15,7 +15,9 @@
 // paired round by round.  Under it: the bytes orb's product moves per second
 // (values and indices once, x and y once) as a fraction of the copy bandwidth
 // measured in the same run with orb's threaded dcopy, and the analysis time
-// in units of orb's product.  Every library's y is checked against the
+// in units of orb's product.  A last column analyses the matrix with copies
+// allowed, so that the analysis may pick a sliced layout, and its line counts
+// the bytes of that layout.  Every library's y is checked against the
 // sequential kernel's.  The peers are modules of their own (bench/peers/),
 // loaded with dlopen; a missing one is "n/a".
 #include "spmv_bench.hpp"
@@ -26,6 +28,7 @@
 #include "peers/spmv_peer.h"
 
 #include <orb/internal/orb_sparse_kernels.h>
+#include <orb/internal/sparse_layout.hpp>
 #include <orb/orb_blas.h>
 #include <orb/orb_service.h>
 #include <orb/orb_sparse.h>
@@ -124,6 +127,8 @@ struct OrbSparse {
   decltype(&orb_sparse_optimize) optimize = nullptr;
   decltype(&orb_sparse_d_mv) mv = nullptr;
   decltype(&orb_sparse_destroy) destroy = nullptr;
+  decltype(&orb_sparse_d_syrkd) syrkd = nullptr;
+  decltype(&orb_sparse_set_memory_hint) memory = nullptr;
   explicit OrbSparse(GemmLibrary &lib) {
     void *h = dlopen(ORB_BENCH_IFACE, RTLD_NOW | RTLD_LOCAL);
     if (h) {
@@ -132,8 +137,11 @@ struct OrbSparse {
       optimize = reinterpret_cast<decltype(optimize)>(dlsym(h, "orb_sparse_optimize"));
       mv = reinterpret_cast<decltype(mv)>(dlsym(h, "orb_sparse_d_mv"));
       destroy = reinterpret_cast<decltype(destroy)>(dlsym(h, "orb_sparse_destroy"));
+      syrkd = reinterpret_cast<decltype(syrkd)>(dlsym(h, "orb_sparse_d_syrkd"));
+      memory = reinterpret_cast<decltype(memory)>(dlsym(h, "orb_sparse_set_memory_hint"));
     }
-    if (!create || !hint || !optimize || !mv || !destroy) lib.missing = "no sparse handles in " ORB_BENCH_IFACE;
+    if (!create || !hint || !optimize || !mv || !destroy || !syrkd || !memory)
+      lib.missing = "no sparse handles in " ORB_BENCH_IFACE;
   }
 };
 
@@ -191,19 +199,28 @@ void measure_matrix(const SpmvOptions &o, const Csr &a, const OrbSparse &orb, st
   std::vector<std::function<void()>> calls(libs.size());
   std::vector<void *> opened(libs.size(), nullptr);
 
-  orb_sparse_matrix A = nullptr;
-  double analysis_s = NAN;
-  if (libs[0].available() &&
-      orb.create(&A, 0, a.rows, a.cols, const_cast<int32_t *>(a.ptr.data()), const_cast<int32_t *>(a.col.data()),
-                 const_cast<double *>(a.val.data())) == 0) {
+  // orb twice: analysed as it is (CSR), and with copies allowed (the
+  // analysis may convert it to a sliced layout), the last column.
+  orb_sparse_matrix handles[2] = {nullptr, nullptr};
+  double analysis_s[2] = {NAN, NAN};
+  const size_t with_copies = libs.size() - 1;
+  for (int v = 0; v < 2; ++v) {
+    orb_sparse_matrix &A = handles[v];
+    if (!libs[0].available() ||
+        orb.create(&A, 0, a.rows, a.cols, const_cast<int32_t *>(a.ptr.data()), const_cast<int32_t *>(a.col.data()),
+                   const_cast<double *>(a.val.data())) != 0)
+      continue;
     const double t0 = now_s();
-    if (orb.hint(A, ORB_SPARSE_OP_N, general, 1000) == 0 && orb.optimize(A) == 0) analysis_s = now_s() - t0;
-    calls[0] = [&] { orb.mv(ORB_SPARSE_OP_N, 1.0, A, general, x.data(), 0.0, y[0].data()); };
+    if ((v == 0 || orb.memory(A, ORB_SPARSE_MEMORY_COPIES) == 0) && orb.hint(A, ORB_SPARSE_OP_N, general, 1000) == 0 &&
+        orb.optimize(A) == 0)
+      analysis_s[v] = now_s() - t0;
+    const size_t i = v == 0 ? 0 : with_copies;
+    calls[i] = [&, i, A] { orb.mv(ORB_SPARSE_OP_N, 1.0, A, general, x.data(), 0.0, y[i].data()); };
   }
   calls[1] = [&] {
     orb_sparse_d_csr_ng_n_mv_ker_i4(a.rows, 1.0, a.val.data(), a.col.data(), a.ptr.data(), x.data(), y[1].data());
   };
-  for (size_t i = 2; i < libs.size(); ++i) {
+  for (size_t i = 2; i < with_copies; ++i) {
     Peer &p = peers[i - 2];
     if (!libs[i].available()) continue;
     char why[200] = "";
@@ -215,10 +232,11 @@ void measure_matrix(const SpmvOptions &o, const Csr &a, const OrbSparse &orb, st
     calls[i] = [&, i] { p.run(opened[i], x.data(), y[i].data()); };
   }
   const double flops = 2.0 * static_cast<double>(a.entries());
-  double orb_best = NAN;
+  double orb_best = NAN, copies_best = NAN;
   time_row(libs, calls, a.name.c_str(), a.rows, o.target_s, o.rounds, [&](size_t i, double best_s) {
     std::printf("  %11.2f GF", flops / best_s * 1e-9);
     if (i == 0) orb_best = best_s;
+    if (i == with_copies) copies_best = best_s;
   });
   // Every answer against the sequential kernel's.
   for (size_t i = 0; i < libs.size(); ++i) {
@@ -235,10 +253,94 @@ void measure_matrix(const SpmvOptions &o, const Csr &a, const OrbSparse &orb, st
   const double bytes = 12.0 * static_cast<double>(a.entries()) + 4.0 * (a.rows + 1) + 8.0 * a.rows + 8.0 * a.cols;
   std::printf("       %ld entries; orb moves %.1f GB/s, %.2f of the copy bandwidth; analysis %.1f products\n",
               static_cast<long>(a.entries()), bytes / orb_best * 1e-9, bytes / orb_best * 1e-9 / copy_gbs,
-              analysis_s / orb_best);
-  for (size_t i = 2; i < libs.size(); ++i)
+              analysis_s[0] / orb_best);
+  if (handles[1]) {
+    // The bytes of the layout the analysis chose: ESB 8 + 4 per stored
+    // position (padding included), DIA 8 a position and 4 a segment, each
+    // with its slice pointers; CSR as above.
+    const auto *r = sparse::handle_cast<double, int32_t>(handles[1])->primary;
+    const auto *esb = r->opt ? static_cast<const sparse::SlicedData<double, int32_t> *>(r->opt->esb) : nullptr;
+    const auto *dia = r->opt ? static_cast<const sparse::SlicedData<double, int32_t> *>(r->opt->dia) : nullptr;
+    const auto *sliced = esb ? esb : dia;
+    double moved = bytes;
+    if (sliced) {
+      const double units = sliced->start[sliced->slices], per = esb ? 12.0 * sparse::kSliceRows
+                                                                   : 8.0 * sparse::kSliceRows + 4.0;
+      moved = units * per + 4.0 * (sliced->slices + 1) + 8.0 * a.rows + 8.0 * a.cols;
+    }
+    std::printf("       with copies: %s, %.1f MB a product, %.1f GB/s, %.2f of the copy bandwidth; analysis %.1f\n",
+                esb ? "ESB" : dia ? "DIA" : "CSR", moved * 1e-6, moved / copies_best * 1e-9,
+                moved / copies_best * 1e-9 / copy_gbs, analysis_s[1] / copies_best);
+  }
+  for (size_t i = 2; i < with_copies; ++i)
     if (opened[i]) peers[i - 2].close(opened[i]);
+  for (orb_sparse_matrix A : handles)
+    if (A) orb.destroy(A);
+}
+
+//! m rows over n columns, row r holding `len(r)` distinct random columns.
+template <class Length>
+Csr random_rows(const char *name, int32_t m, int32_t n, uint64_t seed, Length len) {
+  Csr a(name, m, n);
+  std::mt19937_64 gen(seed);
+  std::uniform_int_distribution<int32_t> pick(0, n - 1);
+  std::vector<int32_t> cols;
+  for (int32_t i = 0; i < m; ++i) {
+    cols.clear();
+    for (int64_t k = len(i, gen); k > 0; --k) cols.push_back(pick(gen));
+    std::sort(cols.begin(), cols.end());
+    cols.erase(std::unique(cols.begin(), cols.end()), cols.end());
+    for (const int32_t j : cols) a.add(j, 1.0 / (1 + (j % 5)));
+    a.end_row();
+  }
+  return a;
+}
+
+//! C := A^T A (beta 0, row-major C of n x n) through orb's handle, threaded,
+//! and through the core's sequential kernel; GFLOPS count 2 len^2 per row.
+void measure_syrkd(const SpmvOptions &o, const Csr &a, const OrbSparse &orb, std::vector<GemmLibrary> &libs,
+                   int &status) {
+  const size_t n = static_cast<size_t>(a.cols);
+  std::vector<std::vector<double>> c(libs.size(), std::vector<double>(n * n, 0.0));
+  std::vector<std::function<void()>> calls(libs.size());
+  orb_sparse_matrix A = nullptr;
+  if (libs[0].available() &&
+      orb.create(&A, 0, a.rows, a.cols, const_cast<int32_t *>(a.ptr.data()), const_cast<int32_t *>(a.col.data()),
+                 const_cast<double *>(a.val.data())) == 0)
+    calls[0] = [&] { orb.syrkd(A, 1.0, 0.0, c[0].data(), ORB_SPARSE_BLOCK_ROW_MAJOR, a.cols); };
+  calls[1] = [&] {
+    orb_sparse_d_csr__g_t_syrkd_c_ker_i4(a.rows, a.cols, 1.0, a.val.data(), a.col.data(), a.ptr.data(),
+                                         a.ptr.data() + 1, 0, 0.0, c[1].data(), a.cols);
+  };
+  // Each answer from a zero C: the part left of the diagonal only accumulates.
+  for (size_t i = 0; i < libs.size(); ++i)
+    if (calls[i]) calls[i]();
+  double worst = 0;
+  for (size_t e = 0; calls[0] && e < n * n; ++e)
+    worst = std::max(worst, std::abs(c[0][e] - c[1][e]) / (std::abs(c[1][e]) + 1.0));
+  if (worst > 1e-12) {
+    std::fprintf(stderr, "orb-bench syrkd: orb on %s differs from the sequential kernel by %.3g\n", a.name.c_str(),
+                 worst);
+    status = 1;
+  }
+  double flops = 0;
+  for (int32_t i = 0; i < a.rows; ++i) flops += 2.0 * std::pow(static_cast<double>(a.ptr[i + 1] - a.ptr[i]), 2);
+  time_row(libs, calls, a.name.c_str(), a.rows, o.target_s, o.rounds,
+           [&](size_t, double best_s) { std::printf("  %11.2f GF", flops / best_s * 1e-9); });
+  std::printf("       %ld entries over %d columns; C of %.0f MB\n", static_cast<long>(a.entries()), a.cols,
+              8e-6 * static_cast<double>(n * n));
   if (A) orb.destroy(A);
+}
+
+//! orb through its handles, then orb's own sequential kernel: the first two
+//! libraries of both sparse tables.
+std::vector<GemmLibrary> orb_pair(int threads, const char *about, const char *serial_about) {
+  std::vector<GemmLibrary> libs{orb_library(threads), GemmLibrary{}};
+  libs[0].about = about;
+  libs[1].key = "serial";
+  libs[1].label = "orb sequential";
+  libs[1].about = serial_about;
+  return libs;
 }
 
 }  // namespace
@@ -260,19 +362,18 @@ int spmv_main(const std::vector<std::string> &args) {
   SpmvOptions o;
   if (!start_subcommand("spmv", args, o, parse_spmv_options, spmv_usage())) return 2;
   const int threads = orb_serv_get_max_threads();
-  std::vector<GemmLibrary> libs;
-  libs.push_back(orb_library(threads));
-  libs[0].about = "analysed handle, threaded general CSR product";
+  std::vector<GemmLibrary> libs = orb_pair(threads, "analysed handle, threaded general CSR product",
+                                           "orb's row kernel over the whole matrix, calling thread");
   const OrbSparse orb(libs[0]);
-  GemmLibrary serial;
-  serial.key = "serial";
-  serial.label = "orb sequential";
-  serial.about = "orb's row kernel over the whole matrix, calling thread";
-  libs.push_back(serial);
   std::vector<Peer> peers;
   peers.push_back(load_peer("liborb_bench_rsb.so", "rsb", "librsb", threads));
   peers.push_back(load_peer("liborb_bench_eigen.so", "eigen", "Eigen", 1));
   for (const Peer &p : peers) libs.push_back(p.lib);
+  GemmLibrary copies = libs[0];
+  copies.key = "orb-copies";
+  copies.label = "orb copies";
+  copies.about = "analysed with copies allowed: the sliced layout (ESB, DIA) the analysis picks";
+  libs.push_back(copies);
   const double copy_gbs = copy_bandwidth(o.quick ? (1L << 23) : (1L << 26));
   std::printf("y := A x, general CSR, double, 32-bit indices, %d threads; GFLOPS from each library's best call;\n"
               "ratios: orb over its sequential kernel and over the fastest peer, paired round by round;\n"
@@ -287,6 +388,44 @@ int spmv_main(const std::vector<std::string> &args) {
   measure_matrix(o, banded(big), orb, libs, peers, copy_gbs, status);
   measure_matrix(o, power_law(big), orb, libs, peers, copy_gbs, status);
   measure_matrix(o, laplacian_2d(100, "small"), orb, libs, peers, copy_gbs, status);
+  return status;
+}
+
+}  // namespace orb::bench
+
+namespace orb::bench {
+
+const char *syrkd_usage() {
+  return "usage: orb-bench syrkd [--quick] [--threads N] [--time S] [--rounds R]\n"
+         "  --quick        20000 rows instead of 200000, a shorter time per measurement\n"
+         "  --threads N    orb's thread count (default: its budget)\n"
+         "  --time S       timed seconds per library and matrix (default 1; 0.2 with --quick)\n"
+         "  --rounds R     interleaved batches per library (default 10; 5 with --quick)\n";
+}
+
+int syrkd_main(const std::vector<std::string> &args) {
+  SpmvOptions o;
+  if (!start_subcommand("syrkd", args, o, parse_spmv_options, syrkd_usage())) return 2;
+  std::vector<GemmLibrary> libs = orb_pair(orb_serv_get_max_threads(),
+                                           "handle, rows in 2T parts adding into C with compare-and-exchange",
+                                           "orb's sequential kernel, calling thread");
+  const OrbSparse orb(libs[0]);
+  std::printf("C := A^T A, CSR A, dense row-major C, double, 32-bit indices, %d threads; GFLOPS (2 len^2 a row)\n"
+              "from each library's best call; ratio: orb over its sequential kernel, paired round by round\n\n",
+              orb_serv_get_max_threads());
+  print_libraries(libs, "rows");
+  int status = 0;
+  const int32_t m = o.quick ? 20000 : 200000, n = 2000;
+  measure_syrkd(o, random_rows("rand8", m, n, 11, [](int32_t, std::mt19937_64 &) { return int64_t{8}; }), orb, libs,
+                status);
+  // Row lengths falling as a power of a random rank: a few rows of hundreds of entries.
+  measure_syrkd(o,
+                random_rows("skewed", m, n, 12,
+                            [](int32_t, std::mt19937_64 &g) {
+                              const double u = std::uniform_real_distribution<double>(0.0, 1.0)(g);
+                              return std::max<int64_t>(2, static_cast<int64_t>(2.0 / std::pow(u + 1e-4, 0.6)));
+                            }),
+                orb, libs, status);
   return status;
 }
 

@@ -25,4 +25,9 @@ const char *spmv_usage();
 //! (1 when a library's y differs from the sequential kernel's).
 int spmv_main(const std::vector<std::string> &args);
 
+//! `orb-bench syrkd`: C := A^T A through orb's handle against its sequential
+//! kernel, with the options of spmv (the threaded peer has no such product).
+const char *syrkd_usage();
+int syrkd_main(const std::vector<std::string> &args);
+
 }  // namespace orb::bench

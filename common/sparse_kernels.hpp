@@ -29,6 +29,11 @@ struct SparseKernels;
     static constexpr auto bsr_n_def = &orb_sparse_##p##_xbsr_mv_n_def_##w;                    \
     static constexpr auto bsr_t_def = &orb_sparse_##p##_xbsr_mv_t_def_##w;                    \
     static constexpr auto coo_def = &orb_sparse_##p##_xcoo_mv_def_##w;                        \
+    static constexpr auto arrays_def = &orb_sparse_##p##_xarrays_mv_def_##w;                  \
+    static constexpr auto rows_mm = &orb_sparse_##p##_csr_ng_n_mm_ker_##w;                    \
+    static constexpr auto mm = &orb_sparse_##p##_mm_##w;                                      \
+    static constexpr auto copy = &orb_sparse_##p##_copy_##w;                                  \
+    static constexpr auto convert = &orb_sparse_##p##_convert_##w;                            \
     static constexpr auto create_transposed = &orb_sparse_##p##_create_transposed_##w;        \
     static constexpr auto create_gen_from_sym = &orb_sparse_##p##_create_gen_from_sym_##w;    \
     static constexpr auto convert_esb = &orb_sparse_##p##_convert_esb_##w;                    \

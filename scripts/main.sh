@@ -24,3 +24,4 @@ echo
 "$bdir/bench/orb-bench" getrf --quick
 "$bdir/bench/orb-bench" spmv --quick
 "$bdir/bench/orb-bench" trsv --quick
+"$bdir/bench/orb-bench" syrkd --quick

@@ -25,6 +25,7 @@
 #include "precision.hpp"
 #include "scratch.hpp"
 #include "sparse/copies.hpp"
+#include "sparse/walk.hpp"
 
 #include <cstring>
 
@@ -163,6 +164,7 @@ void free_record(SparseRecord<T, I> *r) {
   }
   destroy_diagonal_data<double, I>(r->diagonal);
   if (r->owns) {
+    orb_serv_free(r->coo_row);
     orb_serv_free(r->row_start);
     orb_serv_free(r->col_index);
     orb_serv_free(r->values);
@@ -238,18 +240,37 @@ int32_t create_transposed(SparseHandle<T, I> *h) {
   return h->transposed ? ORB_SPARSE_OK : ORB_SPARSE_NO_MEMORY;
 }
 
-//! The general matrix of a symmetric CSR one from its lower (fill 40) or
-//! upper triangle: each stored entry of the triangle, and its mirror off the
-//! diagonal; entries outside the triangle are not part of the matrix.
+//! The general matrix of a symmetric CSR or BSR one from its lower (fill 40)
+//! or upper triangle: each stored entry of the triangle, and its mirror off
+//! the diagonal; entries outside the triangle are not part of the matrix.
+//! For BSR the triangle is one of scalars: a block off the diagonal is kept
+//! whole and mirrored transposed, a diagonal block is made symmetric from its
+//! own triangle.  Null without memory.
 template <class T, class I>
 SparseRecord<T, I> *create_gen_from_sym(const SparseRecord<T, I> *a, bool upper) {
-  return build_by_rows<T, I>(a->rows, a->cols, a->base, 1, 0, [&](auto f) {
+  const I b = a->block;
+  const int64_t bb = int64_t{b} * b;
+  const bool col_major = a->layout == ORB_SPARSE_BLOCK_COL_MAJOR;
+  const auto at = [&](I r, I c) { return col_major ? int64_t{c} * b + r : int64_t{r} * b + c; };
+  Scratch<T> block(bb, 64, Allocator::plain);
+  if (!block) return nullptr;
+  T *buf = block.get();
+  return build_by_rows<T, I>(a->rows, a->cols, a->base, b, a->layout, [&](auto f) {
     for (I i = 0; i < a->rows; ++i)
       for (I k = a->row_start[i] - a->base; k < a->row_end[i] - a->base; ++k) {
         const I j = a->col_index[k] - a->base;
         if (upper ? j < i : j > i) continue;
-        f(i, j, a->values + k);
-        if (i != j) f(j, i, a->values + k);
+        const T *v = a->values + k * bb;
+        if (i == j) {
+          for (I r = 0; r < b; ++r)
+            for (I c = 0; c < b; ++c) buf[at(r, c)] = (upper ? c >= r : c <= r) ? v[at(r, c)] : v[at(c, r)];
+          f(i, j, buf);
+          continue;
+        }
+        f(i, j, v);
+        for (I r = 0; r < b; ++r)
+          for (I c = 0; c < b; ++c) buf[at(r, c)] = v[at(c, r)];
+        f(j, i, buf);
       }
   });
 }
@@ -259,9 +280,160 @@ int32_t create_general_copy(SparseHandle<T, I> *h, int32_t fill) {
   const bool upper = fill != ORB_SPARSE_LOWER;
   SparseRecord<T, I> *&slot = upper ? h->general_from_upper : h->general_from_lower;
   if (slot) return ORB_SPARSE_OK;
-  if (!h->primary || h->format != kFormatCsr || h->primary->rows != h->primary->cols) return ORB_SPARSE_INTERNAL;
+  if (!h->primary || (h->format != kFormatCsr && h->format != kFormatBsr) || h->primary->rows != h->primary->cols)
+    return ORB_SPARSE_INTERNAL;
   slot = create_gen_from_sym(h->primary, upper);
   return slot ? ORB_SPARSE_OK : ORB_SPARSE_NO_MEMORY;
+}
+
+//! A handle of the format around a record that owns its arrays (null: 2).
+template <class T, class I>
+int32_t adopt(const SparseHandle<T, I> *from, int32_t format, SparseRecord<T, I> *r, orb_sparse_matrix *B) {
+  SparseHandle<T, I> *h = r ? new_handle<T, I>(format) : nullptr;
+  if (!h) {
+    free_record(r);
+    return ORB_SPARSE_NO_MEMORY;
+  }
+  free_record(h->primary);
+  h->primary = r;
+  h->memory_policy = from->memory_policy;
+  *B = reinterpret_cast<orb_sparse_matrix>(h);
+  return ORB_SPARSE_OK;
+}
+
+//! Calls f(i, j, value) for every stored entry of a record in scalar
+//! coordinates from 0, the COO list included.
+template <class T, class I, class F>
+void each_stored(const SparseHandle<T, I> *h, F &&f) {
+  const SparseRecord<T, I> &r = *h->primary;
+  if (h->format != kFormatCoo) {
+    for_each_entry(r, h->format == kFormatCsc, f);
+    return;
+  }
+  for (I k = 0; k < r.entries; ++k) f(r.coo_row[k] - r.base, r.col_index[k] - r.base, r.values[k]);
+}
+
+//! The copy of a handle's matrix in its own format, owning its arrays: the
+//! lines (rows, columns, block rows) keep their entries in their order and
+//! follow one another; a COO list keeps its order.
+template <class T, class I>
+int32_t copy(const SparseHandle<T, I> *h, orb_sparse_matrix *B) {
+  const SparseRecord<T, I> &a = *h->primary;
+  if (h->format == kFormatCoo) {
+    SparseRecord<T, I> *r = new_owned_record<T, I>(0, a.cols, a.base, 1, 0, a.entries);
+    I *rows = r ? allocate<I>(a.entries > 0 ? a.entries : 1) : nullptr;
+    if (!rows) {
+      free_record(r);
+      return ORB_SPARSE_NO_MEMORY;
+    }
+    r->rows = a.rows;
+    r->row_end = nullptr;
+    r->eligible = 0;
+    r->coo_row = rows;
+    if (a.entries > 0) {
+      std::memcpy(rows, a.coo_row, sizeof(I) * a.entries);
+      std::memcpy(r->col_index, a.col_index, sizeof(I) * a.entries);
+      std::memcpy(r->values, a.values, sizeof(T) * a.entries);
+    }
+    return adopt(h, h->format, r, B);
+  }
+  const bool by_columns = h->format == kFormatCsc;
+  const I lines = by_columns ? a.cols : a.rows, other = by_columns ? a.rows : a.cols;
+  const int64_t bb = int64_t{a.block} * a.block;
+  SparseRecord<T, I> *r = build_by_rows<T, I>(lines, other, a.base, a.block, a.layout, [&](auto f) {
+    for (I l = 0; l < lines; ++l)
+      for (I k = a.row_start[l] - a.base; k < a.row_end[l] - a.base; ++k)
+        f(l, a.col_index[k] - a.base, a.values + k * bb);
+  });
+  if (r && by_columns) r->rows = a.rows, r->cols = a.cols;
+  return adopt(h, h->format, r, B);
+}
+
+//! op(A) as CSR, owning its arrays, with A's index base; each row holds its
+//! entries in the order a walk by rows (CSC: by columns) meets them.
+template <class T, class I>
+SparseRecord<T, I> *csr_of(const SparseHandle<T, I> *h, int32_t op) {
+  using P = Precision<T>;
+  const SparseRecord<T, I> &a = *h->primary;
+  const I b = a.block;
+  const bool n = op == ORB_SPARSE_OP_N, conj = op == ORB_SPARSE_OP_C;
+  return build_by_rows<T, I>(n ? a.rows * b : a.cols * b, n ? a.cols * b : a.rows * b, a.base, 1, 0, [&](auto f) {
+    each_stored(h, [&](I i, I j, const T &v) {
+      const T value = conj ? P::conj(v) : v;
+      if (n)
+        f(i, j, &value);
+      else
+        f(j, i, &value);
+    });
+  });
+}
+
+//! The BSR matrix of blocks b x b of a CSR record (rows and columns multiples
+//! of b): every block holding a stored entry, in the order the rows first
+//! meet them, the entries the CSR matrix does not store zero and those it
+//! stores twice summed.
+template <class T, class I>
+SparseRecord<T, I> *bsr_of(const SparseRecord<T, I> &c, I b, int32_t layout) {
+  const I block_rows = c.rows / b, block_cols = c.cols / b;
+  I *at = allocate<I>(block_cols > 0 ? block_cols : 1);
+  if (!at) return nullptr;
+  // at[bj]: the place of block (bi, bj) among the entries, or -1; two walks,
+  // one counting the blocks and one placing them.
+  const auto walk = [&](auto place) {
+    for (I bj = 0; bj < block_cols; ++bj) at[bj] = -1;
+    I placed = 0;
+    for (I bi = 0; bi < block_rows; ++bi) {
+      const I first = placed;
+      for (I i = bi * b; i < (bi + 1) * b; ++i)
+        for (I k = c.row_start[i] - c.base; k < c.row_end[i] - c.base; ++k) {
+          const I j = c.col_index[k] - c.base;
+          I &slot = at[j / b];
+          if (slot < first) slot = placed++;
+          place(bi, slot, i - bi * b, j, c.values[k]);
+        }
+    }
+    return placed;
+  };
+  const I blocks = walk([](I, I, I, I, const T &) {});
+  SparseRecord<T, I> *r = new_owned_record<T, I>(block_rows, block_cols, c.base, static_cast<int32_t>(b), layout,
+                                                 blocks);
+  if (r) {
+    const int64_t bb = int64_t{b} * b;
+    for (int64_t e = 0; e < blocks * bb; ++e) r->values[e] = Precision<T>::zero();
+    r->row_start[0] = c.base;
+    I row = 0;
+    walk([&](I bi, I slot, I a, I j, const T &v) {
+      while (row < bi) r->row_start[++row] = slot + c.base;
+      r->col_index[slot] = j / b + c.base;
+      const I col = j % b;
+      T &to = r->values[slot * bb + (layout == ORB_SPARSE_BLOCK_COL_MAJOR ? col * b + a : a * b + col)];
+      to = Precision<T>::add(to, v);  // an entry stored twice counts twice, as in the products
+    });
+    while (row < block_rows) r->row_start[++row] = blocks + c.base;
+  }
+  orb_serv_free(at);
+  return r;
+}
+
+//! A new handle of op(A) as CSR (format 1) or as BSR of b x b blocks laid
+//! out by `layout` (format 3), owning its arrays.
+template <class T, class I>
+int32_t convert(const SparseHandle<T, I> *h, int32_t op, int32_t format, I b, int32_t layout,
+                orb_sparse_matrix *B) {
+  if (op < ORB_SPARSE_OP_N || op > ORB_SPARSE_OP_C || (format != kFormatCsr && format != kFormatBsr))
+    return ORB_SPARSE_BAD_VALUE;
+  const SparseRecord<T, I> &a = *h->primary;
+  const I rows = (op == ORB_SPARSE_OP_N ? a.rows : a.cols) * a.block;
+  const I cols = (op == ORB_SPARSE_OP_N ? a.cols : a.rows) * a.block;
+  if (format == kFormatBsr &&
+      (b < 1 || b > (I{1} << 15) || rows % b != 0 || cols % b != 0 ||
+       (layout != ORB_SPARSE_BLOCK_ROW_MAJOR && layout != ORB_SPARSE_BLOCK_COL_MAJOR)))
+    return ORB_SPARSE_BAD_VALUE;
+  SparseRecord<T, I> *c = csr_of(h, op);
+  if (format == kFormatCsr || !c) return adopt(h, kFormatCsr, c, B);
+  SparseRecord<T, I> *r = bsr_of(*c, b, layout);
+  free_record(c);
+  return adopt(h, kFormatBsr, r, B);
 }
 
 template <class I>
@@ -305,6 +477,13 @@ extern "C" void orb_sparse_destroy_matrix(orb_sparse_matrix A) {
   }                                                                                                               \
   extern "C" int32_t orb_sparse_##p##_create_gen_from_sym_##w(orb_sparse_matrix A, int32_t fill) {               \
     return A ? create_general_copy(handle_cast<T, I>(A), fill) : ORB_SPARSE_NULL_POINTER;                         \
+  }                                                                                                               \
+  extern "C" int32_t orb_sparse_##p##_copy_##w(orb_sparse_matrix A, orb_sparse_matrix *B) {                        \
+    return A && B ? copy(handle_cast<T, I>(A), B) : ORB_SPARSE_NULL_POINTER;                                      \
+  }                                                                                                               \
+  extern "C" int32_t orb_sparse_##p##_convert_##w(orb_sparse_matrix A, int32_t op, int32_t format, I block,        \
+                                                 int32_t layout, orb_sparse_matrix *B) {                          \
+    return A && B ? convert(handle_cast<T, I>(A), op, format, block, layout, B) : ORB_SPARSE_NULL_POINTER;         \
   }
 
 ORB_SPARSE_EACH(ORB_SPARSE_HANDLE_ENTRIES)

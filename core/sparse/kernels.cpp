@@ -95,6 +95,51 @@ void coo_product(int32_t op, orb_sparse_descr d, I rows, I cols, I nnz, I base, 
   product.finish();
 }
 
+//! Rows of the general CSR product with several right-hand sides, Y := alpha
+//! A X + beta Y (beta exactly zero never reads Y), the right-hand sides of a
+//! row taken 16 at a time so that their sums stay in registers while the
+//! row's entries are read once per 16.  Row-major X and Y hold a right-hand
+//! side per column, column-major ones per column too, with the rows along it.
+template <class T, class I>
+void csr_rows_mm(I rows, I columns, int32_t layout, T alpha, const T *val, const I *col, const I *rs, const T *x,
+                 I ldx, T beta, T *y, I ldy) {
+  using P = Precision<T>;
+  constexpr I kWidth = 16;
+  const bool row_major = layout == ORB_SPARSE_BLOCK_ROW_MAJOR;
+  const int64_t xr = row_major ? ldx : 1, xc = row_major ? 1 : ldx;
+  const int64_t yr = row_major ? ldy : 1, yc = row_major ? 1 : ldy;
+  const bool zero = P::is_zero(beta);
+  const I first = rs[0];
+  for (I c0 = 0; c0 < columns; c0 += kWidth) {
+    const I width = columns - c0 < kWidth ? columns - c0 : kWidth;
+    for (I i = 0; i < rows; ++i) {
+      T acc[kWidth];
+      for (I c = 0; c < width; ++c) acc[c] = P::zero();
+      for (I k = rs[i] - first; k < rs[i + 1] - first; ++k) {
+        const T v = val[k];
+        const T *xk = x + int64_t{col[k]} * xr + c0 * xc;
+        for (I c = 0; c < width; ++c) acc[c] = P::add(acc[c], P::mul(v, xk[c * xc]));
+      }
+      T *yi = y + int64_t{i} * yr + c0 * yc;
+      for (I c = 0; c < width; ++c)
+        yi[c * yc] = zero ? P::mul(alpha, acc[c]) : P::add(P::mul(alpha, acc[c]), P::mul(beta, yi[c * yc]));
+    }
+  }
+}
+
+//! The product of a matrix given by bare CSR, CSC or BSR arrays (rows and
+//! cols in blocks for BSR), for the character-descriptor routines.
+template <class T, class I>
+void arrays_product(int32_t op, orb_sparse_descr d, int32_t format, I rows, I cols, I block, int32_t layout, I base,
+                    const I *start, const I *end, const I *index, const T *val, T alpha, const T *x, T beta, T *y) {
+  const SparseRecord<T, I> r{rows, cols, base, static_cast<int32_t>(block), 0, layout, const_cast<I *>(start),
+                             const_cast<I *>(end), const_cast<I *>(index), const_cast<T *>(val), nullptr, nullptr,
+                             0, 0, 0};
+  EntryProduct<T, I> product(op, d, rows * block, cols * block, block, alpha, x, beta, y);
+  for_each_entry(r, format == kFormatCsc, [&](I i, I j, const T &v) { product.entry(i, j, v); });
+  product.finish();
+}
+
 }  // namespace
 }  // namespace orb::sparse
 
@@ -135,6 +180,17 @@ using namespace orb::sparse;
                                                    const I *row, const I *col, const T *val, T alpha, const T *x, \
                                                    T beta, T *y) {                                                 \
     coo_product<T, I>(op, d, rows, cols, nnz, base, row, col, val, alpha, x, beta, y);                             \
+  }                                                                                                                \
+  extern "C" void orb_sparse_##p##_csr_ng_n_mm_ker_##w(I rows, I columns, int32_t layout, T alpha, const T *val,  \
+                                                       const I *col, const I *rs, const T *x, I ldx, T beta, T *y, \
+                                                       I ldy) {                                                    \
+    csr_rows_mm<T, I>(rows, columns, layout, alpha, val, col, rs, x, ldx, beta, y, ldy);                           \
+  }                                                                                                                \
+  extern "C" void orb_sparse_##p##_xarrays_mv_def_##w(int32_t op, orb_sparse_descr d, int32_t format, I rows,      \
+                                                      I cols, I block, int32_t layout, I base, const I *start,     \
+                                                      const I *end, const I *index, const T *val, T alpha,         \
+                                                      const T *x, T beta, T *y) {                                  \
+    arrays_product<T, I>(op, d, format, rows, cols, block, layout, base, start, end, index, val, alpha, x, beta, y); \
   }
 #define ORB_SPARSE_DEF_ENTRY(p, T, I, w, name, format)                                                           \
   extern "C" int32_t orb_sparse_##p##_##name##_##w(int32_t op, orb_sparse_descr d, orb_sparse_matrix A,           \

@@ -26,9 +26,6 @@
 
 namespace orb::sparse {
 
-//! The antisymmetric matrix of the character-descriptor routines: A = L - L^T
-//! from the strict triangle named by the fill mode (its diagonal is zero).
-constexpr int32_t kAntisymmetric = 27;
 
 template <class T, class I>
 class EntryProduct {

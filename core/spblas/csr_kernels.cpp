@@ -14,21 +14,28 @@
 //   tt{l,u}{n,u}          triangular, A^T x                          _seq
 //   na{l,u}_              antisymmetric from a strict triangle       _omp
 //   nd_{n,u}              diagonal                                   _seq
-// The _omp kernels of the row-gathering cases (general and triangular A x)
-// cut their rows by the row-balancing rule of the threading layer and run
-// the parts as its sections, looked up at run time (the core never links
-// upward); without a threading layer, or for a product too small to share
-// (under 16384 units of one per entry and one per row a part), they run on
-// the calling thread, as the scattering cases always do.
+// Every _omp kernel cuts its rows by the row-balancing rule of the threading
+// layer and runs the parts as its sections, looked up at run time (the core
+// never links upward).  The row-gathering cases (general and triangular A x)
+// write each part's rows of y; the scattering ones (A^T x, and the symmetric,
+// Hermitian and antisymmetric matrices, whose rows reach every entry of y)
+// add each part into a private y, zeroed by the part, and the calling thread
+// then forms beta y plus their sum (beta exactly 0 never reads y).  Without a
+// threading layer, for a product too small to share (under 16384 units of
+// one per entry and one per row a part), or without memory for the private
+// vectors, they run on the calling thread.
 #include <orb/internal/orb_sparse_kernels.h>
 #include <orb/orb_threader.h>
 
 #include "partition/rows.hpp"
+#include "precision.hpp"
+#include "scratch.hpp"
 #include "sparse/walk.hpp"
 
 #include <dlfcn.h>
 
 #include <algorithm>
+#include <atomic>
 
 namespace orb::sparse {
 namespace {
@@ -68,15 +75,27 @@ struct LegacyProduct {
 using Sections = void (*)(int, void *, orb_threader_fn);
 using Limit = int (*)(void);
 
+//! How an _omp kernel shares its rows: each part writes its own rows of y
+//! (gather), or adds into a private y that the parts' sum then merges into y
+//! (scatter); _seq kernels do not share.
+enum class Cut { none, gather, scatter };
+
 template <class T, class I>
-void run_legacy(const LegacyProduct<T, I> &p, bool split) {
+void run_legacy(const LegacyProduct<T, I> &p, Cut cut) {
+  using P = Precision<T>;
   static const auto sections = reinterpret_cast<Sections>(dlsym(RTLD_DEFAULT, "orb_stx_serv_threader_sections"));
   static const auto limit = reinterpret_cast<Limit>(dlsym(RTLD_DEFAULT, "orb_stx_serv_threader_get_num_threads_limit"));
   if (p.m <= 0) return;
   const I entries = p.pntre[p.m - 1] - p.pntrb[0];
-  int parts = split && sections && limit ? limit() : 1;
+  int parts = cut != Cut::none && sections && limit ? limit() : 1;
   parts = static_cast<int>(std::min<int64_t>(parts, (entries + p.m) / kUnitsPerPart));
-  if (parts <= 1) {
+  // A scattering product adds into a private y of the output's length per
+  // part (rows of a symmetric matrix reach every entry of y); without that
+  // memory it runs on the calling thread.
+  const int64_t len = p.op == ORB_SPARSE_OP_N ? p.m : p.k;
+  Scratch<T> partial(cut == Cut::scatter && parts > 1 ? parts * std::max<int64_t>(p.m, p.k) : 0, 64,
+                     Allocator::plain);
+  if (parts <= 1 || (cut == Cut::scatter && !partial)) {
     p.rows(0, -1);
     return;
   }
@@ -84,16 +103,35 @@ void run_legacy(const LegacyProduct<T, I> &p, bool split) {
     const LegacyProduct<T, I> *p;
     LegacyStarts<I> starts;
     I entries;
-  } ctx{&p, {p.pntrb, p.pntre, p.m}, entries};
+    T *partial;  //!< null for a gathering product
+    int64_t stride;
+    std::atomic<int> used;
+  } ctx{&p, {p.pntrb, p.pntre, p.m}, entries, partial.get(), std::max<int64_t>(p.m, p.k), {0}};
   // The threader runs as many sections as its arena has threads, at most the
   // number asked for, and tells each section how many there are.
   sections(parts, &ctx, [](int part, int, int count, void *c) {
-    const Context &x = *static_cast<Context *>(c);
+    Context &x = *static_cast<Context *>(c);
     const I first = thr::start_row<I>(part, count, x.starts, x.p->base, x.p->m, x.entries);
     const I last = part + 1 == count ? x.p->m : thr::start_row<I>(part + 1, count, x.starts, x.p->base, x.p->m, x.entries);
-    if (first < last) x.p->rows(first, last);
+    if (!x.partial) {
+      if (first < last) x.p->rows(first, last);
+      return 0;
+    }
+    x.used.store(count);
+    LegacyProduct<T, I> mine = *x.p;
+    mine.y = x.partial + part * x.stride;
+    mine.beta = P::one();
+    for (int64_t i = 0; i < x.stride; ++i) mine.y[i] = P::zero();
+    if (first < last) mine.rows(first, last);
     return 0;
   });
+  if (!ctx.partial) return;
+  const bool beta_zero = P::is_zero(p.beta);
+  for (int64_t i = 0; i < len; ++i) {
+    T sum = beta_zero ? P::zero() : P::mul(p.beta, p.y[i]);
+    for (int q = 0; q < ctx.used.load(); ++q) sum = P::add(sum, ctx.partial[q * ctx.stride + i]);
+    p.y[i] = sum;
+  }
 }
 
 template <class T, class I, int32_t Type, int32_t Fill, int32_t Diag, int32_t Op, bool Omp, int Base>
@@ -101,7 +139,8 @@ void legacy_kernel(const I *m, const I *k, const T *alpha, const T *val, const I
                    const I *pntre, const T *x, T *y, const T *beta) {
   const LegacyProduct<T, I> p{Op, {Type, Fill, Diag}, *m, *k, Base, *alpha, *beta, val, indx, pntrb, pntre,
                               x, y};
-  run_legacy(p, Omp && Op == ORB_SPARSE_OP_N && (Type == ORB_SPARSE_GENERAL || Type == ORB_SPARSE_TRIANGULAR));
+  constexpr bool gathers = Op == ORB_SPARSE_OP_N && (Type == ORB_SPARSE_GENERAL || Type == ORB_SPARSE_TRIANGULAR);
+  run_legacy(p, !Omp ? Cut::none : gathers ? Cut::gather : Cut::scatter);
 }
 
 }  // namespace

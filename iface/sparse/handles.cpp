@@ -1,5 +1,5 @@
 // User entry points of the sparse handles: creation in each format, export,
-// hints, analysis, the product and destruction, in s, d, c, z with 32-bit
+// copy and conversion, hints, analysis, the products and destruction, in s, d, c, z with 32-bit
 // indices and, in the names ending in _64, 64-bit ones.
 //
 // The core checks the arrays when it makes a handle; this layer checks what
@@ -20,6 +20,7 @@
 #include "sparse_kernels.hpp"
 #include "sparse_rules.hpp"
 
+#include <cstdint>
 #include <initializer_list>
 
 namespace orb::iface {
@@ -51,6 +52,48 @@ orb_sparse_status exported(orb_sparse_matrix A, int *format, int *base, I *rows,
   *col_index = r.col_index;
   *values = r.values;
   return ORB_SPARSE_OK;
+}
+
+template <class T, class I>
+orb_sparse_status exported_coo(orb_sparse_matrix A, int *base, I *rows, I *cols, I *nnz, I **row_index,
+                               I **col_index, T **values) {
+  if (!A || !base || !rows || !cols || !nnz || !row_index || !col_index || !values) return ORB_SPARSE_NULL_POINTER;
+  if (!made_as<T, I>(A)) return ORB_SPARSE_BAD_VALUE;
+  const SparseHandle<T, I> *h = sparse::handle_cast<T, I>(A);
+  if (h->format != sparse::kFormatCoo) return ORB_SPARSE_UNSUPPORTED;
+  const auto &r = *h->primary;
+  *base = r.base;
+  *rows = r.rows;
+  *cols = r.cols;
+  *nnz = r.entries;
+  *row_index = r.coo_row;
+  *col_index = r.col_index;
+  *values = r.values;
+  return ORB_SPARSE_OK;
+}
+
+template <class T, class I>
+orb_sparse_status many(int op, T alpha, orb_sparse_matrix A, orb_sparse_descr d, int layout, const T *x,
+                       int64_t columns, int64_t ldx, T beta, T *y, int64_t ldy) {
+  if (!A) return ORB_SPARSE_NULL_POINTER;
+  if (!made_as<T, I>(A)) return ORB_SPARSE_BAD_VALUE;
+  constexpr int64_t kMost = sizeof(I) == 8 ? INT64_MAX : INT32_MAX;
+  if (columns > kMost || ldx > kMost || ldy > kMost) return ORB_SPARSE_BAD_VALUE;
+  int32_t status = 0;
+  run_reported(
+      sizeof(I) == 8 ? kIlp64 : kLp64,
+      [&] {
+        status = SparseEntries<T, I>::mm(op, alpha, A, d, layout, x, static_cast<I>(columns), static_cast<I>(ldx),
+                                         beta, y, static_cast<I>(ldy));
+      },
+      [&](CallText &text) {
+        const auto &r = *sparse::handle_cast<T, I>(A)->primary;
+        const char name[] = {'o', 'r', 'b', '_', 's', 'p', 'a', 'r', 's', 'e', '_',
+                             SparseEntries<T, I>::letter, '_', 'm', 'm', '\0'};
+        text.routine(name).integer(int64_t{op}).integer(int64_t{r.rows}).integer(int64_t{r.cols});
+        text.integer(int64_t{r.entries}).integer(columns).integer(int64_t{d.type});
+      });
+  return static_cast<orb_sparse_status>(status);
 }
 
 template <class T, class I>
@@ -94,11 +137,10 @@ int32_t analyse(SparseHandle<T, I> *h, SparseHint<T, I> *node) {
            : node->kind == sparse::kHintSolve ? E::optimize_trsv(A, node)
                                               : E::optimize_symgs(A, node);
   if (h->format != sparse::kFormatCsr && h->format != sparse::kFormatBsr) return ORB_SPARSE_UNSUPPORTED;
-  // Only general matrices (and symmetric CSR ones, through their general
-  // copy) have an analysed product; the transpose is built for the first.
+  // Only general matrices (and symmetric ones, through their general copy)
+  // have an analysed product; the transpose is built for the first.
   const bool general = node->type == ORB_SPARSE_GENERAL;
-  if (!general && (node->type != ORB_SPARSE_SYMMETRIC || h->format != sparse::kFormatCsr))
-    return ORB_SPARSE_UNSUPPORTED;
+  if (!general && node->type != ORB_SPARSE_SYMMETRIC) return ORB_SPARSE_UNSUPPORTED;
   if (general && node->operation != ORB_SPARSE_OP_N)
     if (const int32_t s = E::create_transposed(A)) return s;
   return h->format == sparse::kFormatCsr ? E::optimize_csr(A, node) : E::optimize_bsr(A, node);
@@ -168,6 +210,20 @@ struct Order {
   }
 };
 template <class T, class I>
+struct Copy {
+  static orb_sparse_status run(orb_sparse_matrix A, orb_sparse_matrix *B) {
+    return static_cast<orb_sparse_status>(SparseEntries<T, I>::copy(A, B));
+  }
+};
+template <class T, class I>
+struct Convert {
+  static orb_sparse_status run(orb_sparse_matrix A, int op, int format, int64_t block, int layout,
+                               orb_sparse_matrix *B) {
+    return static_cast<orb_sparse_status>(
+        SparseEntries<T, I>::convert(A, op, format, static_cast<I>(block), layout, B));
+  }
+};
+template <class T, class I>
 struct Announce {
   static orb_sparse_status run(orb_sparse_matrix A, int op, orb_sparse_descr d, int calls, int32_t kind) {
     return announce(sparse::handle_cast<T, I>(A), op, d, calls, kind);
@@ -214,6 +270,23 @@ extern "C" orb_sparse_status orb_sparse_order(orb_sparse_matrix A) {
   return for_handle<Order>(A);
 }
 
+extern "C" orb_sparse_status orb_sparse_copy(orb_sparse_matrix A, orb_sparse_matrix *B) {
+  if (!A || !B) return ORB_SPARSE_NULL_POINTER;
+  return for_handle<Copy>(A, B);
+}
+
+extern "C" orb_sparse_status orb_sparse_convert_csr(orb_sparse_matrix A, int op, orb_sparse_matrix *B) {
+  if (!A || !B) return ORB_SPARSE_NULL_POINTER;
+  return for_handle<Convert>(A, op, int{orb::sparse::kFormatCsr}, int64_t{1}, int{ORB_SPARSE_BLOCK_ROW_MAJOR}, B);
+}
+
+extern "C" orb_sparse_status orb_sparse_convert_bsr(orb_sparse_matrix A, int64_t block, int layout, int op,
+                                                   orb_sparse_matrix *B) {
+  if (!A || !B) return ORB_SPARSE_NULL_POINTER;
+  if (block < 1 || block > (int64_t{1} << 15)) return ORB_SPARSE_BAD_VALUE;
+  return for_handle<Convert>(A, op, int{orb::sparse::kFormatBsr}, block, layout, B);
+}
+
 extern "C" orb_sparse_status orb_sparse_optimize(orb_sparse_matrix A) {
   if (!A) return ORB_SPARSE_NULL_POINTER;
   return for_handle<Optimize>(A);
@@ -245,6 +318,10 @@ extern "C" orb_sparse_status orb_sparse_optimize(orb_sparse_matrix A) {
   extern "C" orb_sparse_status orb_sparse_##p##_export##W(orb_sparse_matrix A, int *format, int *base, I *rows,    \
                                                          I *cols, I *block, I **rs, I **re, I **ci, T **v) {       \
     return exported<T, I>(A, format, base, rows, cols, block, rs, re, ci, v);                                      \
+  }                                                                                                                \
+  extern "C" orb_sparse_status orb_sparse_##p##_export_coo##W(orb_sparse_matrix A, int *base, I *rows, I *cols,    \
+                                                             I *nnz, I **ri, I **ci, T **v) {                      \
+    return exported_coo<T, I>(A, base, rows, cols, nnz, ri, ci, v);                                                \
   }
 
 ORB_SPARSE_IFACE_ENTRIES(s, float, int32_t, i4, )
@@ -264,6 +341,16 @@ ORB_SPARSE_IFACE_ENTRIES(z, ORB_Complex16, int64_t, i8, _64)
     return product<T, int32_t>(op, alpha, A, d, x, beta, y);                                                  \
   }
 ORB_FOR_EACH_PRECISION(ORB_SPARSE_IFACE_MV)
+
+#define ORB_SPARSE_IFACE_MM(p, P, T)                                                                            \
+  extern "C" orb_sparse_status orb_sparse_##p##_mm(int op, T alpha, orb_sparse_matrix A, orb_sparse_descr d,      \
+                                                   int layout, const T *x, int64_t columns, int64_t ldx, T beta, \
+                                                   T *y, int64_t ldy) {                                          \
+    if (A && header(A)->index_bytes == 8)                                                                        \
+      return many<T, int64_t>(op, alpha, A, d, layout, x, columns, ldx, beta, y, ldy);                           \
+    return many<T, int32_t>(op, alpha, A, d, layout, x, columns, ldx, beta, y, ldy);                             \
+  }
+ORB_FOR_EACH_PRECISION(ORB_SPARSE_IFACE_MM)
 
 #define ORB_SPARSE_IFACE_SYRKD(p, P, T)                                                                          \
   extern "C" orb_sparse_status orb_sparse_##p##_syrkd(orb_sparse_matrix A, T alpha, T beta, T *C, int layout,   \

@@ -87,6 +87,8 @@ typedef struct orb_sparse_handle *orb_sparse_matrix;
   orb_sparse_status orb_sparse_##p##_export##W(orb_sparse_matrix A, int *format, int *base, I *rows, I *cols,  \
                                               I *block, I **row_start, I **row_end, I **col_index,           \
                                               T **values);                                                    \
+  orb_sparse_status orb_sparse_##p##_export_coo##W(orb_sparse_matrix A, int *base, I *rows, I *cols, I *nnz,  \
+                                                  I **row_index, I **col_index, T **values);                  \
   orb_sparse_status orb_sparse_##p##_mv(int op, T alpha, orb_sparse_matrix A, orb_sparse_descr descr,         \
                                         const T *x, T beta, T *y);
 
@@ -112,11 +114,33 @@ ORB_SPARSE_CREATE_DECLS(z, ORB_Complex16, int32_t, )
                                                    int64_t *row_end, int64_t *col_index, T *values);          \
   orb_sparse_status orb_sparse_##p##_export_64(orb_sparse_matrix A, int *format, int *base, int64_t *rows,    \
                                                int64_t *cols, int64_t *block, int64_t **row_start,            \
-                                               int64_t **row_end, int64_t **col_index, T **values);
+                                               int64_t **row_end, int64_t **col_index, T **values);           \
+  orb_sparse_status orb_sparse_##p##_export_coo_64(orb_sparse_matrix A, int *base, int64_t *rows,              \
+                                                   int64_t *cols, int64_t *nnz, int64_t **row_index,          \
+                                                   int64_t **col_index, T **values);
 ORB_SPARSE_CREATE_DECLS_64(s, float)
 ORB_SPARSE_CREATE_DECLS_64(d, double)
 ORB_SPARSE_CREATE_DECLS_64(c, ORB_Complex8)
 ORB_SPARSE_CREATE_DECLS_64(z, ORB_Complex16)
+
+/* orb_sparse_?_export (CSR, CSC, BSR) and orb_sparse_?_export_coo (COO) read
+ * a handle's arrays back: those it was made from, or those a copy or a
+ * conversion built (owned by that handle and gone with it).  A handle of the
+ * other kind answers ORB_SPARSE_UNSUPPORTED.
+ *
+ * Y := alpha op(A) X + beta Y for `columns` right-hand sides, X and Y dense,
+ * row-major (ORB_SPARSE_BLOCK_ROW_MAJOR) or column-major (_COL_MAJOR), with
+ * leading dimensions ldx and ldy.  Many rows or many right-hand sides both
+ * run on every thread for a general CSR matrix; other cases run the product
+ * orb_sparse_?_mv once per right-hand side. */
+#define ORB_SPARSE_USER_MM(p, T)                                                                             \
+  orb_sparse_status orb_sparse_##p##_mm(int op, T alpha, orb_sparse_matrix A, orb_sparse_descr descr,         \
+                                        int layout, const T *x, int64_t columns, int64_t ldx, T beta, T *y,   \
+                                        int64_t ldy);
+ORB_SPARSE_USER_MM(s, float)
+ORB_SPARSE_USER_MM(d, double)
+ORB_SPARSE_USER_MM(c, ORB_Complex8)
+ORB_SPARSE_USER_MM(z, ORB_Complex16)
 
 /* C := alpha A^T A + beta C for a CSR handle A of m rows and n columns, C
  * dense n x n with leading dimension ldc >= max(1, n), laid out by `layout`
@@ -167,6 +191,17 @@ ORB_SPARSE_SOLVE_DECLS(d, double)
 ORB_SPARSE_SOLVE_DECLS(c, ORB_Complex8)
 ORB_SPARSE_SOLVE_DECLS(z, ORB_Complex16)
 
+/* A new handle *B that owns copies of A's arrays, in A's format (copy), or
+ * holds op(A) as CSR with A's index base (convert_csr), or as BSR of block x
+ * block blocks laid out by `layout` (convert_bsr; the sizes of op(A) must be
+ * multiples of block, and every block holding a stored entry is kept whole).
+ * B starts without hints or analysis and keeps A's memory policy; A is not
+ * changed.  On failure *B is not written. */
+orb_sparse_status orb_sparse_copy(orb_sparse_matrix A, orb_sparse_matrix *B);
+orb_sparse_status orb_sparse_convert_csr(orb_sparse_matrix A, int op, orb_sparse_matrix *B);
+orb_sparse_status orb_sparse_convert_bsr(orb_sparse_matrix A, int64_t block, int layout, int op,
+                                         orb_sparse_matrix *B);
+
 /* Releases the handle and everything its analysis built (A may be NULL). */
 orb_sparse_status orb_sparse_destroy(orb_sparse_matrix A);
 
@@ -191,6 +226,41 @@ orb_sparse_status orb_sparse_optimize(orb_sparse_matrix A);
  * answers ORB_SPARSE_UNSUPPORTED.  Call it before the analysis: analysed
  * copies are not sorted again. */
 orb_sparse_status orb_sparse_order(orb_sparse_matrix A);
+
+/* ---- Character-descriptor products -------------------------------------- */
+
+/* y := alpha op(A) x + beta y from bare arrays, all arguments by reference:
+ * transa "N", "T" or "C" (any other letter transposes); matdescra characters
+ * 1 to 4: the kind (G general, S symmetric, H Hermitian, T triangular, A
+ * antisymmetric, D diagonal; coomv knows all but A), "L" lower or else upper,
+ * "N" non-unit or else unit diagonal, "C" zero-based or else one-based
+ * indices.  csrmv rows and cscmv columns [pntrb[i], pntre[i]); coomv nnz
+ * entries (rowind, colind, val); bsrmv block rows of lb x lb blocks, a block
+ * row-major with zero-based indices and column-major with one-based ones (m,
+ * k count blocks).  The names take 64-bit integers, the _lp64 names int.  An
+ * unknown kind, a null argument, a negative size or lb < 1 return at once
+ * and leave y as it was.  csrmv under "C" transposes without conjugating. */
+#define ORB_SPARSE_LEGACY_DECLS(p, T, I, W)                                                                  \
+  void orb_##p##csrmv##W(const char *transa, const I *m, const I *k, const T *alpha, const char *matdescra,   \
+                         const T *val, const I *indx, const I *pntrb, const I *pntre, const T *x, const T *beta, \
+                         T *y);                                                                               \
+  void orb_##p##cscmv##W(const char *transa, const I *m, const I *k, const T *alpha, const char *matdescra,   \
+                         const T *val, const I *indx, const I *pntrb, const I *pntre, const T *x, const T *beta, \
+                         T *y);                                                                               \
+  void orb_##p##coomv##W(const char *transa, const I *m, const I *k, const T *alpha, const char *matdescra,   \
+                         const T *val, const I *rowind, const I *colind, const I *nnz, const T *x,            \
+                         const T *beta, T *y);                                                                \
+  void orb_##p##bsrmv##W(const char *transa, const I *m, const I *k, const I *lb, const T *alpha,            \
+                         const char *matdescra, const T *val, const I *indx, const I *pntrb, const I *pntre,  \
+                         const T *x, const T *beta, T *y);
+ORB_SPARSE_LEGACY_DECLS(s, float, ORB_INT, )
+ORB_SPARSE_LEGACY_DECLS(d, double, ORB_INT, )
+ORB_SPARSE_LEGACY_DECLS(c, ORB_Complex8, ORB_INT, )
+ORB_SPARSE_LEGACY_DECLS(z, ORB_Complex16, ORB_INT, )
+ORB_SPARSE_LEGACY_DECLS(s, float, int, _lp64)
+ORB_SPARSE_LEGACY_DECLS(d, double, int, _lp64)
+ORB_SPARSE_LEGACY_DECLS(c, ORB_Complex8, int, _lp64)
+ORB_SPARSE_LEGACY_DECLS(z, ORB_Complex16, int, _lp64)
 
 ORB_END_DECLS
 

@@ -58,8 +58,12 @@ INSTANTIATE_TEST_SUITE_P(
                                   "cdecl",
                                   {"cblas_dgemm(CblasRowMajor,CblasNoTrans,CblasTrans,2,3,4,1.5,@,4,@,4,0,@,3)",
                                    "cblas_zgemv(CblasColMajor,CblasConjTrans,2,3,(1,-0.5),@,2,@,1,(0,0),@,1)"}},
-                      // A sparse product: operation, rows, columns, stored entries, matrix type.
-                      VerboseCase{"sparse", "lp64", {"orb_sparse_d_mv(10,2,3,2,20)"}}),
+                      // Sparse products: operation, rows, columns, stored entries, (right-hand
+                      // sides,) matrix type; a character-descriptor one: operation, kind, sizes.
+                      VerboseCase{"sparse",
+                                  "lp64",
+                                  {"orb_sparse_d_mv(10,2,3,2,20)", "orb_sparse_d_mm(10,2,3,2,2,20)",
+                                   "orb_dcsrmv_lp64(N,G,2,3)"}}),
     [](const auto &info) { return std::string(info.param.form); });
 
 }  // namespace

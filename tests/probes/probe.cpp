@@ -193,7 +193,11 @@ int calls(const char *form) {
     orb_sparse_matrix A = nullptr;
     if (orb_sparse_d_create_csr3(&A, 0, 2, 3, ptr, col, a) != ORB_SPARSE_OK) return 3;
     orb_sparse_d_mv(ORB_SPARSE_OP_N, alpha, A, {ORB_SPARSE_GENERAL, 0, 0}, b, beta, c);
+    orb_sparse_d_mm(ORB_SPARSE_OP_N, alpha, A, {ORB_SPARSE_GENERAL, 0, 0}, ORB_SPARSE_BLOCK_COL_MAJOR, b, 2, 3, beta,
+                    c, 2);
     orb_sparse_destroy(A);
+    const int m = 2, k = 3;
+    orb_dcsrmv_lp64("N", &m, &k, &alpha, "GLNC", a, col, ptr, ptr + 1, b, &beta, c);
   } else {
     return 2;
   }

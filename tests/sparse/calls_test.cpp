@@ -15,6 +15,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cmath>
+#include <functional>
 #include <mutex>
 #include <random>
 #include <thread>
@@ -39,6 +40,8 @@ struct Seen {
   std::atomic<int> fail_at{-1};  // the number of the allocation to fail, -1 for none
   std::atomic<int> count{0};
   std::atomic<int> sweep_blocks{0}, default_solves{0};
+  const double *y_base = nullptr;  // the Y of a product of several right-hand sides
+  std::vector<int> mm_first_rhs;
 };
 Seen seen;
 
@@ -47,6 +50,7 @@ void observe(const int32_t *row_start = nullptr, int fail_at = -1) {
   seen.row_start = row_start;
   seen.pieces.clear();
   seen.def_ops.clear();
+  seen.mm_first_rhs.clear();
   seen.allocations.clear();
   seen.transposed = seen.merges = 0;
   seen.merge_parts = -1;
@@ -112,6 +116,21 @@ extern "C" int32_t orb_sparse_d_trsv_def_i4(int32_t op, orb_sparse_descr d, orb_
   ++seen.default_solves;
   static const auto real = ORB_TEST_NEXT(orb_sparse_d_trsv_def_i4);
   return real(op, d, A, diag, alpha, x, y);
+}
+extern "C" void orb_sparse_d_csr_ng_n_mm_ker_i4(int32_t rows, int32_t columns, int32_t layout, double alpha,
+                                                const double *v, const int32_t *ci, const int32_t *rs,
+                                                const double *x, int32_t ldx, double beta, double *y, int32_t ldy) {
+  {
+    std::lock_guard<std::mutex> g(seen.lock);
+    // A piece of several right-hand sides: first row, rows, whether it is 16
+    // wide (in `beta`), and its first right-hand side.
+    if (seen.row_start && seen.y_base) {
+      seen.pieces.push_back({rs - seen.row_start, rows, columns == 16});
+      seen.mm_first_rhs.push_back(static_cast<int>((y - seen.y_base) / ldy));
+    }
+  }
+  static const auto real = ORB_TEST_NEXT(orb_sparse_d_csr_ng_n_mm_ker_i4);
+  real(rows, columns, layout, alpha, v, ci, rs, x, ldx, beta, y, ldy);
 }
 extern "C" void *orb_serv_malloc(int64_t bytes, int alignment) {
   static const auto real = ORB_TEST_NEXT(orb_serv_malloc);
@@ -605,6 +624,94 @@ TEST(SparseSolveCalls, AllocationFailuresInTheGaussSeidelPath) {
     EXPECT_EQ(seen.live, live) << "allocation " << k;
   }
   EXPECT_FALSE(failed_somewhere) << "a run with every allocation served";
+}
+
+// A symmetric BSR matrix from its lower triangle is analysed into the general
+// copy of its blocks: a block above the diagonal and the upper halves of the
+// diagonal blocks (99) are not part of the matrix, a block below is mirrored
+// transposed, and the threaded block product runs on the copy.
+TEST(SparseAnalysis, SymmetricBsrGetsItsGeneralCopy) {
+  int32_t ptr[] = {0, 2, 4}, col[] = {0, 1, 0, 1};
+  double val[] = {1, 99, 2, 3, 99, 99, 99, 99, 4, 5, 6, 7, 8, 99, 9, 10};
+  orb_sparse_matrix A = nullptr;
+  ASSERT_EQ(orb_sparse_d_create_bsr(&A, 0, ORB_SPARSE_BLOCK_ROW_MAJOR, 2, 2, 2, ptr, ptr + 1, col, val), ORB_SPARSE_OK);
+  const orb_sparse_descr lower{ORB_SPARSE_SYMMETRIC, ORB_SPARSE_LOWER, ORB_SPARSE_NON_UNIT};
+  ASSERT_EQ(orb_sparse_set_mv_hint(A, ORB_SPARSE_OP_N, lower, 5), ORB_SPARSE_OK);
+  ASSERT_EQ(orb_sparse_optimize(A), ORB_SPARSE_OK);
+  const auto *h = sparse::handle_cast<double, int32_t>(A);
+  ASSERT_NE(h->general_from_lower, nullptr);
+  EXPECT_NE(h->mv_hints, nullptr);
+  const double x[] = {1, 1, 1, 1};
+  double y[] = {NAN, NAN, NAN, NAN};
+  ASSERT_EQ(orb_sparse_d_mv(ORB_SPARSE_OP_N, 1.0, A, lower, x, 0.0, y), ORB_SPARSE_OK);
+  EXPECT_EQ(std::vector<double>(y, y + 4), (std::vector<double>{13, 17, 26, 32}));
+  orb_sparse_destroy(A);
+}
+
+// Several right-hand sides: 40 of them over 900 rows are blocks of 16, 16
+// and 8; the loop's pieces, cut at block boundaries, cover every (block, row)
+// pair once, and the result is each column's product.
+TEST(SparseMm, PiecesCoverEveryBlockAndRowOnce) {
+  Laplacian lap(30);
+  orb_sparse_matrix A = nullptr;
+  ASSERT_EQ(orb_sparse_d_create_csr3(&A, 0, lap.rows, lap.rows, lap.ptr.data(), lap.col.data(), lap.val.data()),
+            ORB_SPARSE_OK);
+  const int64_t n = lap.rows, columns = 40;
+  std::vector<double> x(n * columns), y(n * columns, 0.0);
+  for (int64_t i = 0; i < n * columns; ++i) x[i] = 1.0 + static_cast<double>(i / n);
+  observe(lap.ptr.data());
+  seen.y_base = y.data();
+  ASSERT_EQ(orb_sparse_d_mm(ORB_SPARSE_OP_N, 1.0, A, kGeneral, ORB_SPARSE_BLOCK_COL_MAJOR, x.data(), columns, n, 0.0,
+                            y.data(), n),
+            ORB_SPARSE_OK);
+  std::vector<int> covered(3 * n, 0);
+  ASSERT_EQ(seen.pieces.size(), seen.mm_first_rhs.size());
+  for (size_t p = 0; p < seen.pieces.size(); ++p) {
+    const int block = seen.mm_first_rhs[p] / 16;
+    EXPECT_EQ(seen.mm_first_rhs[p] % 16, 0);
+    EXPECT_EQ(seen.pieces[p].beta, block < 2) << "block " << block << " is 16 wide";
+    for (int64_t r = seen.pieces[p].first; r < seen.pieces[p].first + seen.pieces[p].count; ++r)
+      ++covered[block * n + r];
+  }
+  EXPECT_EQ(covered, std::vector<int>(3 * n, 1));
+  // Row sums of the Laplacian are 0 inside and up to 2 on the border; column c of X is c + 1.
+  for (int64_t c = 0; c < columns; ++c)
+    EXPECT_EQ(y[c * n + lap.middle], 0.0) << c;
+  EXPECT_EQ(y[39 * n], 2.0 * 40);
+  seen.y_base = nullptr;
+  observe();
+  orb_sparse_destroy(A);
+}
+
+// Copies and conversions take their arrays through orb_serv_malloc: each
+// allocation failing in turn answers 2, makes no handle and leaks nothing.
+TEST(SparseConvert, AllocationFailuresMakeNothing) {
+  Laplacian lap(5);
+  orb_sparse_matrix A = nullptr;
+  ASSERT_EQ(orb_sparse_d_create_csr3(&A, 0, lap.rows, lap.rows, lap.ptr.data(), lap.col.data(), lap.val.data()),
+            ORB_SPARSE_OK);
+  const std::function<orb_sparse_status(orb_sparse_matrix *)> makers[] = {
+      [&](orb_sparse_matrix *B) { return orb_sparse_copy(A, B); },
+      [&](orb_sparse_matrix *B) { return orb_sparse_convert_csr(A, ORB_SPARSE_OP_T, B); },
+      [&](orb_sparse_matrix *B) { return orb_sparse_convert_bsr(A, 5, ORB_SPARSE_BLOCK_COL_MAJOR, 10, B); },
+  };
+  for (const auto &make : makers) {
+    bool failed = true;
+    for (int k = 0; failed && k < 32; ++k) {
+      const long live = seen.live;
+      observe(nullptr, k);
+      orb_sparse_matrix B = nullptr;
+      const orb_sparse_status s = make(&B);
+      failed = s == ORB_SPARSE_NO_MEMORY;
+      EXPECT_TRUE(s == ORB_SPARSE_OK || failed) << s;
+      if (failed) EXPECT_EQ(B, nullptr);
+      orb_sparse_destroy(B);
+      EXPECT_EQ(seen.live, live) << "allocation " << k;
+    }
+    EXPECT_FALSE(failed) << "a run with every allocation served";
+  }
+  observe();
+  orb_sparse_destroy(A);
 }
 
 }  // namespace

@@ -41,7 +41,7 @@ void check_product(Format f, int base, int op, orb_sparse_descr d, cld al, cld b
   using Api = SparseApi<T, I>;
   SparseArrays<T, I> a;
   orb_sparse_matrix A = nullptr;
-  const orb_sparse_status made = make<T, I>(f, a, s, rows, cols, b, base, &A);
+  const orb_sparse_status made = make_handle<T, I>(f, a, s, rows, cols, b, base, &A);
   ASSERT_EQ(made, ORB_SPARSE_OK);
   for (const bool analysed : {false, true}) {
     const std::string where = "format " + std::to_string(f) + " base " + std::to_string(base) + " op " +

@@ -112,7 +112,7 @@ TYPED_TEST(SparseSolves, EveryFormatOperationAndDescriptor) {
         const std::vector<T> s = stored_square<T>(n, b, seed);
         SparseArrays<T, I> a;
         orb_sparse_matrix A = nullptr;
-        ASSERT_EQ((make<T, I>(f, a, s, n, n, b, base, &A)), ORB_SPARSE_OK);
+        ASSERT_EQ((make_handle<T, I>(f, a, s, n, n, b, base, &A)), ORB_SPARSE_OK);
         const std::vector<T> m = solved_matrix(s, n, b, d);
         const std::vector<T> x = random_matrix<T>(n, 1, n, seed + 1);
         const cld alpha = wide(narrow<T>(seed % 3 ? cld(1) : cld(2, -0.5)));
@@ -146,7 +146,7 @@ TYPED_TEST(SparseSolves, StatusesLeaveYUntouched) {
                           bool null_y = false) {
     SparseArrays<T, I> a;
     orb_sparse_matrix A = nullptr;
-    EXPECT_EQ((make<T, I>(f, a, stored, rows, n, f == kBsrRow ? 2 : 1, 0, &A)), ORB_SPARSE_OK);
+    EXPECT_EQ((make_handle<T, I>(f, a, stored, rows, n, f == kBsrRow ? 2 : 1, 0, &A)), ORB_SPARSE_OK);
     std::vector<T> y = y0;
     const orb_sparse_status got = Api::trsv(op, narrow<T>(cld(1)), A, d, x.data(), null_y ? nullptr : y.data());
     EXPECT_TRUE(same_bits(y, y0)) << "status " << got;
@@ -202,7 +202,7 @@ TYPED_TEST(SparseSolves, SeveralRightHandSides) {
   const std::vector<T> s = laplacian_2d<T>(g);
   SparseArrays<T, I> a;
   orb_sparse_matrix A = nullptr;
-  ASSERT_EQ((make<T, I>(kCsr3, a, s, n, n, 1, 1, &A)), ORB_SPARSE_OK);
+  ASSERT_EQ((make_handle<T, I>(kCsr3, a, s, n, n, 1, 1, &A)), ORB_SPARSE_OK);
   const orb_sparse_descr upper{ORB_SPARSE_TRIANGULAR, ORB_SPARSE_UPPER, ORB_SPARSE_NON_UNIT};
   const T alpha = narrow<T>(cld(1.5));
   for (const bool col_major : {true, false}) {
@@ -292,7 +292,7 @@ TYPED_TEST(SparseSolves, AnalysedSweepsMatchTheSequentialSweepBitForBit) {
       for (const int fill : {ORB_SPARSE_LOWER, ORB_SPARSE_UPPER, ORB_SPARSE_FULL}) {
         SparseArrays<T, I> a;
         orb_sparse_matrix A = nullptr;
-        ASSERT_EQ((make<T, I>(kCsr3, a, triangle_of(m, n, fill), n, n, 1, 0, &A)), ORB_SPARSE_OK);
+        ASSERT_EQ((make_handle<T, I>(kCsr3, a, triangle_of(m, n, fill), n, n, 1, 0, &A)), ORB_SPARSE_OK);
         const orb_sparse_descr d{ORB_SPARSE_SYMMETRIC, fill, ORB_SPARSE_NON_UNIT};
         ASSERT_EQ(orb_sparse_set_symgs_hint(A, ORB_SPARSE_OP_N, d, 100), ORB_SPARSE_OK);
         ASSERT_EQ(orb_sparse_optimize(A), ORB_SPARSE_OK);
@@ -356,7 +356,7 @@ TYPED_TEST(SparseSolves, DefaultSweepsAgreeWithTheSequentialSweep) {
       for (const int op : {ORB_SPARSE_OP_N, ORB_SPARSE_OP_T}) {
         SparseArrays<T, I> a;
         orb_sparse_matrix A = nullptr;
-        ASSERT_EQ((make<T, I>(f, a, triangle_of(m, n, fill), n, n, 1, 1, &A)), ORB_SPARSE_OK);
+        ASSERT_EQ((make_handle<T, I>(f, a, triangle_of(m, n, fill), n, n, 1, 1, &A)), ORB_SPARSE_OK);
         std::vector<T> x = x0;
         ASSERT_EQ(Api::symgs(op, A, {ORB_SPARSE_SYMMETRIC, fill, ORB_SPARSE_NON_UNIT}, b.data(), x.data()),
                   ORB_SPARSE_OK);
@@ -383,7 +383,7 @@ TYPED_TEST(SparseSolves, AnalysedSolvesMatchTheDefaultSolve) {
   for (const int fill : {ORB_SPARSE_LOWER, ORB_SPARSE_UPPER}) {
     SparseArrays<T, I> a;
     orb_sparse_matrix A = nullptr;
-    ASSERT_EQ((make<T, I>(kCsr3, a, m, n, n, 1, 0, &A)), ORB_SPARSE_OK);
+    ASSERT_EQ((make_handle<T, I>(kCsr3, a, m, n, n, 1, 0, &A)), ORB_SPARSE_OK);
     const orb_sparse_descr d{ORB_SPARSE_TRIANGULAR, fill, ORB_SPARSE_NON_UNIT};
     std::vector<T> plain(n);
     ASSERT_EQ(Api::trsv(ORB_SPARSE_OP_N, narrow<T>(cld(1)), A, d, x.data(), plain.data()), ORB_SPARSE_OK);
@@ -411,7 +411,7 @@ TEST(SparseGaussSeidel, BlockingRuleWorkedExample) {
   const int64_t n = 256;
   SparseArrays<double, int32_t> a;
   orb_sparse_matrix A = nullptr;
-  ASSERT_EQ((make<double, int32_t>(kCsr3, a, laplacian_2d<double>(16), n, n, 1, 0, &A)), ORB_SPARSE_OK);
+  ASSERT_EQ((make_handle<double, int32_t>(kCsr3, a, laplacian_2d<double>(16), n, n, 1, 0, &A)), ORB_SPARSE_OK);
   const orb_sparse_descr d{ORB_SPARSE_SYMMETRIC, ORB_SPARSE_FULL, ORB_SPARSE_NON_UNIT};
   ASSERT_EQ(orb_sparse_set_symgs_hint(A, ORB_SPARSE_OP_N, d, 10), ORB_SPARSE_OK);
   ASSERT_EQ(orb_sparse_optimize(A), ORB_SPARSE_OK);
@@ -445,7 +445,7 @@ TEST(SparseGaussSeidel, ConvergesAtTheTextbookRateOnPoisson) {
   const std::vector<double> m = laplacian_2d<double>(g);
   SparseArrays<double, int32_t> a;
   orb_sparse_matrix A = nullptr;
-  ASSERT_EQ((make<double, int32_t>(kCsr3, a, triangle_of(m, n, ORB_SPARSE_LOWER), n, n, 1, 0, &A)), ORB_SPARSE_OK);
+  ASSERT_EQ((make_handle<double, int32_t>(kCsr3, a, triangle_of(m, n, ORB_SPARSE_LOWER), n, n, 1, 0, &A)), ORB_SPARSE_OK);
   const orb_sparse_descr d{ORB_SPARSE_SYMMETRIC, ORB_SPARSE_LOWER, ORB_SPARSE_NON_UNIT};
   ASSERT_EQ(orb_sparse_set_symgs_hint(A, ORB_SPARSE_OP_N, d, 100), ORB_SPARSE_OK);
   ASSERT_EQ(orb_sparse_optimize(A), ORB_SPARSE_OK);

@@ -13,6 +13,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cmath>
 #include <string>
 
 namespace orb::test {
@@ -125,18 +126,7 @@ TYPED_TEST(LegacyResults, EveryKindOperationAndBase) {
         for (const char base : {'C', 'F'})
           for (const char *trans : {"N", "T", "C"}) {
             const std::vector<T> s = stored_matrix<T>(n, n, 1, ++seed);
-            const bool lower = fill == 'L', unit = diag == 'U' && kind != 'G' && kind != 'A';
-            const bool complex = is_complex_v<T>;
-            const int32_t type = kind == 'G' ? 20 : kind == 'S' ? 21 : kind == 'H' ? 22 : kind == 'T' ? 23 : 24;
-            std::vector<T> m = described_matrix(
-                s, n, n, 1, {type, lower ? ORB_SPARSE_LOWER : ORB_SPARSE_UPPER, unit ? ORB_SPARSE_UNIT : ORB_SPARSE_NON_UNIT});
-            if (kind == 'H' && !complex) m = described_matrix(s, n, n, 1, {21, lower ? 40 : 41, unit ? 51 : 50});
-            if (kind == 'A')
-              for (int64_t i = 0; i < n; ++i)
-                for (int64_t j = 0; j < n; ++j) {
-                  const bool stored = lower ? j < i : j > i;
-                  m[i + j * n] = stored ? s[i + j * n] : i == j ? narrow<T>(0) : narrow<T>(-wide(s[j + i * n]));
-                }
+            const std::vector<T> m = legacy_matrix(s, n, kind, fill, diag);
             const bool transposes = *trans != 'N' && (kind == 'G' || kind == 'T' || kind == 'A');
             const int b = base == 'C' ? 0 : 1;
             SparseArrays<T, I> a = compressed<T, I>(s, n, n, b, false, true);
@@ -151,26 +141,43 @@ TYPED_TEST(LegacyResults, EveryKindOperationAndBase) {
           }
 }
 
-// The threaded kernels cut a large general matrix's rows into as many parts
-// as the threader offers (it runs at most its arena's threads of them), and
-// the product is the sequential one's.
+// The threaded kernels cut a large matrix's rows into as many parts as the
+// threader offers (it runs at most its arena's threads of them), whether
+// each part writes its own rows of y (general and triangular A x) or adds
+// into a private y that is then summed (A^T x, symmetric and antisymmetric
+// matrices); the product is the one the calling thread alone forms, and beta
+// exactly 0 does not read y.
 TEST(LegacyCsr, ThreadedKernelsCutRowsIntoParts) {
   const int64_t n = 40000;
   std::vector<ORB_INT> ptr{0}, col;
   std::vector<double> val;
   for (int64_t i = 0; i < n; ++i) {
-    for (int64_t j = std::max<int64_t>(0, i - 2); j <= std::min(n - 1, i + 2); ++j) col.push_back(j), val.push_back(1.0);
+    for (int64_t j = std::max<int64_t>(0, i - 2); j <= std::min(n - 1, i + 2); ++j)
+      col.push_back(j), val.push_back(1.0 + static_cast<double>((i + 2 * j) % 7));
     ptr.push_back(static_cast<ORB_INT>(col.size()));
   }
-  std::vector<double> x(n, 1.0), y(n, 0.0);
-  const double one = 1, zero = 0;
-  limit = 4;
-  sections_asked = 0;
-  orb_spblas_orb_dcsrmv("N", &n, &n, &one, "GLNC", val.data(), col.data(), ptr.data(), ptr.data() + 1, x.data(),
-                        &zero, y.data());
-  limit = 0;
-  EXPECT_EQ(sections_asked, 4);
-  for (int64_t i = 0; i < n; ++i) ASSERT_EQ(y[i], static_cast<double>(ptr[i + 1] - ptr[i])) << i;
+  std::vector<double> x(n);
+  for (int64_t i = 0; i < n; ++i) x[i] = 1.0 + static_cast<double>(i % 5);
+  const double one = 1, half = 0.5;
+  for (const char *trans : {"N", "T"})
+    for (const char *descr : {"GLNC", "TUNC", "SLNC", "HUUC", "ALNC"})
+      for (const double *beta : {&half, static_cast<const double *>(nullptr)}) {
+        const double zero = 0;
+        const double *b = beta ? beta : &zero;
+        std::vector<double> alone(n, 3.0), shared(n, beta ? 3.0 : NAN);
+        limit = 1;
+        orb_spblas_orb_dcsrmv(trans, &n, &n, &one, descr, val.data(), col.data(), ptr.data(), ptr.data() + 1,
+                              x.data(), b, alone.data());
+        limit = 4;
+        sections_asked = 0;
+        orb_spblas_orb_dcsrmv(trans, &n, &n, &one, descr, val.data(), col.data(), ptr.data(), ptr.data() + 1,
+                              x.data(), b, shared.data());
+        limit = 0;
+        const bool seq = *descr == 'T' && *trans == 'T';
+        EXPECT_EQ(sections_asked, seq ? 0 : 4) << trans << " " << descr;
+        for (int64_t i = 0; i < n; ++i)
+          ASSERT_NEAR(shared[i], alone[i], 1e-12 * std::abs(alone[i]) + 1e-12) << trans << " " << descr << " " << i;
+      }
 }
 
 }  // namespace

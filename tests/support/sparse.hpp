@@ -26,6 +26,8 @@ struct SparseApi;
     static constexpr auto bsr = &orb_sparse_##p##_create_bsr##W;   \
     static constexpr auto exported = &orb_sparse_##p##_export##W;  \
     static constexpr auto mv = &orb_sparse_##p##_mv;               \
+    static constexpr auto mm = &orb_sparse_##p##_mm;               \
+    static constexpr auto exported_coo = &orb_sparse_##p##_export_coo##W; \
   };
 ORB_TEST_SPARSE_API(s, float, int32_t, )
 ORB_TEST_SPARSE_API(d, double, int32_t, )
@@ -179,13 +181,13 @@ SparseArrays<T, I> blocks(const std::vector<T> &s, int64_t rows, int64_t cols, i
   return a;
 }
 
-//! The formats a test makes a handle in: CSR with one pointer array or with
-//! gaps between rows, CSC, COO, BSR with row- or column-major blocks.
+//! The formats and array forms a handle can be made from.
 enum Format { kCsr3, kCsrGaps, kCsc, kCoo, kBsrRow, kBsrCol };
 
-//! Makes a handle of the stored matrix in one format; arrays must outlive it.
+//! Makes a handle of the stored matrix in one format (a BSR one of blocks
+//! b x b); the arrays a must outlive it.
 template <class T, class I>
-inline orb_sparse_status make(Format f, SparseArrays<T, I> &a, const std::vector<T> &s, int64_t rows, int64_t cols,
+orb_sparse_status make_handle(Format f, SparseArrays<T, I> &a, const std::vector<T> &s, int64_t rows, int64_t cols,
                        int64_t b, int base, orb_sparse_matrix *A) {
   using Api = SparseApi<T, I>;
   switch (f) {
@@ -223,6 +225,25 @@ std::vector<T> laplacian_2d(int64_t g) {
     for (const int64_t j : {c > 0 ? i - 1 : -1, c + 1 < g ? i + 1 : -1, r > 0 ? i - g : -1, r + 1 < g ? i + g : -1})
       if (j >= 0) m[i + j * n] = narrow<T>(-1);
   }
+  return m;
+}
+
+//! The n x n matrix a character descriptor (kind G S H T A D, fill L or U,
+//! diagonal N or U) makes of the stored one; a real Hermitian matrix is
+//! symmetric, an antisymmetric one L - L^T from the strict triangle.
+template <class T>
+std::vector<T> legacy_matrix(const std::vector<T> &s, int64_t n, char kind, char fill, char diag) {
+  const bool lower = fill == 'L', unit = diag == 'U' && kind != 'G' && kind != 'A';
+  int32_t type = kind == 'G' ? 20 : kind == 'S' ? 21 : kind == 'H' ? 22 : kind == 'T' ? 23 : 24;
+  if (kind == 'H' && !is_complex_v<T>) type = 21;
+  std::vector<T> m = described_matrix(s, n, n, 1, {type, lower ? ORB_SPARSE_LOWER : ORB_SPARSE_UPPER,
+                                                   unit ? ORB_SPARSE_UNIT : ORB_SPARSE_NON_UNIT});
+  if (kind == 'A')
+    for (int64_t i = 0; i < n; ++i)
+      for (int64_t j = 0; j < n; ++j) {
+        const bool stored = lower ? j < i : j > i;
+        m[i + j * n] = stored ? s[i + j * n] : i == j ? narrow<T>(0) : narrow<T>(-wide(s[j + i * n]));
+      }
   return m;
 }
 

@@ -27,7 +27,10 @@
 //      product on it.  Every other case is left to the default product (6).
 // BSR: a general matrix gets a partition block of its block rows and the
 // threaded block product (on the stored transpose for operations other than
-// 10); other types are left to the default product (6).
+// 10); a symmetric one from its lower or upper triangle, non-unit and not
+// conjugate-transposed, the general copy of its blocks (a diagonal block made
+// symmetric from its own triangle) and the threaded block product on it;
+// other types are left to the default product (6).
 #include <orb/orb_service.h>
 
 #include "partition/rows.hpp"
@@ -216,9 +219,28 @@ int32_t optimize_csr(SparseHandle<T, I> *h, SparseHint<T, I> *hint) {
   return ORB_SPARSE_OK;
 }
 
+//! A symmetric BSR matrix from one triangle, non-unit, not conjugated: the
+//! general copy of its blocks, and the threaded block product on it.
+template <class T, class I>
+int32_t symmetric_bsr(SparseHandle<T, I> *h, SparseHint<T, I> *hint) {
+  using K = SparseKernels<T, I>;
+  if ((hint->fill != ORB_SPARSE_LOWER && hint->fill != ORB_SPARSE_UPPER) || hint->diag != ORB_SPARSE_NON_UNIT ||
+      hint->operation == ORB_SPARSE_OP_C)
+    return ORB_SPARSE_UNSUPPORTED;
+  const bool lower = hint->fill == ORB_SPARSE_LOWER;
+  if (const int32_t s = K::create_gen_from_sym(reinterpret_cast<orb_sparse_matrix>(h), hint->fill)) return s;
+  SparseRecord<T, I> *copy = lower ? h->general_from_lower : h->general_from_upper;
+  if (!optimization_record(copy)) return ORB_SPARSE_NO_MEMORY;
+  bool existed = false;
+  if (const int32_t s = partition(copy, 1, &existed)) return s;
+  hint->procedure = lower ? orb_sparse_optimized_csr_mv_nsln<T, I> : orb_sparse_optimized_csr_mv_nsun<T, I>;
+  return ORB_SPARSE_OK;
+}
+
 template <class T, class I>
 int32_t optimize_bsr(SparseHandle<T, I> *h, SparseHint<T, I> *hint) {
   if (!h || !hint) return ORB_SPARSE_NULL_POINTER;
+  if (hint->type == ORB_SPARSE_SYMMETRIC) return symmetric_bsr(h, hint);
   const int32_t op = hint->operation;
   SparseRecord<T, I> *r = op == ORB_SPARSE_OP_N ? h->primary : h->transposed;
   if (!r) return ORB_SPARSE_INTERNAL;

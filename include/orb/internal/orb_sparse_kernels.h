@@ -99,6 +99,23 @@ ORB_BEGIN_DECLS
   void orb_sparse_##p##_bsr_ng_n_mv_ker_beta_##w(I rows, I block, int32_t layout, T alpha, const T *values,    \
                                                  const I *col_index, const I *row_start, const T *x, T beta,   \
                                                  T *y);                                                        \
+  /* Rows of the general product with `columns` right-hand sides: Y := alpha A X */                          \
+  /* + beta Y (beta exactly 0 never reads Y); layout 101 row-major X and Y, else */                           \
+  /* column-major; X shifted back by the index base along its rows. */                                        \
+  void orb_sparse_##p##_csr_ng_n_mm_ker_##w(I rows, I columns, int32_t layout, T alpha, const T *values,       \
+                                            const I *col_index, const I *row_start, const T *x, I ldx, T beta, \
+                                            T *y, I ldy);                                                      \
+  /* A new handle owning its arrays: a copy of A in its format, or op(A) as CSR */                            \
+  /* (format 1) or as BSR (3) of block x block blocks laid out by `layout`.  0, */                             \
+  /* 1, 2 or 3 (block not dividing the sizes); nothing made on failure. */                                     \
+  int32_t orb_sparse_##p##_copy_##w(orb_sparse_matrix A, orb_sparse_matrix *B);                                \
+  int32_t orb_sparse_##p##_convert_##w(orb_sparse_matrix A, int32_t op, int32_t format, I block,               \
+                                       int32_t layout, orb_sparse_matrix *B);                                  \
+  /* Any operation and descriptor of a matrix given by bare CSR, CSC (format 2) */                            \
+  /* or BSR (3; rows, cols in blocks) arrays, on the calling thread. */                                         \
+  void orb_sparse_##p##_xarrays_mv_def_##w(int32_t op, orb_sparse_descr descr, int32_t format, I rows, I cols, \
+                                           I block, int32_t layout, I base, const I *start, const I *end,      \
+                                           const I *index, const T *values, T alpha, const T *x, T beta, T *y); \
   /* Every operation and descriptor on the calling thread.  The n and t kernels */                             \
   /* of a format agree; the product entry names the one whose walk suits. */                                 \
   ORB_SPARSE_DEF_DECL(p, T, w, xcsr_mv_n_def) ORB_SPARSE_DEF_DECL(p, T, w, xcsr_mv_t_def)                        \
@@ -158,7 +175,11 @@ ORB_BEGIN_DECLS
                                               const I *re, I base, T beta, T *c, I ldc, int32_t layout);         \
   int32_t orb_sparse_##p##_xbsr_ng_n_mv_##w(I rows, I cols, I block, int32_t layout, const I *row_start,       \
                                             const I *col_index, const T *values, const T *x, T *y,             \
-                                            const int32_t *partition, I base, T alpha, T beta);
+                                            const int32_t *partition, I base, T alpha, T beta);                           \
+  /* Y := alpha op(A) X + beta Y for `columns` right-hand sides, X and Y dense, */                            \
+  /* row-major (layout 101) or column-major (102), leading dimensions ldx, ldy. */                             \
+  int32_t orb_sparse_##p##_mm_##w(int32_t op, T alpha, orb_sparse_matrix A, orb_sparse_descr descr,            \
+                                  int32_t layout, const T *x, I columns, I ldx, T beta, T *y, I ldy);
 
 /* The character-descriptor COO product y := alpha op(A) x + beta y: transa
  * 'N', 'T' or 'C'; matdescra characters 1 to 4 (kind G S H T D, L or U, N or
@@ -227,6 +248,18 @@ ORB_SPBLAS_EACH(ORB_SPBLAS_CSR_DECL_ALL)
   void orb_spblas_lp64_orb_##p##csrmv(const char *transa, const int *m, const int *k, const T *alpha,          \
                                       const char *matdescra, const T *val, const int *indx, const int *pntrb,  \
                                       const int *pntre, const T *x, const T *beta, T *y);
+/* The character-descriptor CSC and BSR products, with the characters of the
+ * CSR one: CSC columns [pntrb[j], pntre[j]) of row indices; BSR block rows
+ * of lb x lb blocks, row-major with zero-based indices, column-major with
+ * one-based ones; m and k count blocks. */
+#define ORB_SPBLAS_ARRAYS_DECLS(p, T, I, prefix)                                                              \
+  void orb_spblas_##prefix##orb_##p##cscmv(const char *transa, const I *m, const I *k, const T *alpha,         \
+                                           const char *matdescra, const T *val, const I *indx, const I *pntrb, \
+                                           const I *pntre, const T *x, const T *beta, T *y);                   \
+  void orb_spblas_##prefix##orb_##p##bsrmv(const char *transa, const I *m, const I *k, const I *lb,            \
+                                           const T *alpha, const char *matdescra, const T *val, const I *indx, \
+                                           const I *pntrb, const I *pntre, const T *x, const T *beta, T *y);
+ORB_SPBLAS_EACH(ORB_SPBLAS_ARRAYS_DECLS)
 ORB_SPBLAS_CSRMV_DECLS(s, float)
 ORB_SPBLAS_CSRMV_DECLS(d, double)
 ORB_SPBLAS_CSRMV_DECLS(c, ORB_Complex8)

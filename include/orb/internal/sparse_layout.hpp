@@ -21,6 +21,10 @@ constexpr int32_t kFormatCoo = 0, kFormatCsr = 1, kFormatCsc = 2, kFormatBsr = 3
 constexpr int32_t kMemoryCopies = 81;
 // What a hint announces: a product, a triangular solve, a Gauss-Seidel sweep.
 constexpr int32_t kHintProduct = 0, kHintSolve = 1, kHintSymgs = 2;
+
+//! The antisymmetric matrix of the character-descriptor routines: A = L - L^T
+//! from the strict triangle named by the fill mode (its diagonal is zero).
+constexpr int32_t kAntisymmetric = 27;
 // Format choice of a product hint.
 constexpr int32_t kChooseEsb = 199, kChooseDia = 299, kChooseCsr = 399;
 
