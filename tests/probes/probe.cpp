@@ -7,6 +7,7 @@
 // fortran32|fortran64|cblas (the standard names, for their verbose lines);
 // cuts BUDGET (how many kernel calls a small dgemm and ddot make, under the
 // threshold scale of the environment).
+#include <orb/internal/orb_ewf.h>
 #include <orb/internal/orb_kernels.h>
 #include <orb/orb_blas.h>
 #include <orb/orb_cblas.h>
@@ -280,8 +281,27 @@ int cuts(int budget) {
 
 }  // namespace
 
+//! The vector-function threaders' one-time loading from `library` ("none":
+//! no handle at all), which ends the process when an entry point is missing.
+int ewf_load(const char *library) {
+  void *handle = std::strcmp(library, "none") == 0 ? nullptr : dlopen(library, RTLD_LAZY);
+  orb_vm_error_callback (*get_callback)(void);
+  orb_vm_error_callback (*set_callback)(orb_vm_error_callback);
+  unsigned (*get_mode)(void);
+  unsigned (*set_mode)(unsigned);
+  void (*set_input)(const void *);
+  int (*get_status)(void);
+  int (*set_status)(int);
+  int done = -1;
+  orb_ewf_serv_LoadFunctions(handle, &get_callback, &set_callback, &get_mode, &set_mode, &set_input, &get_status,
+                             &set_status, &done);
+  std::printf("done=%d\n", done);
+  return 0;
+}
+
 int main(int argc, char **argv) {
   const std::string mode = argc > 1 ? argv[1] : "";
+  if (mode == "ewf-load" && argc == 3) return ewf_load(argv[2]);
   if (mode == "provider") return provider();
   if (mode == "provider2") return provider2();
   if (mode == "env") {
