@@ -17,6 +17,7 @@
 #include "level1_bench.hpp"
 #include "level3_bench.hpp"
 #include "spmv_bench.hpp"
+#include "vm_bench.hpp"
 
 #include <cstdio>
 #include <cstring>
@@ -42,6 +43,7 @@ const Subcommand kSubcommands[] = {
     {"batch", orb::bench::batch_main, orb::bench::batch_usage, "dgemm_batch against a loop of each library's gemm"},
     {"getrf", orb::bench::getrf_main, orb::bench::getrf_usage, "s/d/z getrf against the serial provider and peers"},
     {"spmv", orb::bench::spmv_main, orb::bench::spmv_usage, "sparse y := A x against the sequential kernel and peers"},
+    {"vm", orb::bench::vm_main, orb::bench::vm_usage, "exp/ln/sin/pow/erf/sqrt against orb on one thread, SLEEF and libm"},
 };
 
 void print_usage(std::FILE *out) {

@@ -23,3 +23,5 @@ echo
 "$bdir/bench/orb-bench" level2 --quick
 "$bdir/bench/orb-bench" getrf --quick
 "$bdir/bench/orb-bench" spmv --quick
+echo
+"$bdir/bench/orb-bench" vm --quick

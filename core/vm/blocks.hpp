@@ -22,6 +22,8 @@ struct SleefBlocks {
   UnaryBlock<E> unary[kSleefUnary][2] = {};
   BinaryBlock<E> binary[kSleefBinary][2] = {};
   SinCosBlock<E> sincos[2] = {};
+  //! Whether all of n elements are finite (the quick look before the error scan).
+  bool (*all_finite)(const E *y, int64_t n) = nullptr;
 };
 
 //! The kernels of one instruction set, for double and float.

@@ -65,6 +65,11 @@ Fn find_threader(const char *form) {
   return reinterpret_cast<Fn>(fn);
 }
 
+//! Whether a vector is worth the threader: the threader would cut nothing
+//! from a vector shorter than two pieces of its grain (10000 / cost), and
+//! handing one piece over costs more than a short kernel runs.
+bool worth_threading(int64_t n, float cost) { return static_cast<float>(n) * cost >= 20000.0f; }
+
 //! Runs piece(offset, count) over n elements in 32-bit pieces; the status of
 //! the call is the last non-zero one, left as the thread's status.
 template <class Piece>
@@ -217,12 +222,13 @@ int one_in_one_out(const char *unit_form, const char *strided_form, UnitK uk, St
   using StridedT = int (*)(StridedK, int, const T *, int, U *, int, void *, float);
   static const auto ut = find_threader<UnitT>(unit_form);
   static const auto st = find_threader<StridedT>(strided_form);
+  const bool threaded = worth_threading(n, cost);
   return in_pieces(n, [&](int64_t off, int m) {
     const T *xp = x + off * incx;
     U *yp = y + off * incy;
-    if (unit(incx) && unit(incy)) return ut ? ut(uk, m, xp, yp, core_handle(), nullptr, cost) : uk(m, xp, yp);
+    if (unit(incx) && unit(incy)) return ut && threaded ? ut(uk, m, xp, yp, core_handle(), nullptr, cost) : uk(m, xp, yp);
     const int ix = static_cast<int>(incx), iy = static_cast<int>(incy);
-    return st ? st(sk, m, xp, ix, yp, iy, core_handle(), cost) : sk(m, xp, ix, yp, iy);
+    return st && threaded ? st(sk, m, xp, ix, yp, iy, core_handle(), cost) : sk(m, xp, ix, yp, iy);
   });
 }
 
@@ -233,12 +239,13 @@ int two_in_one_out(const char *unit_form, const char *strided_form, UnitK uk, St
   using StridedT = int (*)(StridedK, int, const T *, int, const T *, int, T *, int, void *, float);
   static const auto ut = find_threader<UnitT>(unit_form);
   static const auto st = find_threader<StridedT>(strided_form);
+  const bool threaded = worth_threading(n, cost);
   return in_pieces(n, [&](int64_t off, int m) {
     const T *ap = a + off * inca, *bp = b + off * incb;
     T *yp = y + off * incy;
-    if (unit(inca) && unit(incb) && unit(incy)) return ut ? ut(uk, m, ap, bp, yp, core_handle(), cost) : uk(m, ap, bp, yp);
+    if (unit(inca) && unit(incb) && unit(incy)) return ut && threaded ? ut(uk, m, ap, bp, yp, core_handle(), cost) : uk(m, ap, bp, yp);
     const int ia = static_cast<int>(inca), ib = static_cast<int>(incb), iy = static_cast<int>(incy);
-    return st ? st(sk, m, ap, ia, bp, ib, yp, iy, core_handle(), cost) : sk(m, ap, ia, bp, ib, yp, iy);
+    return st && threaded ? st(sk, m, ap, ia, bp, ib, yp, iy, core_handle(), cost) : sk(m, ap, ia, bp, ib, yp, iy);
   });
 }
 
@@ -274,12 +281,13 @@ int real_binary_call(int f, int64_t n, const T *a, int64_t inca, const T *b, int
     static const auto st = find_threader<StridedT>(strided_form.c_str());
     const T s = *b;
     const float cost = kBinaryCost[f];
+    const bool threaded = worth_threading(n, cost);
     return in_pieces(n, [&](int64_t off, int m) {
       const T *ap = a + off * inca;
       T *yp = y + off * incy;
-      if (unit(inca) && unit(incy)) return ut ? ut(units[f], m, ap, yp, core_handle(), s, cost) : units[f](m, ap, yp, s);
+      if (unit(inca) && unit(incy)) return ut && threaded ? ut(units[f], m, ap, yp, core_handle(), s, cost) : units[f](m, ap, yp, s);
       const int ia = static_cast<int>(inca), iy = static_cast<int>(incy);
-      return st ? st(strided[f], m, ap, ia, yp, iy, core_handle(), s, cost) : strided[f](m, ap, ia, yp, iy, s);
+      return st && threaded ? st(strided[f], m, ap, ia, yp, iy, core_handle(), s, cost) : strided[f](m, ap, ia, yp, iy, s);
     });
   }
   static constexpr auto units =
@@ -300,13 +308,14 @@ int sincos_call(int64_t n, const T *x, int64_t incx, T *s, int64_t incs, T *c, i
   static const Forms<T> forms("_1i_2o", "_1iI_2oI");
   static const auto ut = find_threader<UnitT>(forms.unit.c_str());
   static const auto st = find_threader<StridedT>(forms.strided.c_str());
+  const bool threaded = worth_threading(n, kSinCosCost);
   return in_pieces(n, [&](int64_t off, int m) {
     const T *xp = x + off * incx;
     T *sp = s + off * incs, *cp = c + off * incc;
     if (unit(incx) && unit(incs) && unit(incc))
-      return ut ? ut(&sincos_unit<T>, m, xp, sp, cp, core_handle(), kSinCosCost) : sincos_unit<T>(m, xp, sp, cp);
+      return ut && threaded ? ut(&sincos_unit<T>, m, xp, sp, cp, core_handle(), kSinCosCost) : sincos_unit<T>(m, xp, sp, cp);
     const int ix = static_cast<int>(incx), is = static_cast<int>(incs), ic = static_cast<int>(incc);
-    return st ? st(&sincos_strided<T>, m, xp, ix, sp, is, cp, ic, core_handle(), kSinCosCost)
+    return st && threaded ? st(&sincos_strided<T>, m, xp, ix, sp, is, cp, ic, core_handle(), kSinCosCost)
               : sincos_strided<T>(m, xp, ix, sp, is, cp, ic);
   });
 }
@@ -320,14 +329,15 @@ int frac_call(int64_t n, const T *a, int64_t inca, const T *b, int64_t incb, T *
   static const Forms<T> forms("_6i_1o", "_6iI_1oI");
   static const auto ut = find_threader<UnitT>(forms.unit.c_str());
   static const auto st = find_threader<StridedT>(forms.strided.c_str());
+  const bool threaded = worth_threading(n, kLinearFracCost);
   return in_pieces(n, [&](int64_t off, int m) {
     const T *ap = a + off * inca, *bp = b + off * incb;
     T *yp = y + off * incy;
     if (unit(inca) && unit(incb) && unit(incy))
-      return ut ? ut(&frac_unit<T>, m, ap, bp, yp, core_handle(), s[0], s[1], s[2], s[3], kLinearFracCost)
+      return ut && threaded ? ut(&frac_unit<T>, m, ap, bp, yp, core_handle(), s[0], s[1], s[2], s[3], kLinearFracCost)
                 : frac_unit<T>(m, ap, bp, yp, s[0], s[1], s[2], s[3]);
     const int ia = static_cast<int>(inca), ib = static_cast<int>(incb), iy = static_cast<int>(incy);
-    return st ? st(&frac_strided<T>, m, ap, ia, bp, ib, yp, iy, core_handle(), s[0], s[1], s[2], s[3], kLinearFracCost)
+    return st && threaded ? st(&frac_strided<T>, m, ap, ia, bp, ib, yp, iy, core_handle(), s[0], s[1], s[2], s[3], kLinearFracCost)
               : frac_strided<T>(m, ap, ia, bp, ib, yp, iy, s[0], s[1], s[2], s[3]);
   });
 }

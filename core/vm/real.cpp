@@ -117,6 +117,14 @@ void apply_binary(int f, int acc, const W *a, const W *b, W *y, int64_t m) {
   }
 }
 
+//! Whether m results are all finite as stored (half precision can overflow
+//! in the conversion, so it is always looked over element by element).
+template <class T, class W>
+bool all_finite(const W *y, int64_t m) {
+  if constexpr (std::is_same_v<T, W>) return sleef<W>().all_finite(y, m);
+  return false;
+}
+
 //! The work-type view of m elements of x from element i0 at stride inc: x
 //! itself where it is one (contiguous, of the work type, not overwritten
 //! before it is read), else a copy in buf.
@@ -160,7 +168,7 @@ int real_unary(int f, int n, const T *x, int incx, T *y, int incy) {
     const W *xs = view(x, i0, incx, m, in_place, xb);
     W *ys = target(y, i0, incy, yb);
     apply_unary(f, acc, xs, ys, m);
-    if (call.report.wanted())
+    if (call.report.wanted() && !all_finite<T>(ys, m))
       for (int64_t j = 0; j < m; ++j) {
         const W r = Real<T>::stored(ys[j]);
         if (std::isfinite(r)) continue;
@@ -186,7 +194,7 @@ int real_binary(int f, int n, const T *a, int inca, const T *b, int incb, T *y, 
     const W *bs = view(b, i0, incb, m, b_in_place, bb);
     W *ys = target(y, i0, incy, yb);
     apply_binary(f, acc, as, bs, ys, m);
-    if (call.report.wanted())
+    if (call.report.wanted() && !all_finite<T>(ys, m))
       for (int64_t j = 0; j < m; ++j) {
         const W r = Real<T>::stored(ys[j]);
         if (std::isfinite(r)) continue;
