@@ -1,13 +1,14 @@
 // The complex kernels.  Each element is computed in the element's own real
 // type, one at a time: sums and conjugates exactly, products with one fused
 // multiply-add per part, quotients by Smith's scaling so that neither part
-// overflows before the result does, exponentials and moduli through the C
-// library.
+// overflows before the result does; exponentials, logarithms, roots, powers
+// and moduli through the C library.
 #include "vm/elements.hpp"
 #include "vm/errors.hpp"
 #include "vm/kernels.hpp"
 
 #include <cmath>
+#include <complex>
 
 namespace orb::vm {
 
@@ -24,10 +25,10 @@ struct Part<ORB_Complex16> {
   using type = double;
 };
 
-constexpr const char *kUnaryNames[2][kComplexUnary] = {{"cconj", "cexp", "cabs", "carg"},
-                                                       {"zconj", "zexp", "zabs", "zarg"}};
-constexpr const char *kBinaryNames[2][kComplexBinary] = {{"cadd", "csub", "cmul", "cdiv"},
-                                                         {"zadd", "zsub", "zmul", "zdiv"}};
+constexpr const char *kUnaryNames[2][kComplexUnary] = {{"cconj", "cexp", "cln", "csqrt", "cabs", "carg"},
+                                                       {"zconj", "zexp", "zln", "zsqrt", "zabs", "zarg"}};
+constexpr const char *kBinaryNames[2][kComplexBinary] = {{"cadd", "csub", "cmul", "cdiv", "cpow"},
+                                                         {"zadd", "zsub", "zmul", "zdiv", "zpow"}};
 
 template <class C>
 constexpr int name_row() {
@@ -48,6 +49,15 @@ int complex_status(bool pole, E a, E b, E c, E d, E re, E im) {
   if ((std::isinf(re) || std::isinf(im)) && finite(a, b) && finite(c, d))
     return pole ? ORB_VM_STATUS_SING : ORB_VM_STATUS_OVERFLOW;
   return 0;
+}
+
+template <class C>
+std::complex<typename Part<C>::type> to_std(C v) {
+  return {v.real, v.imag};
+}
+template <class C, class E>
+C from_std(std::complex<E> v) {
+  return C{v.real(), v.imag()};
 }
 
 template <class C, class E = typename Part<C>::type>
@@ -72,15 +82,20 @@ int complex_unary(int f, int n, const C *x, int incx, C *y, int incy) {
   for (int64_t i = 0; i < n; ++i) {
     const C v = x[i * incx];
     C r;
-    if (f == kc_conj) {
-      r = C{v.real, -v.imag};
-    } else {
-      const E m = std::exp(v.real);
-      r = v.imag == 0 ? C{m, v.imag} : C{m * std::cos(v.imag), m * std::sin(v.imag)};
+    switch (f) {
+      case kc_conj: r = C{v.real, -v.imag}; break;
+      case kc_exp: {
+        const E m = std::exp(v.real);
+        r = v.imag == 0 ? C{m, v.imag} : C{m * std::cos(v.imag), m * std::sin(v.imag)};
+        break;
+      }
+      case kc_ln: r = from_std<C>(std::log(to_std(v))); break;
+      default: r = from_std<C>(std::sqrt(to_std(v))); break;
     }
     y[i * incy] = r;
     if (call.report.wanted() && !finite(r.real, r.imag))
-      if (const int s = complex_status<E>(false, v.real, v.imag, 0, 0, r.real, r.imag))
+      if (const int s = complex_status<E>(f == kc_ln && v.real == 0 && v.imag == 0, v.real, v.imag, 0, 0, r.real,
+                                          r.imag))
         call.report.error(s, call.first + i, v.real, v.imag, r.real);
   }
   return call.finish();
@@ -114,11 +129,13 @@ int complex_binary(int f, int n, const C *a, int inca, const C *b, int incb, C *
       case kc_mul:
         r = C{std::fma(u.real, v.real, -u.imag * v.imag), std::fma(u.real, v.imag, u.imag * v.real)};
         break;
-      default: r = divide<C>(u.real, u.imag, v.real, v.imag); break;
+      case kc_div: r = divide<C>(u.real, u.imag, v.real, v.imag); break;
+      default: r = from_std<C>(std::pow(to_std(u), to_std(v))); break;
     }
     y[i * incy] = r;
     if (call.report.wanted() && !finite(r.real, r.imag)) {
-      const bool pole = f == kc_div && v.real == 0 && v.imag == 0 && (u.real != 0 || u.imag != 0);
+      const bool u_zero = u.real == 0 && u.imag == 0, v_zero = v.real == 0 && v.imag == 0;
+      const bool pole = (f == kc_div && v_zero && !u_zero) || (f == kc_pow && u_zero && v.real < 0);
       if (const int s = complex_status<E>(pole, u.real, u.imag, v.real, v.imag, r.real, r.imag))
         call.report.error(s, call.first + i, u.real, v.real, r.real);
     }

@@ -34,8 +34,8 @@ namespace {
 constexpr float kUnaryCost[kUnary] = {ORB_VM_SLEEF_UNARY(ORB_VM_COST_SLEEF) ORB_VM_OWN_UNARY(ORB_VM_COST_OWN)};
 constexpr float kBinaryCost[kBinary] = {ORB_VM_SLEEF_BINARY(ORB_VM_COST_SLEEF) ORB_VM_OWN_BINARY(ORB_VM_COST_OWN)};
 constexpr float kSinCosCost = 2.5f, kLinearFracCost = 0.5f;
-constexpr float kComplexUnaryCost[kComplexUnary] = {0.3f, 20.0f, 5.0f, 10.0f};
-constexpr float kComplexBinaryCost[kComplexBinary] = {0.5f, 0.5f, 1.0f, 3.0f};
+constexpr float kComplexUnaryCost[kComplexUnary] = {0.3f, 20.0f, 20.0f, 10.0f, 5.0f, 10.0f};
+constexpr float kComplexBinaryCost[kComplexBinary] = {0.5f, 0.5f, 1.0f, 3.0f, 60.0f};
 
 //! The longest piece handed over at once: a 32-bit count.
 constexpr int64_t kPiece = int64_t{1} << 30;

@@ -107,8 +107,8 @@ orb_vm_error_callback orb_vm_get_callback(void);
 /* y = f(a, b): X(name) for each real function of two arguments, in h, s, d. */
 #define ORB_VM_REAL_BINARY(X) X(add) X(sub) X(mul) X(div) X(pow) X(atan2) X(hypot)
 /* Complex functions of one argument with a complex result, and of two, in c, z. */
-#define ORB_VM_COMPLEX_UNARY(X) X(conj) X(exp)
-#define ORB_VM_COMPLEX_BINARY(X) X(add) X(sub) X(mul) X(div)
+#define ORB_VM_COMPLEX_UNARY(X) X(conj) X(exp) X(ln) X(sqrt)
+#define ORB_VM_COMPLEX_BINARY(X) X(add) X(sub) X(mul) X(div) X(pow)
 /* Complex functions of one argument with a real result (|z| and arg z). */
 #define ORB_VM_COMPLEX_REAL(X) X(abs) X(arg)
 

@@ -59,7 +59,9 @@ INSTANTIATE_TEST_SUITE_P(
                                   {"cblas_dgemm(CblasRowMajor,CblasNoTrans,CblasTrans,2,3,4,1.5,@,4,@,4,0,@,3)",
                                    "cblas_zgemv(CblasColMajor,CblasConjTrans,2,3,(1,-0.5),@,2,@,1,(0,0),@,1)"}},
                       // A sparse product: operation, rows, columns, stored entries, matrix type.
-                      VerboseCase{"sparse", "lp64", {"orb_sparse_d_mv(10,2,3,2,20)"}}),
+                      VerboseCase{"sparse", "lp64", {"orb_sparse_d_mv(10,2,3,2,20)"}},
+                      // Vector math: the function and its length.
+                      VerboseCase{"vm", "lp64", {"orb_vm_dexp(3)", "orb_vm_dpowx(2)"}}),
     [](const auto &info) { return std::string(info.param.form); });
 
 }  // namespace

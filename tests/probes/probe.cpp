@@ -13,6 +13,7 @@
 #include <orb/orb_cblas.h>
 #include <orb/orb_service.h>
 #include <orb/orb_sparse.h>
+#include <orb/orb_vm.h>
 
 #include <dirent.h>
 #include <dlfcn.h>
@@ -189,6 +190,9 @@ int calls(const char *form) {
   } else if (std::strcmp(form, "cblas") == 0) {
     cblas_dgemm(CblasRowMajor, CblasNoTrans, CblasTrans, 2, 3, 4, alpha, a, 4, b, 4, beta, c, 3);
     cblas_zgemv(CblasColMajor, CblasConjTrans, 2, 3, &za, zm, 2, zx, 1, &zb, zy, 1);
+  } else if (std::strcmp(form, "vm") == 0) {
+    orb_vm_dexp(3, a, c);
+    orb_vm_dpowx_strided_64(2, a, 2, 1.5, c, 1);
   } else if (std::strcmp(form, "sparse") == 0) {
     int32_t ptr[] = {0, 1, 2}, col[] = {0, 2};
     orb_sparse_matrix A = nullptr;

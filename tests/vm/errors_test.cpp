@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <complex>
 #include <cstring>
 #include <limits>
 #include <mutex>
@@ -288,9 +289,25 @@ TEST_F(VmState, ComplexValuesAgainstLongDouble) {
     const long double e = expl(a[i].real);
     ASSERT_LE(fabsl(y[i].real - e * cosl(a[i].imag)), 4 * std::numeric_limits<double>::epsilon() * e) << i;
   }
-  const ORB_Complex16 zero{0, 0}, one{1, 0};
+  // Logarithm, root and power, normwise against long double.
+  using L = std::complex<long double>;
+  const auto near = [](ORB_Complex16 got, L want) {
+    return std::abs(L(got.real, got.imag) - want) <= 4 * std::numeric_limits<double>::epsilon() * std::abs(want);
+  };
+  std::vector<ORB_Complex16> e(n);
+  for (int i = 0; i < n; ++i) e[i] = {0.3 * std::cos(i * 0.3), 0.2 * std::sin(i * 0.7)};
+  ASSERT_EQ(orb_vm_zln(n, a.data(), y.data()), 0);
+  for (int i = 0; i < n; ++i) ASSERT_TRUE(near(y[i], std::log(L(a[i].real, a[i].imag)))) << i;
+  ASSERT_EQ(orb_vm_zsqrt(n, a.data(), y.data()), 0);
+  for (int i = 0; i < n; ++i) ASSERT_TRUE(near(y[i], std::sqrt(L(a[i].real, a[i].imag)))) << i;
+  ASSERT_EQ(orb_vm_zpow(n, a.data(), e.data(), y.data()), 0);
+  for (int i = 0; i < n; ++i)
+    ASSERT_TRUE(near(y[i], std::pow(L(a[i].real, a[i].imag), L(e[i].real, e[i].imag)))) << i;
+  const ORB_Complex16 zero{0, 0}, one{1, 0}, minus_one{-1, 0};
   ORB_Complex16 q;
   EXPECT_EQ(orb_vm_zdiv(1, &one, &zero, &q), ORB_VM_STATUS_SING);
+  EXPECT_EQ(orb_vm_zln(1, &zero, &q), ORB_VM_STATUS_SING);
+  EXPECT_EQ(orb_vm_zpow(1, &zero, &minus_one, &q), ORB_VM_STATUS_SING);
 }
 
 TEST_F(VmState, SineAndCosineAtOnceMatchEachAlone) {
