@@ -8,11 +8,14 @@
 
 namespace orb::vm {
 
-//! The kernels of one instruction set over whole arrays of n elements.
+//! The kernels of one instruction set over whole arrays of n elements; the
+//! unary and binary ones answer whether every result is finite (looked at in
+//! the registers they were computed in, so an error scan costs nothing until
+//! one is not).
 template <class E>
-using UnaryBlock = void (*)(const E *x, E *y, int64_t n);
+using UnaryBlock = bool (*)(const E *x, E *y, int64_t n);
 template <class E>
-using BinaryBlock = void (*)(const E *a, const E *b, E *y, int64_t n);
+using BinaryBlock = bool (*)(const E *a, const E *b, E *y, int64_t n);
 template <class E>
 using SinCosBlock = void (*)(const E *x, E *s, E *c, int64_t n);
 

@@ -73,12 +73,10 @@ void invsqrt(const double *x, double *y, int64_t m) {
   }
 }
 
+//! y = f(x) over m elements; whether every result is finite.
 template <class W>
-void apply_unary(int f, int acc, const W *x, W *y, int64_t m) {
-  if (f < kSleefUnary) {
-    sleef<W>().unary[f][acc](x, y, m);
-    return;
-  }
+bool apply_unary(int f, int acc, const W *x, W *y, int64_t m) {
+  if (f < kSleefUnary) return sleef<W>().unary[f][acc](x, y, m);
   switch (f) {
     case k_inv:
       for (int64_t i = 0; i < m; ++i) y[i] = W(1) / x[i];
@@ -93,14 +91,13 @@ void apply_unary(int f, int acc, const W *x, W *y, int64_t m) {
       for (int64_t i = 0; i < m; ++i) y[i] = std::fabs(x[i]);
       break;
   }
+  return sleef<W>().all_finite(y, m);
 }
 
+//! y = f(a, b) over m elements; whether every result is finite.
 template <class W>
-void apply_binary(int f, int acc, const W *a, const W *b, W *y, int64_t m) {
-  if (f < kSleefBinary) {
-    sleef<W>().binary[f][acc](a, b, y, m);
-    return;
-  }
+bool apply_binary(int f, int acc, const W *a, const W *b, W *y, int64_t m) {
+  if (f < kSleefBinary) return sleef<W>().binary[f][acc](a, b, y, m);
   switch (f) {
     case k_add:
       for (int64_t i = 0; i < m; ++i) y[i] = a[i] + b[i];
@@ -115,15 +112,13 @@ void apply_binary(int f, int acc, const W *a, const W *b, W *y, int64_t m) {
       for (int64_t i = 0; i < m; ++i) y[i] = a[i] / b[i];
       break;
   }
+  return sleef<W>().all_finite(y, m);
 }
 
-//! Whether m results are all finite as stored (half precision can overflow
-//! in the conversion, so it is always looked over element by element).
-template <class T, class W>
-bool all_finite(const W *y, int64_t m) {
-  if constexpr (std::is_same_v<T, W>) return sleef<W>().all_finite(y, m);
-  return false;
-}
+//! Whether results found finite stay finite as stored: half precision can
+//! overflow in the conversion, so its results are always looked over.
+template <class T>
+constexpr bool stored_as_computed = std::is_same_v<T, typename Real<T>::Work>;
 
 //! The work-type view of m elements of x from element i0 at stride inc: x
 //! itself where it is one (contiguous, of the work type, not overwritten
@@ -167,8 +162,8 @@ int real_unary(int f, int n, const T *x, int incx, T *y, int incy) {
     const int64_t m = std::min<int64_t>(kChunk, n - i0);
     const W *xs = view(x, i0, incx, m, in_place, xb);
     W *ys = target(y, i0, incy, yb);
-    apply_unary(f, acc, xs, ys, m);
-    if (call.report.wanted() && !all_finite<T>(ys, m))
+    const bool finite = apply_unary(f, acc, xs, ys, m) && stored_as_computed<T>;
+    if (call.report.wanted() && !finite)
       for (int64_t j = 0; j < m; ++j) {
         const W r = Real<T>::stored(ys[j]);
         if (std::isfinite(r)) continue;
@@ -193,8 +188,8 @@ int real_binary(int f, int n, const T *a, int inca, const T *b, int incb, T *y, 
     const W *as = view(a, i0, inca, m, a_in_place, ab);
     const W *bs = view(b, i0, incb, m, b_in_place, bb);
     W *ys = target(y, i0, incy, yb);
-    apply_binary(f, acc, as, bs, ys, m);
-    if (call.report.wanted() && !all_finite<T>(ys, m))
+    const bool finite = apply_binary(f, acc, as, bs, ys, m) && stored_as_computed<T>;
+    if (call.report.wanted() && !finite)
       for (int64_t j = 0; j < m; ++j) {
         const W r = Real<T>::stored(ys[j]);
         if (std::isfinite(r)) continue;
