@@ -145,9 +145,10 @@ int vm_main(const std::vector<std::string> &args) {
     std::fprintf(stderr, "orb-bench vm: cannot load %s: %s\n", ORB_BENCH_IFACE, dlerror());
     return 2;
   }
-  std::printf("vector math on doubles, %d threads in the task arena; elements/s from each way's best call;\n"
-              "ratios: orb over its kernel on one thread, over SLEEF on one thread, over the C library's loop\n\n",
-              tbb::this_task_arena::max_concurrency());
+  std::printf(
+      "vector math on doubles, %d threads in the task arena; elements/s from each way's best call;\n"
+      "ratios: orb over its kernel on one thread, over SLEEF on one thread, over the C library's loop\n\n",
+      tbb::this_task_arena::max_concurrency());
   std::printf("%-5s %s %9s  %10s %10s %10s %10s   %6s %6s %6s\n", "fn", "md", "n", "orb", "orb-1thr", "sleef-1", "libm",
               "/1thr", "/sleef", "/libm");
   int status = 0;

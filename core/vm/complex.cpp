@@ -83,19 +83,25 @@ int complex_unary(int f, int n, const C *x, int incx, C *y, int incy) {
     const C v = x[i * incx];
     C r;
     switch (f) {
-      case kc_conj: r = C{v.real, -v.imag}; break;
+      case kc_conj:
+        r = C{v.real, -v.imag};
+        break;
       case kc_exp: {
         const E m = std::exp(v.real);
         r = v.imag == 0 ? C{m, v.imag} : C{m * std::cos(v.imag), m * std::sin(v.imag)};
         break;
       }
-      case kc_ln: r = from_std<C>(std::log(to_std(v))); break;
-      default: r = from_std<C>(std::sqrt(to_std(v))); break;
+      case kc_ln:
+        r = from_std<C>(std::log(to_std(v)));
+        break;
+      default:
+        r = from_std<C>(std::sqrt(to_std(v)));
+        break;
     }
     y[i * incy] = r;
     if (call.report.wanted() && !finite(r.real, r.imag))
-      if (const int s = complex_status<E>(f == kc_ln && v.real == 0 && v.imag == 0, v.real, v.imag, 0, 0, r.real,
-                                          r.imag))
+      if (const int s =
+              complex_status<E>(f == kc_ln && v.real == 0 && v.imag == 0, v.real, v.imag, 0, 0, r.real, r.imag))
         call.report.error(s, call.first + i, v.real, v.imag, r.real);
   }
   return call.finish();
@@ -110,7 +116,8 @@ int complex_to_real(int f, int n, const C *x, int incx, E *y, int incy) {
     const E r = f == kc_abs ? std::hypot(v.real, v.imag) : std::atan2(v.imag, v.real);
     y[i * incy] = r;
     if (call.report.wanted() && !std::isfinite(r))
-      if (const int s = complex_status<E>(false, v.real, v.imag, 0, 0, r, 0)) call.report.error(s, call.first + i, v.real, v.imag, r);
+      if (const int s = complex_status<E>(false, v.real, v.imag, 0, 0, r, 0))
+        call.report.error(s, call.first + i, v.real, v.imag, r);
   }
   return call.finish();
 }
@@ -124,13 +131,21 @@ int complex_binary(int f, int n, const C *a, int inca, const C *b, int incb, C *
     const C u = a[i * inca], v = b[i * incb];
     C r;
     switch (f) {
-      case kc_add: r = C{u.real + v.real, u.imag + v.imag}; break;
-      case kc_sub: r = C{u.real - v.real, u.imag - v.imag}; break;
+      case kc_add:
+        r = C{u.real + v.real, u.imag + v.imag};
+        break;
+      case kc_sub:
+        r = C{u.real - v.real, u.imag - v.imag};
+        break;
       case kc_mul:
         r = C{std::fma(u.real, v.real, -u.imag * v.imag), std::fma(u.real, v.imag, u.imag * v.real)};
         break;
-      case kc_div: r = divide<C>(u.real, u.imag, v.real, v.imag); break;
-      default: r = from_std<C>(std::pow(to_std(u), to_std(v))); break;
+      case kc_div:
+        r = divide<C>(u.real, u.imag, v.real, v.imag);
+        break;
+      default:
+        r = from_std<C>(std::pow(to_std(u), to_std(v)));
+        break;
     }
     y[i * incy] = r;
     if (call.report.wanted() && !finite(r.real, r.imag)) {
@@ -143,9 +158,9 @@ int complex_binary(int f, int n, const C *a, int inca, const C *b, int incb, C *
   return call.finish();
 }
 
-#define ORB_VM_INSTANTIATE_COMPLEX(C, E)                                           \
-  template int complex_unary<C>(int, int, const C *, int, C *, int);               \
-  template int complex_to_real<C, E>(int, int, const C *, int, E *, int);          \
+#define ORB_VM_INSTANTIATE_COMPLEX(C, E)                                  \
+  template int complex_unary<C>(int, int, const C *, int, C *, int);      \
+  template int complex_to_real<C, E>(int, int, const C *, int, E *, int); \
   template int complex_binary<C>(int, int, const C *, int, const C *, int, C *, int);
 ORB_VM_INSTANTIATE_COMPLEX(ORB_Complex8, float)
 ORB_VM_INSTANTIATE_COMPLEX(ORB_Complex16, double)

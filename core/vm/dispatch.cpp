@@ -226,7 +226,8 @@ int one_in_one_out(const char *unit_form, const char *strided_form, UnitK uk, St
   return in_pieces(n, [&](int64_t off, int m) {
     const T *xp = x + off * incx;
     U *yp = y + off * incy;
-    if (unit(incx) && unit(incy)) return ut && threaded ? ut(uk, m, xp, yp, core_handle(), nullptr, cost) : uk(m, xp, yp);
+    if (unit(incx) && unit(incy))
+      return ut && threaded ? ut(uk, m, xp, yp, core_handle(), nullptr, cost) : uk(m, xp, yp);
     const int ix = static_cast<int>(incx), iy = static_cast<int>(incy);
     return st && threaded ? st(sk, m, xp, ix, yp, iy, core_handle(), cost) : sk(m, xp, ix, yp, iy);
   });
@@ -243,7 +244,8 @@ int two_in_one_out(const char *unit_form, const char *strided_form, UnitK uk, St
   return in_pieces(n, [&](int64_t off, int m) {
     const T *ap = a + off * inca, *bp = b + off * incb;
     T *yp = y + off * incy;
-    if (unit(inca) && unit(incb) && unit(incy)) return ut && threaded ? ut(uk, m, ap, bp, yp, core_handle(), cost) : uk(m, ap, bp, yp);
+    if (unit(inca) && unit(incb) && unit(incy))
+      return ut && threaded ? ut(uk, m, ap, bp, yp, core_handle(), cost) : uk(m, ap, bp, yp);
     const int ia = static_cast<int>(inca), ib = static_cast<int>(incb), iy = static_cast<int>(incy);
     return st && threaded ? st(sk, m, ap, ia, bp, ib, yp, iy, core_handle(), cost) : sk(m, ap, ia, bp, ib, yp, iy);
   });
@@ -253,14 +255,16 @@ int two_in_one_out(const char *unit_form, const char *strided_form, UnitK uk, St
 template <class T>
 struct Forms {
   std::string unit, strided;
-  Forms(const char *u, const char *s) : unit(std::string(1, letter_of<T>()) + u), strided(std::string(1, letter_of<T>()) + s) {}
+  Forms(const char *u, const char *s)
+      : unit(std::string(1, letter_of<T>()) + u), strided(std::string(1, letter_of<T>()) + s) {}
 };
 
 template <class T>
 int real_unary_call(int f, int64_t n, const T *x, int64_t incx, T *y, int64_t incy) {
-  static constexpr auto units = table<int (*)(int, const T *, T *), UnaryKernels<T>::template Unit>(std::make_index_sequence<kUnary>());
-  static constexpr auto strided =
-      table<int (*)(int, const T *, int, T *, int), UnaryKernels<T>::template Strided>(std::make_index_sequence<kUnary>());
+  static constexpr auto units =
+      table<int (*)(int, const T *, T *), UnaryKernels<T>::template Unit>(std::make_index_sequence<kUnary>());
+  static constexpr auto strided = table<int (*)(int, const T *, int, T *, int), UnaryKernels<T>::template Strided>(
+      std::make_index_sequence<kUnary>());
   static const Forms<T> forms("_1i_1o", "_1iI_1oI");
   return one_in_one_out(forms.unit.c_str(), forms.strided.c_str(), units[f], strided[f], kUnaryCost[f], n, x, incx, y,
                         incy);
@@ -271,8 +275,10 @@ int real_binary_call(int f, int64_t n, const T *a, int64_t inca, const T *b, int
   if (incb == 0) {  // a fixed second argument: the scalar threaders
     using UnitK = int (*)(int, const T *, T *, T);
     using StridedK = int (*)(int, const T *, int, T *, int, T);
-    static constexpr auto units = table<UnitK, BinaryKernels<T>::template FixedUnit>(std::make_index_sequence<kBinary>());
-    static constexpr auto strided = table<StridedK, BinaryKernels<T>::template FixedStrided>(std::make_index_sequence<kBinary>());
+    static constexpr auto units =
+        table<UnitK, BinaryKernels<T>::template FixedUnit>(std::make_index_sequence<kBinary>());
+    static constexpr auto strided =
+        table<StridedK, BinaryKernels<T>::template FixedStrided>(std::make_index_sequence<kBinary>());
     static const std::string unit_form = std::string("c") + letter_of<T>() + "_2i_" + letter_of<T>() + "_1o";
     static const std::string strided_form = std::string("c") + letter_of<T>() + "_2iI_" + letter_of<T>() + "_1oI";
     using UnitT = int (*)(UnitK, int, const T *, T *, void *, T, float);
@@ -285,18 +291,21 @@ int real_binary_call(int f, int64_t n, const T *a, int64_t inca, const T *b, int
     return in_pieces(n, [&](int64_t off, int m) {
       const T *ap = a + off * inca;
       T *yp = y + off * incy;
-      if (unit(inca) && unit(incy)) return ut && threaded ? ut(units[f], m, ap, yp, core_handle(), s, cost) : units[f](m, ap, yp, s);
+      if (unit(inca) && unit(incy))
+        return ut && threaded ? ut(units[f], m, ap, yp, core_handle(), s, cost) : units[f](m, ap, yp, s);
       const int ia = static_cast<int>(inca), iy = static_cast<int>(incy);
-      return st && threaded ? st(strided[f], m, ap, ia, yp, iy, core_handle(), s, cost) : strided[f](m, ap, ia, yp, iy, s);
+      return st && threaded ? st(strided[f], m, ap, ia, yp, iy, core_handle(), s, cost)
+                            : strided[f](m, ap, ia, yp, iy, s);
     });
   }
-  static constexpr auto units =
-      table<int (*)(int, const T *, const T *, T *), BinaryKernels<T>::template Unit>(std::make_index_sequence<kBinary>());
-  static constexpr auto strided = table<int (*)(int, const T *, int, const T *, int, T *, int),
-                                        BinaryKernels<T>::template Strided>(std::make_index_sequence<kBinary>());
+  static constexpr auto units = table<int (*)(int, const T *, const T *, T *), BinaryKernels<T>::template Unit>(
+      std::make_index_sequence<kBinary>());
+  static constexpr auto strided =
+      table<int (*)(int, const T *, int, const T *, int, T *, int), BinaryKernels<T>::template Strided>(
+          std::make_index_sequence<kBinary>());
   static const Forms<T> forms("_2i_1o", "_2iI_1oI");
-  return two_in_one_out(forms.unit.c_str(), forms.strided.c_str(), units[f], strided[f], kBinaryCost[f], n, a, inca,
-                        b, incb, y, incy);
+  return two_in_one_out(forms.unit.c_str(), forms.strided.c_str(), units[f], strided[f], kBinaryCost[f], n, a, inca, b,
+                        incb, y, incy);
 }
 
 template <class T>
@@ -313,10 +322,11 @@ int sincos_call(int64_t n, const T *x, int64_t incx, T *s, int64_t incs, T *c, i
     const T *xp = x + off * incx;
     T *sp = s + off * incs, *cp = c + off * incc;
     if (unit(incx) && unit(incs) && unit(incc))
-      return ut && threaded ? ut(&sincos_unit<T>, m, xp, sp, cp, core_handle(), kSinCosCost) : sincos_unit<T>(m, xp, sp, cp);
+      return ut && threaded ? ut(&sincos_unit<T>, m, xp, sp, cp, core_handle(), kSinCosCost)
+                            : sincos_unit<T>(m, xp, sp, cp);
     const int ix = static_cast<int>(incx), is = static_cast<int>(incs), ic = static_cast<int>(incc);
     return st && threaded ? st(&sincos_strided<T>, m, xp, ix, sp, is, cp, ic, core_handle(), kSinCosCost)
-              : sincos_strided<T>(m, xp, ix, sp, is, cp, ic);
+                          : sincos_strided<T>(m, xp, ix, sp, is, cp, ic);
   });
 }
 
@@ -335,10 +345,11 @@ int frac_call(int64_t n, const T *a, int64_t inca, const T *b, int64_t incb, T *
     T *yp = y + off * incy;
     if (unit(inca) && unit(incb) && unit(incy))
       return ut && threaded ? ut(&frac_unit<T>, m, ap, bp, yp, core_handle(), s[0], s[1], s[2], s[3], kLinearFracCost)
-                : frac_unit<T>(m, ap, bp, yp, s[0], s[1], s[2], s[3]);
+                            : frac_unit<T>(m, ap, bp, yp, s[0], s[1], s[2], s[3]);
     const int ia = static_cast<int>(inca), ib = static_cast<int>(incb), iy = static_cast<int>(incy);
-    return st && threaded ? st(&frac_strided<T>, m, ap, ia, bp, ib, yp, iy, core_handle(), s[0], s[1], s[2], s[3], kLinearFracCost)
-              : frac_strided<T>(m, ap, ia, bp, ib, yp, iy, s[0], s[1], s[2], s[3]);
+    return st && threaded
+               ? st(&frac_strided<T>, m, ap, ia, bp, ib, yp, iy, core_handle(), s[0], s[1], s[2], s[3], kLinearFracCost)
+               : frac_strided<T>(m, ap, ia, bp, ib, yp, iy, s[0], s[1], s[2], s[3]);
   });
 }
 
@@ -347,15 +358,16 @@ int complex_unary_call(int f, int64_t n, const C *x, int64_t incx, void *y, int6
   if (f == kc_abs || f == kc_arg) {
     static constexpr auto units = table<int (*)(int, const C *, E *), ComplexKernels<C, E>::template RealUnit>(
         std::make_index_sequence<kComplexUnary>());
-    static constexpr auto strided = table<int (*)(int, const C *, int, E *, int), ComplexKernels<C, E>::template RealStrided>(
-        std::make_index_sequence<kComplexUnary>());
+    static constexpr auto strided =
+        table<int (*)(int, const C *, int, E *, int), ComplexKernels<C, E>::template RealStrided>(
+            std::make_index_sequence<kComplexUnary>());
     static const std::string u = std::string(1, letter_of<C>()) + "_1i_" + letter_of<E>() + "_1o";
     static const std::string s = std::string(1, letter_of<C>()) + "_1iI_" + letter_of<E>() + "_1oI";
     return one_in_one_out(u.c_str(), s.c_str(), units[f], strided[f], kComplexUnaryCost[f], n, x, incx,
                           static_cast<E *>(y), incy);
   }
-  static constexpr auto units =
-      table<int (*)(int, const C *, C *), ComplexKernels<C, E>::template Unit>(std::make_index_sequence<kComplexUnary>());
+  static constexpr auto units = table<int (*)(int, const C *, C *), ComplexKernels<C, E>::template Unit>(
+      std::make_index_sequence<kComplexUnary>());
   static constexpr auto strided = table<int (*)(int, const C *, int, C *, int), ComplexKernels<C, E>::template Strided>(
       std::make_index_sequence<kComplexUnary>());
   static const Forms<C> forms("_1i_1o", "_1iI_1oI");
@@ -367,8 +379,9 @@ template <class C, class E>
 int complex_binary_call(int f, int64_t n, const C *a, int64_t inca, const C *b, int64_t incb, C *y, int64_t incy) {
   static constexpr auto units = table<int (*)(int, const C *, const C *, C *), ComplexKernels<C, E>::template BinUnit>(
       std::make_index_sequence<kComplexBinary>());
-  static constexpr auto strided = table<int (*)(int, const C *, int, const C *, int, C *, int),
-                                        ComplexKernels<C, E>::template BinStrided>(std::make_index_sequence<kComplexBinary>());
+  static constexpr auto strided =
+      table<int (*)(int, const C *, int, const C *, int, C *, int), ComplexKernels<C, E>::template BinStrided>(
+          std::make_index_sequence<kComplexBinary>());
   static const Forms<C> forms("_2i_1o", "_2iI_1oI");
   return two_in_one_out(forms.unit.c_str(), forms.strided.c_str(), units[f], strided[f], kComplexBinaryCost[f], n, a,
                         inca, b, incb, y, incy);
@@ -385,9 +398,12 @@ extern "C" {
 int orb_vm_kernel_real_unary(int f, char p, int64_t n, const void *x, int64_t incx, void *y, int64_t incy) {
   if (f < 0 || f >= kUnary) return -1;
   switch (p) {
-    case 'h': return real_unary_call(f, n, static_cast<const ORB_Half *>(x), incx, static_cast<ORB_Half *>(y), incy);
-    case 's': return real_unary_call(f, n, static_cast<const float *>(x), incx, static_cast<float *>(y), incy);
-    case 'd': return real_unary_call(f, n, static_cast<const double *>(x), incx, static_cast<double *>(y), incy);
+    case 'h':
+      return real_unary_call(f, n, static_cast<const ORB_Half *>(x), incx, static_cast<ORB_Half *>(y), incy);
+    case 's':
+      return real_unary_call(f, n, static_cast<const float *>(x), incx, static_cast<float *>(y), incy);
+    case 'd':
+      return real_unary_call(f, n, static_cast<const double *>(x), incx, static_cast<double *>(y), incy);
   }
   return -1;
 }
@@ -425,8 +441,8 @@ int orb_vm_kernel_real_sincos(char p, int64_t n, const void *x, int64_t incx, vo
   return -1;
 }
 
-int orb_vm_kernel_real_linear_frac(char p, int64_t n, const void *a, int64_t inca, const void *b, int64_t incb,
-                                   void *y, int64_t incy, const void *s) {
+int orb_vm_kernel_real_linear_frac(char p, int64_t n, const void *a, int64_t inca, const void *b, int64_t incb, void *y,
+                                   int64_t incy, const void *s) {
   switch (p) {
     case 'h':
       return frac_call(n, static_cast<const ORB_Half *>(a), inca, static_cast<const ORB_Half *>(b), incb,
@@ -443,7 +459,8 @@ int orb_vm_kernel_real_linear_frac(char p, int64_t n, const void *a, int64_t inc
 
 int orb_vm_kernel_complex_unary(int f, char p, int64_t n, const void *x, int64_t incx, void *y, int64_t incy) {
   if (f < 0 || f >= kComplexUnary) return -1;
-  if (p == 'c') return complex_unary_call<ORB_Complex8, float>(f, n, static_cast<const ORB_Complex8 *>(x), incx, y, incy);
+  if (p == 'c')
+    return complex_unary_call<ORB_Complex8, float>(f, n, static_cast<const ORB_Complex8 *>(x), incx, y, incy);
   if (p == 'z')
     return complex_unary_call<ORB_Complex16, double>(f, n, static_cast<const ORB_Complex16 *>(x), incx, y, incy);
   return -1;

@@ -26,15 +26,18 @@ constexpr Pole kBinaryPole[kBinary] = {ORB_VM_SLEEF_BINARY(ORB_VM_POLE_SLEEF) OR
 #define ORB_VM_NAME_OWN(name, pole, cost) P #name,
 #define P "h"
 constexpr const char *kUnaryNameH[kUnary] = {ORB_VM_SLEEF_UNARY(ORB_VM_NAME_SLEEF) ORB_VM_OWN_UNARY(ORB_VM_NAME_OWN)};
-constexpr const char *kBinaryNameH[kBinary] = {ORB_VM_SLEEF_BINARY(ORB_VM_NAME_SLEEF) ORB_VM_OWN_BINARY(ORB_VM_NAME_OWN)};
+constexpr const char *kBinaryNameH[kBinary] = {ORB_VM_SLEEF_BINARY(ORB_VM_NAME_SLEEF)
+                                                   ORB_VM_OWN_BINARY(ORB_VM_NAME_OWN)};
 #undef P
 #define P "s"
 constexpr const char *kUnaryNameS[kUnary] = {ORB_VM_SLEEF_UNARY(ORB_VM_NAME_SLEEF) ORB_VM_OWN_UNARY(ORB_VM_NAME_OWN)};
-constexpr const char *kBinaryNameS[kBinary] = {ORB_VM_SLEEF_BINARY(ORB_VM_NAME_SLEEF) ORB_VM_OWN_BINARY(ORB_VM_NAME_OWN)};
+constexpr const char *kBinaryNameS[kBinary] = {ORB_VM_SLEEF_BINARY(ORB_VM_NAME_SLEEF)
+                                                   ORB_VM_OWN_BINARY(ORB_VM_NAME_OWN)};
 #undef P
 #define P "d"
 constexpr const char *kUnaryNameD[kUnary] = {ORB_VM_SLEEF_UNARY(ORB_VM_NAME_SLEEF) ORB_VM_OWN_UNARY(ORB_VM_NAME_OWN)};
-constexpr const char *kBinaryNameD[kBinary] = {ORB_VM_SLEEF_BINARY(ORB_VM_NAME_SLEEF) ORB_VM_OWN_BINARY(ORB_VM_NAME_OWN)};
+constexpr const char *kBinaryNameD[kBinary] = {ORB_VM_SLEEF_BINARY(ORB_VM_NAME_SLEEF)
+                                                   ORB_VM_OWN_BINARY(ORB_VM_NAME_OWN)};
 #undef P
 
 template <class T>
@@ -167,7 +170,8 @@ int real_unary(int f, int n, const T *x, int incx, T *y, int incy) {
       for (int64_t j = 0; j < m; ++j) {
         const W r = Real<T>::stored(ys[j]);
         if (std::isfinite(r)) continue;
-        if (const int s = classify<W>(kUnaryPole[f], xs[j], W(0), r)) call.report.error(s, call.first + i0 + j, xs[j], 0, r);
+        if (const int s = classify<W>(kUnaryPole[f], xs[j], W(0), r))
+          call.report.error(s, call.first + i0 + j, xs[j], 0, r);
       }
     store_results(y, i0, incy, m, ys, yb);
   }
@@ -193,7 +197,8 @@ int real_binary(int f, int n, const T *a, int inca, const T *b, int incb, T *y, 
       for (int64_t j = 0; j < m; ++j) {
         const W r = Real<T>::stored(ys[j]);
         if (std::isfinite(r)) continue;
-        if (const int s = classify<W>(kBinaryPole[f], as[j], bs[j], r)) call.report.error(s, call.first + i0 + j, as[j], bs[j], r);
+        if (const int s = classify<W>(kBinaryPole[f], as[j], bs[j], r))
+          call.report.error(s, call.first + i0 + j, as[j], bs[j], r);
       }
     store_results(y, i0, incy, m, ys, yb);
   }
@@ -217,7 +222,8 @@ int real_sincos(int n, const T *x, int incx, T *s, int incs, T *c, int incc) {
     sleef<W>().sincos[acc](xs, ss, cs, m);
     if (call.report.wanted())
       for (int64_t j = 0; j < m; ++j)
-        if (std::isnan(ss[j]) && !std::isnan(xs[j])) call.report.error(ORB_VM_STATUS_ERRDOM, call.first + i0 + j, xs[j], 0, ss[j]);
+        if (std::isnan(ss[j]) && !std::isnan(xs[j]))
+          call.report.error(ORB_VM_STATUS_ERRDOM, call.first + i0 + j, xs[j], 0, ss[j]);
     store_results(s, i0, incs, m, ss, sb);
     store_results(c, i0, incc, m, cs, cb);
   }
@@ -228,7 +234,10 @@ template <class T>
 int real_linear_frac(int n, const T *a, int inca, const T *b, int incb, T *y, int incy, T s1, T s2, T s3, T s4) {
   using W = typename Real<T>::Work;
   if (n <= 0) return state().status = 0;
-  KernelCall call(letter_of<T>() == 'h' ? "hlinearfrac" : letter_of<T>() == 's' ? "slinearfrac" : "dlinearfrac", a, inca);
+  KernelCall call(letter_of<T>() == 'h'   ? "hlinearfrac"
+                  : letter_of<T>() == 's' ? "slinearfrac"
+                                          : "dlinearfrac",
+                  a, inca);
   const W p = Real<T>::load(s1), q = Real<T>::load(s2), u = Real<T>::load(s3), v = Real<T>::load(s4);
   alignas(64) W ab[kChunk], bb[kChunk], yb[kChunk];
   for (int64_t i0 = 0; i0 < n; i0 += kChunk) {
@@ -241,17 +250,18 @@ int real_linear_frac(int n, const T *a, int inca, const T *b, int incb, T *y, in
         const W r = Real<T>::stored(yb[j]);
         if (std::isfinite(r)) continue;
         const W num = p * as[j] + q, den = u * bs[j] + v;
-        if (const int s = classify<W>(Pole::divisor_zero, num, den, r)) call.report.error(s, call.first + i0 + j, as[j], bs[j], r);
+        if (const int s = classify<W>(Pole::divisor_zero, num, den, r))
+          call.report.error(s, call.first + i0 + j, as[j], bs[j], r);
       }
     for (int64_t j = 0; j < m; ++j) y[(i0 + j) * incy] = Real<T>::store(yb[j]);
   }
   return call.finish();
 }
 
-#define ORB_VM_INSTANTIATE_REAL(T)                                                                      \
-  template int real_unary<T>(int, int, const T *, int, T *, int);                                       \
-  template int real_binary<T>(int, int, const T *, int, const T *, int, T *, int);                      \
-  template int real_sincos<T>(int, const T *, int, T *, int, T *, int);                                 \
+#define ORB_VM_INSTANTIATE_REAL(T)                                                 \
+  template int real_unary<T>(int, int, const T *, int, T *, int);                  \
+  template int real_binary<T>(int, int, const T *, int, const T *, int, T *, int); \
+  template int real_sincos<T>(int, const T *, int, T *, int, T *, int);            \
   template int real_linear_frac<T>(int, const T *, int, const T *, int, T *, int, T, T, T, T);
 ORB_VM_INSTANTIATE_REAL(ORB_Half)
 ORB_VM_INSTANTIATE_REAL(float)

@@ -65,7 +65,8 @@ typedef uint16_t ORB_Half;
 /* What the error callback is told about one offending element. */
 typedef struct {
   int status;            /* ORB_VM_STATUS_ERRDOM, _SING or _OVERFLOW */
-  int64_t index;         /* the element's index in the whole vector */
+  int64_t index;         /* the element's index in the whole vector (beyond 2^30 elements,
+                            which go over in pieces of 2^30: in its piece) */
   double arg1, arg2;     /* its argument(s) (the real part for complex values) */
   double result;         /* the value stored (the real part for complex values) */
   const char *function;  /* "dln", "spow", ...: precision letter and function */
