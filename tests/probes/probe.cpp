@@ -19,6 +19,7 @@
 #include <dlfcn.h>
 
 #include <algorithm>
+#include <cmath>
 #include <atomic>
 #include <chrono>
 #include <cstdio>
@@ -303,8 +304,38 @@ int ewf_load(const char *library) {
   return 0;
 }
 
+//! The largest error in ulps of a few vector functions of doubles against
+//! long double, with whichever SLEEF set ORB_VM_ISA leaves the module.
+int vm_isa() {
+  const int n = 4096;
+  std::vector<double> x(n), y(n);
+  double worst = 0;
+  const auto look = [&](long double (*ref)(long double)) {
+    for (int i = 0; i < n; ++i) {
+      const long double r = ref(x[i]);
+      const long double ulp = ldexpl(1.0L, ilogbl(r) - 52);
+      worst = std::max(worst, static_cast<double>(fabsl(y[i] - r) / ulp));
+    }
+  };
+  for (int i = 0; i < n; ++i) x[i] = -30 + 60.0 * i / n + 1e-3;
+  orb_vm_dexp(n, x.data(), y.data());
+  look(expl);
+  orb_vm_dsin(n, x.data(), y.data());
+  look(sinl);
+  orb_vm_derf(n, x.data(), y.data());
+  look(erfl);
+  for (int i = 0; i < n; ++i) x[i] = 1e-3 + 1e3 * i / n;
+  orb_vm_dln(n, x.data(), y.data());
+  look(logl);
+  orb_vm_dsqrt(n, x.data(), y.data());
+  look(sqrtl);
+  std::printf("max_ulps=%.4f\n", worst);
+  return 0;
+}
+
 int main(int argc, char **argv) {
   const std::string mode = argc > 1 ? argv[1] : "";
+  if (mode == "vm-isa") return vm_isa();
   if (mode == "ewf-load" && argc == 3) return ewf_load(argv[2]);
   if (mode == "provider") return provider();
   if (mode == "provider2") return provider2();
