@@ -1,5 +1,5 @@
 // `orb-bench vm`: y = f(x) over 10^3 to 10^7 doubles, in both accuracy
-// modes, four ways in one run: orb (its threaders over every core), orb's
+// modes (and complex products z = a b), four ways in one run: orb (its threaders over every core), orb's
 // kernel on one thread (an arena of one), SLEEF's widest kernels called
 // directly over the same vector on one thread, and the C library's scalar
 // function in a loop.  Elements per second from each one's best call, and
@@ -23,6 +23,7 @@
 #include <dlfcn.h>
 
 #include <cmath>
+#include <complex>
 #include <cstdio>
 #include <functional>
 
@@ -123,6 +124,51 @@ void measure(const Level1Options &o, void *liborb, const VmFunction &f, unsigned
   std::fflush(stdout);
 }
 
+//! Complex products z = a b of doubles: orb against its kernel on one thread
+//! and a plain loop of the C library's complex type (SLEEF has none).
+void measure_zmul(const Level1Options &o, void *liborb, long n, int &status) {
+  using Zmul = int (*)(int64_t, const ORB_Complex16 *, const ORB_Complex16 *, ORB_Complex16 *);
+  const auto zmul = reinterpret_cast<Zmul>(dlsym(liborb, "orb_vm_zmul_64"));
+  if (!zmul) {
+    std::printf("zmul     %9ld   orb lacks orb_vm_zmul_64\n", n);
+    return;
+  }
+  std::vector<std::complex<double>> a(n), b(n), z(n);
+  for (long i = 0; i < n; ++i) {
+    a[i] = {std::sin(0.001 * i), std::cos(0.003 * i)};
+    b[i] = {1.5 - 1e-7 * i, 0.25 + 1e-8 * i};
+  }
+  const auto orb = [&] {
+    zmul(n, reinterpret_cast<const ORB_Complex16 *>(a.data()), reinterpret_cast<const ORB_Complex16 *>(b.data()),
+         reinterpret_cast<ORB_Complex16 *>(z.data()));
+  };
+  tbb::task_arena one(1);
+  std::vector<Contestant> c(3);
+  c[0].call = orb;
+  c[1].call = [&] { one.execute(orb); };
+  c[2].call = [&] {
+    for (long i = 0; i < n; ++i) z[i] = a[i] * b[i];
+  };
+  for (Contestant &k : c) {
+    const double t0 = now_s();
+    k.call();
+    k.per_round = calls_per_round(std::max(now_s() - t0, 1e-7), o.target_s, o.rounds);
+  }
+  orb();
+  for (long i = 0; i < n; ++i)
+    if (std::abs(z[i] - a[i] * b[i]) > 4e-16 * std::abs(a[i]) * std::abs(b[i])) {
+      std::fprintf(stderr, "orb-bench vm: zmul element %ld differs from the C library's product\n", i);
+      status = 1;
+      break;
+    }
+  interleave(c, o.rounds);
+  double eps[3];
+  for (int k = 0; k < 3; ++k) eps[k] = n / summarize(c[k].seconds).best_s;
+  std::printf("%-8s %9ld  %10.3g %10.3g %10s %10.3g   %6.2f %6s %6.2f\n", "zmul", n, eps[0], eps[1], "-", eps[2],
+              paired_speedup(c[0].round_best, c[1].round_best), "-", paired_speedup(c[0].round_best, c[2].round_best));
+  std::fflush(stdout);
+}
+
 bool parse_vm_options(const std::vector<std::string> &args, Level1Options &o, std::string &error) {
   return parse_order_options(args, o, error, {1000, 10000, 100000, 1000000, 10000000}, {1000, 100000, 1000000});
 }
@@ -155,6 +201,7 @@ int vm_main(const std::vector<std::string> &args) {
   for (const VmFunction &f : kFunctions)
     for (const unsigned mode : {ORB_VM_HA, ORB_VM_LA})
       for (long n : o.lengths) measure(o, liborb, f, mode, n, status);
+  for (long n : o.lengths) measure_zmul(o, liborb, n, status);
   return status;
 }
 

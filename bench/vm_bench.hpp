@@ -1,6 +1,7 @@
 // `orb-bench vm`: orb's threaded vector math against its own sequential
 // kernel, SLEEF called directly on one thread and the C library's scalar
-// functions in a loop, for exp, ln, sin, pow, erf and sqrt of doubles.
+// functions in a loop, for exp, ln, sin, pow, erf and sqrt of doubles, and
+// complex products of doubles against a plain loop.
 #pragma once
 
 #include <string>
