@@ -20,6 +20,7 @@
 #include "level3_bench.hpp"
 #include "spmv_bench.hpp"
 #include "trsv_bench.hpp"
+#include "vm_bench.hpp"
 
 #include <cstdio>
 #include <cstring>
@@ -47,6 +48,7 @@ const Subcommand kSubcommands[] = {
     {"spmv", orb::bench::spmv_main, orb::bench::spmv_usage, "sparse y := A x against the sequential kernel and peers"},
     {"trsv", orb::bench::trsv_main, orb::bench::trsv_usage, "sparse triangular solve and Gauss-Seidel, parallel against one part"},
     {"syrkd", orb::bench::syrkd_main, orb::bench::syrkd_usage, "sparse C := A^T A into a dense C against the sequential kernel"},
+    {"vm", orb::bench::vm_main, orb::bench::vm_usage, "exp/ln/sin/pow/erf/sqrt against orb on one thread, SLEEF and libm"},
 };
 
 void print_usage(std::FILE *out) {

@@ -21,9 +21,11 @@ enum MessageId : int {
   kMsgInternalError = 7,       //!< internal error %d was reported by %s
   kMsgNoMemory = 8,            //!< not enough memory to run %s
   kMsgThreadSetting = 9,       //!< %s cannot run with the thread setting in force
-  kMsgProviderNotLoaded = 771, //!< cannot load the kernel provider %s
-  kMsgProviderLacks = 772,     //!< the kernel provider %s lacks the routine %s
-  kMsgProvider2Unused = 773,   //!< the second kernel provider %s is not used: %s
+  kMsgEwfNoHandle = 771,       //!< the vector-function threader has no core library to load from
+  kMsgEwfEntryMissing = 772,   //!< the core library lacks the vector-math entry point %s
+  kMsgProviderNotLoaded = 781, //!< cannot load the kernel provider %s
+  kMsgProviderLacks = 782,     //!< the kernel provider %s lacks the routine %s
+  kMsgProvider2Unused = 783,   //!< the second kernel provider %s is not used: %s
   kMsgNullPointer = 1102,      //!< a required pointer argument (%s) is null
   kMsgTooLarge32 = 1225,       //!< %s: a size exceeds the 32-bit interface
 };

@@ -25,3 +25,5 @@ echo
 "$bdir/bench/orb-bench" spmv --quick
 "$bdir/bench/orb-bench" trsv --quick
 "$bdir/bench/orb-bench" syrkd --quick
+echo
+"$bdir/bench/orb-bench" vm --quick

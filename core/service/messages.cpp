@@ -27,6 +27,8 @@ constexpr Message kCatalogue[] = {
     {orb::kMsgInternalError, 2, "  internal error %d was reported by %s\n"},
     {orb::kMsgNoMemory, 1, "  not enough memory to run %s\n"},
     {orb::kMsgThreadSetting, 1, "  %s cannot run with the thread setting in force\n"},
+    {orb::kMsgEwfNoHandle, 0, "orb: the vector-function threader was given no core library to load from\n"},
+    {orb::kMsgEwfEntryMissing, 1, "orb: the core library lacks the vector-math entry point %s\n"},
     {orb::kMsgProviderNotLoaded, 1, "orb: cannot load the kernel provider %s\n"},
     {orb::kMsgProviderLacks, 2, "orb: the kernel provider %s lacks the routine %s\n"},
     {orb::kMsgProvider2Unused, 2, "orb: the second kernel provider %s is not used: %s\n"},

@@ -63,7 +63,9 @@ INSTANTIATE_TEST_SUITE_P(
                       VerboseCase{"sparse",
                                   "lp64",
                                   {"orb_sparse_d_mv(10,2,3,2,20)", "orb_sparse_d_mm(10,2,3,2,2,20)",
-                                   "orb_dcsrmv_lp64(N,G,2,3)"}}),
+                                   "orb_dcsrmv_lp64(N,G,2,3)"}},
+                      // Vector math: the function and its length.
+                      VerboseCase{"vm", "lp64", {"orb_vm_dexp(3)", "orb_vm_dpowx(2)"}}),
     [](const auto &info) { return std::string(info.param.form); });
 
 }  // namespace

@@ -7,16 +7,19 @@
 // fortran32|fortran64|cblas (the standard names, for their verbose lines);
 // cuts BUDGET (how many kernel calls a small dgemm and ddot make, under the
 // threshold scale of the environment).
+#include <orb/internal/orb_ewf.h>
 #include <orb/internal/orb_kernels.h>
 #include <orb/orb_blas.h>
 #include <orb/orb_cblas.h>
 #include <orb/orb_service.h>
 #include <orb/orb_sparse.h>
+#include <orb/orb_vm.h>
 
 #include <dirent.h>
 #include <dlfcn.h>
 
 #include <algorithm>
+#include <cmath>
 #include <atomic>
 #include <chrono>
 #include <cstdio>
@@ -188,6 +191,9 @@ int calls(const char *form) {
   } else if (std::strcmp(form, "cblas") == 0) {
     cblas_dgemm(CblasRowMajor, CblasNoTrans, CblasTrans, 2, 3, 4, alpha, a, 4, b, 4, beta, c, 3);
     cblas_zgemv(CblasColMajor, CblasConjTrans, 2, 3, &za, zm, 2, zx, 1, &zb, zy, 1);
+  } else if (std::strcmp(form, "vm") == 0) {
+    orb_vm_dexp(3, a, c);
+    orb_vm_dpowx_strided_64(2, a, 2, 1.5, c, 1);
   } else if (std::strcmp(form, "sparse") == 0) {
     int32_t ptr[] = {0, 1, 2}, col[] = {0, 2};
     orb_sparse_matrix A = nullptr;
@@ -284,8 +290,57 @@ int cuts(int budget) {
 
 }  // namespace
 
+//! The vector-function threaders' one-time loading from `library` ("none":
+//! no handle at all), which ends the process when an entry point is missing.
+int ewf_load(const char *library) {
+  void *handle = std::strcmp(library, "none") == 0 ? nullptr : dlopen(library, RTLD_LAZY);
+  orb_vm_error_callback (*get_callback)(void);
+  orb_vm_error_callback (*set_callback)(orb_vm_error_callback);
+  unsigned (*get_mode)(void);
+  unsigned (*set_mode)(unsigned);
+  void (*set_input)(const void *);
+  int (*get_status)(void);
+  int (*set_status)(int);
+  int done = -1;
+  orb_ewf_serv_LoadFunctions(handle, &get_callback, &set_callback, &get_mode, &set_mode, &set_input, &get_status,
+                             &set_status, &done);
+  std::printf("done=%d\n", done);
+  return 0;
+}
+
+//! The largest error in ulps of a few vector functions of doubles against
+//! long double, with whichever SLEEF set ORB_VM_ISA leaves the module.
+int vm_isa() {
+  const int n = 4096;
+  std::vector<double> x(n), y(n);
+  double worst = 0;
+  const auto look = [&](long double (*ref)(long double)) {
+    for (int i = 0; i < n; ++i) {
+      const long double r = ref(x[i]);
+      const long double ulp = ldexpl(1.0L, ilogbl(r) - 52);
+      worst = std::max(worst, static_cast<double>(fabsl(y[i] - r) / ulp));
+    }
+  };
+  for (int i = 0; i < n; ++i) x[i] = -30 + 60.0 * i / n + 1e-3;
+  orb_vm_dexp(n, x.data(), y.data());
+  look(expl);
+  orb_vm_dsin(n, x.data(), y.data());
+  look(sinl);
+  orb_vm_derf(n, x.data(), y.data());
+  look(erfl);
+  for (int i = 0; i < n; ++i) x[i] = 1e-3 + 1e3 * i / n;
+  orb_vm_dln(n, x.data(), y.data());
+  look(logl);
+  orb_vm_dsqrt(n, x.data(), y.data());
+  look(sqrtl);
+  std::printf("max_ulps=%.4f\n", worst);
+  return 0;
+}
+
 int main(int argc, char **argv) {
   const std::string mode = argc > 1 ? argv[1] : "";
+  if (mode == "vm-isa") return vm_isa();
+  if (mode == "ewf-load" && argc == 3) return ewf_load(argv[2]);
   if (mode == "provider") return provider();
   if (mode == "provider2") return provider2();
   if (mode == "env") {
