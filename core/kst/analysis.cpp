@@ -27,13 +27,6 @@
 
 namespace orb::kst {
 
-bool keep_merged(int64_t width, int64_t stored, int64_t zeros) {
-  if (width <= 4) return zeros * 5 <= stored * 4;  // tiny supernodes cost more in calls than in zeros
-  if (width <= 16) return zeros * 2 <= stored;
-  if (width <= 48) return zeros * 10 <= stored;
-  return zeros * 20 <= stored;
-}
-
 namespace {
 
 //! The adjacency of A + A^T, zero-based, each list sorted and without repeats.
