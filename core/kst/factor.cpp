@@ -6,7 +6,9 @@
 // for each supernode, columns first .. first + w - 1 with r rows,
 //   L11 := chol(A11)              the provider's potrf, w x w
 //   L21 := A21 L11^-H             trsm, (r - w) x w
-//   C   := L21 L21^H              syrk / herk, lower, (r - w) x (r - w)
+//   C   := L21 L21^H              syrk / herk, lower, (r - w) x (r - w),
+//                                 in panels of kPanel columns (gemm below
+//                                 the panel's diagonal block)
 // and C is subtracted from the supernodes that own its columns: the rows of
 // L21 are a subset of each target's rows, found through a map from row to
 // position filled once per target.  A pivot that is not positive stops the
@@ -39,6 +41,10 @@ namespace {
 using orb::core::provider;
 using orb::core::ProviderPotrfFn;
 
+//! Columns of the update matrix formed at a time: its scratch holds at most
+//! this many columns of the largest supernode's rows below its diagonal block.
+constexpr int64_t kPanel = 256;
+
 //! The dense kernels of one precision.
 template <class T>
 struct Dense;
@@ -55,6 +61,11 @@ struct Dense;
     static void gemm(const char *ta, ORB_INT m, ORB_INT n, ORB_INT k, T alpha, const T *a, ORB_INT lda,         \
                      const T *b, ORB_INT ldb, T beta, T *c, ORB_INT ldc) {                                      \
       orb_blas_x##p##gemm(ta, "N", &m, &n, &k, &alpha, a, &lda, b, &ldb, &beta, c, &ldc);                      \
+    }                                                                                                           \
+    /* C := A B^H, with B the first n rows of A (m x k), C m x n. */                                            \
+    static void gemm_nc(ORB_INT m, ORB_INT n, ORB_INT k, const T *a, ORB_INT lda, T *c) {                      \
+      const T one = Precision<T>::one(), zero = Precision<T>::zero();                                           \
+      orb_blas_x##p##gemm("N", "C", &m, &n, &k, &one, a, &lda, a, &lda, &zero, c, &m);                         \
     }                                                                                                           \
   };
 ORB_FOR_EACH_PRECISION(ORB_KST_DENSE)
@@ -105,7 +116,7 @@ int32_t factor(orb_kestrel_state *h, const T *a) {
   Symbolic &s = h->symbolic;
   if (!a && s.input_entries > 0) return kBadInput;
   const int64_t total = s.value_ptr[s.supernodes] - 1;
-  Owned<T> values(total), update(s.largest_update * s.largest_update);
+  Owned<T> values(total), update(s.largest_update * std::min(s.largest_update, kPanel));
   Owned<int64_t> map(s.n);
   if (!values || !update || !map) return kOutOfMemory;
   std::fill(values.get(), values.get() + total, Precision<T>::zero());
@@ -144,21 +155,30 @@ int32_t factor(orb_kestrel_state *h, const T *a) {
     }
     if (m == 0) continue;
     Dense<T>::trsm("R", "C", m, w, block, r, block + w, r);
-    T *c = update.get();
-    rank_update(m, w, block + w, r, c);
-    // Subtract column j of C from the supernode owning row rows[w + j].
-    for (int64_t j = 0; j < m; ++j) {
-      const int64_t col = rows[w + j] - 1;
-      const int64_t target = s.column_of[col];
-      const int64_t tr = s.row_ptr[target + 1] - s.row_ptr[target];
-      if (target != mapped) {
-        const int64_t *trows = s.rows.get() + (s.row_ptr[target] - 1);
-        for (int64_t i = 0; i < tr; ++i) map[trows[i] - 1] = i;
-        mapped = target;
+    // C := L21 L21^H a panel of columns at a time: rows j0 .. m - 1 of
+    // columns j0 .. j0 + jb - 1, from one product.
+    for (int64_t j0 = 0; j0 < m; j0 += kPanel) {
+      const int64_t jb = std::min(kPanel, m - j0), height = m - j0;
+      T *c = update.get();
+      if (jb == height)
+        rank_update(jb, w, block + w + j0, r, c);
+      else
+        Dense<T>::gemm_nc(height, jb, w, block + w + j0, r, c);
+      // Subtract column j of the panel from the supernode owning row rows[w + j0 + j].
+      for (int64_t j = 0; j < jb; ++j) {
+        const int64_t col = rows[w + j0 + j] - 1;
+        const int64_t target = s.column_of[col];
+        const int64_t tr = s.row_ptr[target + 1] - s.row_ptr[target];
+        if (target != mapped) {
+          const int64_t *trows = s.rows.get() + (s.row_ptr[target] - 1);
+          for (int64_t i = 0; i < tr; ++i) map[trows[i] - 1] = i;
+          mapped = target;
+        }
+        T *dest = values.get() + (s.value_ptr[target] - 1) + (col - (s.super[target] - 1)) * tr;
+        const T *src = c + j * height;
+        const int64_t *below = rows + w + j0;
+        for (int64_t i = j; i < height; ++i) subtract(dest[map[below[i] - 1]], src[i]);
       }
-      T *dest = values.get() + (s.value_ptr[target] - 1) + (col - (s.super[target] - 1)) * tr;
-      const T *src = c + j * m;
-      for (int64_t i = j; i < m; ++i) subtract(dest[map[rows[w + i] - 1]], src[i]);
     }
   }
   // Success: the factor replaces any earlier one.

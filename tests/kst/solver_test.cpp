@@ -82,6 +82,20 @@ Matrix random_spd(int64_t n, int per_row, bool complex, uint32_t seed) {
   return a;
 }
 
+//! A full band of half-width `half` (off-diagonal -1 / half, diagonal 3):
+//! in the natural order its supernodes have `half` rows below their
+//! diagonal blocks, so the updates take several panels.
+Matrix band(int64_t n, int64_t half, bool complex) {
+  Matrix a;
+  a.n = n;
+  for (int64_t i = 0; i < n; ++i) {
+    a.upper.push_back({i, i, 3});
+    for (int64_t j = i + 1; j <= std::min(n - 1, i + half); ++j)
+      a.upper.push_back({i, j, cld(-1.0L / half, complex ? 0.5L / half : 0)});
+  }
+  return a;
+}
+
 //! The matrix as the caller hands it over: CSR of one triangle (or both),
 //! in a given base and width, rows shuffled, some entries split in two
 //! (duplicates the solver must sum).
@@ -188,13 +202,18 @@ long double solve_residual(const Matrix &a, int64_t nrhs, int triangle, int base
 
 struct Case {
   const char *name;
-  int kind;  // 0: 2-D grid, 1: 3-D grid, 2: random
+  int kind;  // 0: 2-D grid, 1: 3-D grid, 2: random, 3: wide band
   int64_t nrhs;
   int bits, base, triangle, ordering;
 };
 
 Matrix make(int kind, bool complex) {
-  return kind == 0 ? laplacian(13, 2, complex) : kind == 1 ? laplacian(6, 3, complex) : random_spd(150, 3, complex, 5);
+  switch (kind) {
+    case 0: return laplacian(13, 2, complex);
+    case 1: return laplacian(6, 3, complex);
+    case 2: return random_spd(150, 3, complex, 5);
+    default: return band(700, 300, complex);
+  }
 }
 
 class Residuals : public ::testing::TestWithParam<Case> {};
@@ -221,14 +240,16 @@ INSTANTIATE_TEST_SUITE_P(
                       Case{"random_10rhs_i4_base0_full", 2, 10, 32, 0, ORB_KESTREL_FULL, 0},
                       Case{"grid2d_natural", 0, 3, 32, 0, ORB_KESTREL_UPPER, ORB_KESTREL_NATURAL},
                       Case{"grid3d_user_reversed", 1, 3, 64, 1, ORB_KESTREL_LOWER, ORB_KESTREL_USER_ORDER},
-                      Case{"random_natural", 2, 10, 32, 1, ORB_KESTREL_FULL, ORB_KESTREL_NATURAL}),
+                      Case{"random_natural", 2, 10, 32, 1, ORB_KESTREL_FULL, ORB_KESTREL_NATURAL},
+                      Case{"band_panels_natural", 3, 3, 64, 0, ORB_KESTREL_UPPER, ORB_KESTREL_NATURAL}),
     [](const ::testing::TestParamInfo<Case> &i) { return std::string(i.param.name); });
 
 TYPED_TEST(Results, KestrelCholesky) {
   using T = TypeParam;
-  for (int kind = 0; kind < 3; ++kind) {
+  for (int kind = 0; kind < 4; ++kind) {
     const Matrix a = make(kind, is_complex_v<T>);
-    const long double r = solve_residual<T, int64_t>(a, 3, ORB_KESTREL_UPPER, 1, 0);
+    const long double r =
+        solve_residual<T, int64_t>(a, 3, ORB_KESTREL_UPPER, 1, kind == 3 ? ORB_KESTREL_NATURAL : 0);
     EXPECT_GE(r, 0) << "status " << -r;
     EXPECT_LT(r, 50 * unit_roundoff<T>()) << "matrix " << kind;
   }
