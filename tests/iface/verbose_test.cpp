@@ -59,7 +59,12 @@ INSTANTIATE_TEST_SUITE_P(
                                   {"cblas_dgemm(CblasRowMajor,CblasNoTrans,CblasTrans,2,3,4,1.5,@,4,@,4,0,@,3)",
                                    "cblas_zgemv(CblasColMajor,CblasConjTrans,2,3,(1,-0.5),@,2,@,1,(0,0),@,1)"}},
                       // A sparse product: operation, rows, columns, stored entries, matrix type.
-                      VerboseCase{"sparse", "lp64", {"orb_sparse_d_mv(10,2,3,2,20)"}}),
+                      VerboseCase{"sparse", "lp64", {"orb_sparse_d_mv(10,2,3,2,20)"}},
+                      // The solver's phases: sizes and options, then the status (1: bad input).
+                      VerboseCase{"kestrel",
+                                  "ilp64",
+                                  {"orb_kestrel_analyse(2,0,0,0)", "orb_kestrel_d_factor(@,0)",
+                                   "orb_kestrel_d_solve(@,1,2,2,0)", "orb_kestrel_d_solve(@,-1,2,2,1)"}}),
     [](const auto &info) { return std::string(info.param.form); });
 
 }  // namespace

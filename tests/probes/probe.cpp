@@ -10,6 +10,7 @@
 #include <orb/internal/orb_kernels.h>
 #include <orb/orb_blas.h>
 #include <orb/orb_cblas.h>
+#include <orb/orb_kestrel.h>
 #include <orb/orb_service.h>
 #include <orb/orb_sparse.h>
 
@@ -194,6 +195,17 @@ int calls(const char *form) {
     if (orb_sparse_d_create_csr3(&A, 0, 2, 3, ptr, col, a) != ORB_SPARSE_OK) return 3;
     orb_sparse_d_mv(ORB_SPARSE_OP_N, alpha, A, {ORB_SPARSE_GENERAL, 0, 0}, b, beta, c);
     orb_sparse_destroy(A);
+  } else if (std::strcmp(form, "kestrel") == 0) {
+    int32_t ptr[] = {0, 2, 3}, col[] = {0, 1, 1};
+    double values[] = {4, 1, 3}, rhs[] = {1, 2}, x[2];
+    orb_kestrel_options o;
+    orb_kestrel_default_options(&o);
+    orb_kestrel_handle h = nullptr;
+    if (orb_kestrel_analyse(&h, 2, ptr, col, &o) != ORB_KESTREL_SUCCESS) return 3;
+    orb_kestrel_d_factor(h, values);
+    orb_kestrel_d_solve(h, 1, rhs, 2, x, 2);
+    orb_kestrel_d_solve(h, -1, rhs, 2, x, 2);
+    orb_kestrel_destroy(h);
   } else {
     return 2;
   }
