@@ -16,7 +16,8 @@
 // the largest diagonal entry of A is counted as tiny.
 //
 // The solve works on a permuted copy Y of the right-hand sides (n x nrhs):
-// forward, for each supernode in order, Y1 := L11^-1 Y1 (trsm) and
+// supernodes of at most kInline columns by plain loops; wider ones forward,
+// in order, Y1 := L11^-1 Y1 (trsm) and
 // T := L21 Y1 (gemm), T subtracted from Y at the supernode's rows below;
 // backward, in reverse order, T := Y at those rows, Y1 -= L21^H T (gemm),
 // Y1 := L11^-H Y1 (trsm).  X is written only at the end.
@@ -102,6 +103,16 @@ inline void subtract(T &x, const T &y) {
   } else {
     x -= y;
   }
+}
+
+//! v times the real number f.
+template <class T>
+inline T scaled(const T &v, double f) {
+  using R = typename Precision<T>::real_type;
+  if constexpr (Precision<T>::is_complex)
+    return T{static_cast<R>(v.real * f), static_cast<R>(v.imag * f)};
+  else
+    return static_cast<R>(v * f);
 }
 
 double seconds_since(std::chrono::steady_clock::time_point t0) {
@@ -191,6 +202,39 @@ int32_t factor(orb_kestrel_state *h, const T *a) {
   return kSuccess;
 }
 
+//! Supernodes of at most this many columns are solved without kernel calls:
+//! for them a call costs more than its arithmetic.
+constexpr int64_t kInline = 4;
+
+//! Forward step of a narrow supernode (w columns, r rows `rows`, one-based),
+//! right-hand side by right-hand side: each solved entry, divided by its
+//! diagonal, is subtracted down its column.  `own` is Y at the first column.
+template <class T>
+void forward_inline(int64_t w, int64_t r, const T *block, const int64_t *rows, T *own, T *y, int64_t n,
+                    int64_t nrhs) {
+  for (int64_t c = 0; c < nrhs; ++c, own += n, y += n)
+    for (int64_t j = 0; j < w; ++j) {
+      const T *col = block + j * r;
+      const T v = scaled(own[j], 1.0 / real_part(col[j]));
+      own[j] = v;
+      for (int64_t i = j + 1; i < r; ++i) subtract(y[rows[i] - 1], Precision<T>::mul(col[i], v));
+    }
+}
+
+//! Backward step of a narrow supernode: each entry, last first, less the
+//! conjugated column below its diagonal times the entries already solved.
+template <class T>
+void backward_inline(int64_t w, int64_t r, const T *block, const int64_t *rows, T *own, const T *y, int64_t n,
+                     int64_t nrhs) {
+  for (int64_t c = 0; c < nrhs; ++c, own += n, y += n)
+    for (int64_t j = w - 1; j >= 0; --j) {
+      const T *col = block + j * r;
+      T v = own[j];
+      for (int64_t i = j + 1; i < r; ++i) subtract(v, Precision<T>::mul(Precision<T>::conj(col[i]), y[rows[i] - 1]));
+      own[j] = scaled(v, 1.0 / real_part(col[j]));
+    }
+}
+
 template <class T>
 int32_t solve(orb_kestrel_state *h, int64_t nrhs, const T *b, int64_t ldb, T *x, int64_t ldx) {
   const auto t0 = std::chrono::steady_clock::now();
@@ -217,6 +261,10 @@ int32_t solve(orb_kestrel_state *h, int64_t nrhs, const T *b, int64_t ldb, T *x,
     const int64_t w = s.super[t + 1] - s.super[t], r = s.row_ptr[t + 1] - s.row_ptr[t], m = r - w;
     const int64_t *rows = s.rows.get() + (s.row_ptr[t] - 1) + w;
     const T *block = values + (s.value_ptr[t] - 1);
+    if (w <= kInline) {
+      forward_inline(w, r, block, s.rows.get() + (s.row_ptr[t] - 1), y.get() + first, y.get(), n, nrhs);
+      continue;
+    }
     Dense<T>::trsm("L", "N", w, nrhs, block, r, y.get() + first, n);
     if (m == 0) continue;
     Dense<T>::gemm("N", m, nrhs, w, one, block + w, r, y.get() + first, n, zero, tmp.get(), m);
@@ -228,6 +276,10 @@ int32_t solve(orb_kestrel_state *h, int64_t nrhs, const T *b, int64_t ldb, T *x,
     const int64_t w = s.super[t + 1] - s.super[t], r = s.row_ptr[t + 1] - s.row_ptr[t], m = r - w;
     const int64_t *rows = s.rows.get() + (s.row_ptr[t] - 1) + w;
     const T *block = values + (s.value_ptr[t] - 1);
+    if (w <= kInline) {
+      backward_inline(w, r, block, s.rows.get() + (s.row_ptr[t] - 1), y.get() + first, y.get(), n, nrhs);
+      continue;
+    }
     if (m > 0) {
       for (int64_t c = 0; c < nrhs; ++c)
         for (int64_t i = 0; i < m; ++i) tmp[c * m + i] = y[c * n + rows[i] - 1];
