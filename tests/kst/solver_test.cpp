@@ -14,6 +14,7 @@
 #include <atomic>
 #include <numeric>
 #include <random>
+#include <thread>
 #include <vector>
 
 namespace {
@@ -373,6 +374,33 @@ TEST(KestrelStatistics, GridCounts) {
   EXPECT_GT(s.supernodes, 1);
   orb_kestrel_destroy(nd);
   orb_kestrel_destroy(natural);
+}
+
+TEST(KestrelThreads, SolvesOnOneHandleAtOnceAgreeWithOneByOne) {
+  const Matrix a = laplacian(8, 3, false);
+  Csr<double, int32_t> csr(a, ORB_KESTREL_UPPER, 0, 1);
+  orb_kestrel_options o;
+  orb_kestrel_default_options(&o);
+  orb_kestrel_handle h = analysed(csr, a.n, o);
+  ASSERT_NE(h, nullptr);
+  ASSERT_EQ(orb_kestrel_d_factor(h, csr.val.data()), ORB_KESTREL_SUCCESS);
+  constexpr int kThreads = 4;
+  std::vector<std::vector<double>> b(kThreads), alone(kThreads), together(kThreads);
+  for (int t = 0; t < kThreads; ++t) {
+    b[t] = random_matrix<double>(a.n, t + 1, a.n, 20 + t);
+    alone[t].resize(b[t].size());
+    together[t].resize(b[t].size());
+    ASSERT_EQ(orb_kestrel_d_solve(h, t + 1, b[t].data(), a.n, alone[t].data(), a.n), ORB_KESTREL_SUCCESS);
+  }
+  std::vector<std::thread> pool;
+  for (int t = 0; t < kThreads; ++t)
+    pool.emplace_back([&, t] {
+      for (int round = 0; round < 5; ++round)
+        EXPECT_EQ(orb_kestrel_d_solve(h, t + 1, b[t].data(), a.n, together[t].data(), a.n), ORB_KESTREL_SUCCESS);
+    });
+  for (auto &th : pool) th.join();
+  for (int t = 0; t < kThreads; ++t) EXPECT_EQ(together[t], alone[t]) << "thread " << t;
+  orb_kestrel_destroy(h);
 }
 
 TEST(KestrelMemory, RefusedAllocationLeavesNothing) {
