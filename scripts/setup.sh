@@ -5,7 +5,7 @@
 set -euo pipefail
 pkgs=(cmake ninja-build g++ gfortran pkg-config libtbb-dev libopenblas64-serial-dev
       libopenblas64-0-pthread libblis64-4-serial
-      libsleef-dev libgtest-dev libbenchmark-dev "$@")
+      libsleef-dev libgtest-dev libbenchmark-dev libmetis-dev "$@")
 missing=()
 for p in "${pkgs[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q 'install ok installed' || missing+=("$p")

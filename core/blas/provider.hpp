@@ -146,6 +146,10 @@ template <class T>
 using ProviderLaswpFn = void (*)(const FortranInt *, T *, const FortranInt *, const FortranInt *, const FortranInt *,
                                  const FortranInt *, const FortranInt *);
 
+//! A provider POTRF: the Fortran argument list, then the hidden length of uplo.
+template <class T>
+using ProviderPotrfFn = void (*)(const char *, const FortranInt *, T *, const FortranInt *, FortranInt *, std::size_t);
+
 //! Every routine the core takes from the provider, one line each: the field of
 //! ProviderTable (also the provider's Fortran name less its underscore) and
 //! its pointer type.  A new provider routine is one more line here.
@@ -317,7 +321,11 @@ using ProviderLaswpFn = void (*)(const FortranInt *, T *, const FortranInt *, co
   X(slaswp, ProviderLaswpFn<float>)         \
   X(dlaswp, ProviderLaswpFn<double>)        \
   X(claswp, ProviderLaswpFn<ORB_Complex8>)  \
-  X(zlaswp, ProviderLaswpFn<ORB_Complex16>)
+  X(zlaswp, ProviderLaswpFn<ORB_Complex16>) \
+  X(spotrf, ProviderPotrfFn<float>)         \
+  X(dpotrf, ProviderPotrfFn<double>)        \
+  X(cpotrf, ProviderPotrfFn<ORB_Complex8>)  \
+  X(zpotrf, ProviderPotrfFn<ORB_Complex16>)
 
 //! The provider's routines, bound once.
 struct ProviderTable {

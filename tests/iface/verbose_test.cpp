@@ -65,7 +65,12 @@ INSTANTIATE_TEST_SUITE_P(
                                   {"orb_sparse_d_mv(10,2,3,2,20)", "orb_sparse_d_mm(10,2,3,2,2,20)",
                                    "orb_dcsrmv_lp64(N,G,2,3)"}},
                       // Vector math: the function and its length.
-                      VerboseCase{"vm", "lp64", {"orb_vm_dexp(3)", "orb_vm_dpowx(2)"}}),
+                      VerboseCase{"vm", "lp64", {"orb_vm_dexp(3)", "orb_vm_dpowx(2)"}},
+                      // The solver's phases: sizes and options, then the status (1: bad input).
+                      VerboseCase{"kestrel",
+                                  "ilp64",
+                                  {"orb_kestrel_analyse(2,0,0,0)", "orb_kestrel_d_factor(@,0)",
+                                   "orb_kestrel_d_solve(@,1,2,2,0)", "orb_kestrel_d_solve(@,-1,2,2,1)"}}),
     [](const auto &info) { return std::string(info.param.form); });
 
 }  // namespace

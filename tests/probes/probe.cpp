@@ -11,6 +11,7 @@
 #include <orb/internal/orb_kernels.h>
 #include <orb/orb_blas.h>
 #include <orb/orb_cblas.h>
+#include <orb/orb_kestrel.h>
 #include <orb/orb_service.h>
 #include <orb/orb_sparse.h>
 #include <orb/orb_vm.h>
@@ -204,6 +205,17 @@ int calls(const char *form) {
     orb_sparse_destroy(A);
     const int m = 2, k = 3;
     orb_dcsrmv_lp64("N", &m, &k, &alpha, "GLNC", a, col, ptr, ptr + 1, b, &beta, c);
+  } else if (std::strcmp(form, "kestrel") == 0) {
+    int32_t ptr[] = {0, 2, 3}, col[] = {0, 1, 1};
+    double values[] = {4, 1, 3}, rhs[] = {1, 2}, x[2];
+    orb_kestrel_options o;
+    orb_kestrel_default_options(&o);
+    orb_kestrel_handle h = nullptr;
+    if (orb_kestrel_analyse(&h, 2, ptr, col, &o) != ORB_KESTREL_SUCCESS) return 3;
+    orb_kestrel_d_factor(h, values);
+    orb_kestrel_d_solve(h, 1, rhs, 2, x, 2);
+    orb_kestrel_d_solve(h, -1, rhs, 2, x, 2);
+    orb_kestrel_destroy(h);
   } else {
     return 2;
   }
