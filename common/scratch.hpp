@@ -71,6 +71,10 @@ namespace orb {
 //! request, or one the allocator cannot meet, gets null and the caller takes
 //! another path.  The block is the thread's alone; the caller must not hold
 //! it across anything that could ask for the same tag on the same thread.
+//! The alignment of the blocks threads keep: a page, which also tells them
+//! apart from a call's own scratch where allocations are observed.
+constexpr int kThreadScratchAlignment = 4096;
+
 template <class Tag, int64_t Limit>
 class ThreadScratch {
  public:
@@ -79,7 +83,7 @@ class ThreadScratch {
     Block &b = block();
     if (b.bytes < bytes) {
       if (b.data) orb_serv_deallocate(b.data);
-      b.data = orb_serv_allocate(bytes, 64);
+      b.data = orb_serv_allocate(bytes, kThreadScratchAlignment);
       b.bytes = b.data ? bytes : 0;
     }
     return b.data;

@@ -3,8 +3,10 @@
 
 #include "hooks.hpp"
 #include "precision.hpp"
+#include "scratch.hpp"
 
 #include <cstring>
+#include <unordered_map>
 #include <mutex>
 
 namespace orb::test {
@@ -13,6 +15,8 @@ std::mutex lock;
 Observed record;
 bool failing = false, strict_mode = false;
 long failing_at = -1;
+// Blocks had since observe() and not given back, by whether a thread keeps them.
+std::unordered_map<void *, bool> live;
 
 template <class Call>
 void remember(std::vector<Call> Observed::*calls, const Call &call) {
@@ -24,6 +28,7 @@ void remember(std::vector<Call> Observed::*calls, const Call &call) {
 void observe(bool fail_alloc, bool strict, long fail_at) {
   std::lock_guard<std::mutex> g(lock);
   record = Observed{};
+  live.clear();
   failing = fail_alloc;
   failing_at = fail_at;
   strict_mode = strict;
@@ -33,6 +38,8 @@ Observed observed() {
   std::lock_guard<std::mutex> g(lock);
   failing = strict_mode = false;
   failing_at = -1;
+  record.leaked = 0;
+  for (const auto &[p, kept] : live) record.leaked += !kept;
   return record;
 }
 
@@ -131,7 +138,10 @@ extern "C" void *orb_serv_allocate(int64_t bytes, int alignment) {
   record.alloc_bytes.push_back(bytes);
   record.alloc_alignment.push_back(alignment);
   void *p = fail ? nullptr : real(bytes, alignment);
-  if (p) std::memset(p, 0xff, static_cast<size_t>(bytes));
+  if (p) {
+    std::memset(p, 0xff, static_cast<size_t>(bytes));
+    live[p] = alignment == orb::kThreadScratchAlignment;
+  }
   return p;
 }
 
@@ -140,6 +150,7 @@ extern "C" void orb_serv_deallocate(void *ptr) {
   if (ptr) {
     std::lock_guard<std::mutex> g(lock);
     ++record.deallocations;
+    live.erase(ptr);
   }
   real(ptr);
 }

@@ -61,6 +61,9 @@ struct Observed {
   std::vector<long> alloc_bytes;
   std::vector<int> alloc_alignment;
   int deallocations = 0;
+  //! Blocks had and not given back, leaving out those a thread keeps
+  //! (scratch.hpp), which go back when the thread ends.
+  int leaked = 0;
 };
 
 //! Clears the record; allocations fail while fail_alloc holds, or only the
