@@ -161,10 +161,11 @@ const SyrkCase kSyrkCases[] = {{"uneven", 150, 40, 4, 0.75, 0.5, 1},    {"beta0"
 
 //! The diagonal blocks a triangle driver's kernel calls took (C at base, ld
 //! ldc): one call with the caller's C when one worker runs, else each block
-//! of the rule once, on the diagonal.
+//! of the rule once, on the diagonal (blocks of equal area, or of equal cost
+//! with diagonal entries weighing diagonal_cost).
 template <class T>
 void expect_triangle_blocks(const std::vector<BlockCall> &calls, const T *base, ORB_INT ldc, ORB_INT n,
-                            int64_t workers, bool upper) {
+                            int64_t workers, bool upper, double diagonal_cost = 0) {
   ASSERT_EQ(calls.size(), static_cast<size_t>(workers));
   if (workers == 1) {
     EXPECT_EQ(calls[0].p, base);  // the caller's own call
@@ -175,7 +176,8 @@ void expect_triangle_blocks(const std::vector<BlockCall> &calls, const T *base, 
     const ORB_INT offset = static_cast<const T *>(call.p) - base, j0 = offset / (ldc + 1);
     EXPECT_EQ(offset, j0 * (ldc + 1)) << "a block off the diagonal";
     for (int64_t i = 0; i < workers; ++i) {
-      const thr::Range r = thr::triangle_columns(n, workers, i, upper);
+      const thr::Range r = diagonal_cost > 0 ? thr::weighted_triangle_block(n, workers, i, upper, diagonal_cost).cols
+                                             : thr::triangle_columns(n, workers, i, upper);
       if (r.begin == j0 && r.size() == call.n) taken[i] = true;
     }
   }
@@ -279,7 +281,7 @@ TYPED_TEST(Results, GemmtDriverTakesEveryTriangleAndOperation) {
                          });
           const Observed seen = observed();
           EXPECT_EQ(seen.gemm.size(), static_cast<size_t>(workers - 1));
-          expect_triangle_blocks(seen.gemmt, base, ldc, cs.n, workers, uplo == 'U');
+          expect_triangle_blocks(seen.gemmt, base, ldc, cs.n, workers, uplo == 'U', thr::kGemmtDiagonalCost);
         }
 }
 

@@ -146,6 +146,32 @@ TEST(TriangleBlock, RectanglesBesideTheDiagonalBlocks) {
   }
 }
 
+// The table of blocks of equal cost: each block's first column, lower
+// triangle (weight 1: the equal-area cut, to a column); the upper triangle mirrors it;
+// every block's rectangle lies beside it.
+TEST(WeightedTriangleBlock, BlocksOfEqualCost) {
+  struct Row {
+    int64_t n, w;
+    double d;
+    std::vector<int64_t> starts;
+  };
+  const Row rows[] = {{2000, 2, 1.12, {0, 619}},
+                      {2000, 2, 1.0, {0, 586}},
+                      {1000, 4, 1.12, {0, 139, 304, 520}},
+                      {10, 4, 1.12, {0, 2, 4, 6}}};
+  for (const Row &r : rows)
+    for (int64_t i = 0; i < r.w; ++i) {
+      const thr::TriangleBlock lo = thr::weighted_triangle_block(r.n, r.w, i, false, r.d);
+      const thr::TriangleBlock up = thr::weighted_triangle_block(r.n, r.w, r.w - 1 - i, true, r.d);
+      const int64_t end = i + 1 < r.w ? r.starts[i + 1] : r.n;
+      EXPECT_EQ(std::make_tuple(lo.cols.begin, lo.cols.end, lo.rows.begin, lo.rows.end),
+                std::make_tuple(r.starts[i], end, end, r.n))
+          << r.n << " on " << r.w << ", worker " << i;
+      EXPECT_EQ(std::make_tuple(up.cols.begin, up.cols.end, up.rows.begin, up.rows.end),
+                std::make_tuple(r.n - end, r.n - r.starts[i], int64_t{0}, r.n - end));
+    }
+}
+
 // The memory table: n = 10 with increment -1, pieces [0,3) and [8,10), and the
 // same pieces with positive increments.
 TEST(Level1Offset, NegativeIncrementsCountFromTheFarEnd) {

@@ -2,9 +2,10 @@
 // + beta C with C of order n, only its uplo triangle referenced and updated,
 // in s, d, c and z, with 64-bit integers and their lp64 wrappers.
 //
-// The triangle falls into column blocks of equal area exactly as a rank-k
-// update's does (partition/triangle.cpp), with the same worker count for the
-// same n and k: entry for entry, the work is the same.  Worker i's columns
+// The triangle falls into column blocks as a rank-k update's does
+// (partition/triangle.cpp), with the same worker count for the same n and k,
+// but of equal cost rather than equal area: a diagonal block, built of ever
+// smaller products, costs more per entry than the rectangle beside it.  Worker i's columns
 // [j0, j1) are its diagonal block, one call of the sequential GEMMT on rows
 // j0..j1 of op(A) and columns j0..j1 of op(B), and the rectangle beside it
 // inside the triangle (rows j1..n of the lower triangle, rows 0..j0 of the
@@ -50,7 +51,7 @@ ORB_FOR_EACH_PRECISION(ORB_GEMMT_KERNEL)
 template <class T>
 int64_t gemmt_worker(int64_t ithr, int64_t nthr, blas_args_t *args) {
   const char *uplo = static_cast<const char *>(args->word2);
-  const TriangleBlock block = triangle_block(args->n, nthr, ithr, (*uplo | 0x20) == 'u');
+  const TriangleBlock block = weighted_triangle_block(args->n, nthr, ithr, (*uplo | 0x20) == 'u', kGemmtDiagonalCost);
   if (block.cols.empty()) return 0;
   const T *a = static_cast<const T *>(args->a), *b = static_cast<const T *>(args->b);
   const T *alpha = static_cast<const T *>(args->alpha), *beta = static_cast<const T *>(args->beta);

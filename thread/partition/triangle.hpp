@@ -30,4 +30,12 @@ struct TriangleBlock {
 };
 TriangleBlock triangle_block(int64_t n, int64_t w, int64_t i, bool upper);
 
+//! The same for a piece whose diagonal block costs `diagonal_cost` times as
+//! much per entry as its rectangle (GEMMT, whose diagonal block is built of
+//! smaller products): blocks of equal cost instead of equal area.
+TriangleBlock weighted_triangle_block(int64_t n, int64_t w, int64_t i, bool upper, double diagonal_cost);
+
+//! What a GEMMT diagonal block costs per entry against a GEMM rectangle.
+constexpr double kGemmtDiagonalCost = 1.12;
+
 }  // namespace orb::thr
