@@ -160,8 +160,14 @@ struct Rect {
 };
 
 // One body, compiled for the vector widths a processor may offer and chosen
-// where the library is loaded.
+// where the library is loaded.  Not under ThreadSanitizer: the loader runs
+// the choosing code while relocating the library, before that runtime is
+// ready, and the process dies there.
+#if defined(__SANITIZE_THREAD__)
+#define ORB_RECT_CLONES
+#else
 #define ORB_RECT_CLONES __attribute__((target_clones("arch=x86-64-v4", "arch=x86-64-v3", "default")))
+#endif
 
 #define ORB_RECT(p, R, complex)                                                                                 \
   ORB_RECT_CLONES void rect_##p(int64_t m, int64_t k, const R *alpha, const R *a, int64_t lda, const R *xr,          \
