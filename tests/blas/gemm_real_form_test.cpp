@@ -9,6 +9,7 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <cmath>
 #include <limits>
 #include <thread>
@@ -19,7 +20,7 @@
 // The real form's real products, which the core keeps hidden, go to the
 // core's exported kernels here, and are counted.
 namespace {
-int real_products = 0;
+std::atomic<int> real_products{0};
 }
 namespace orb::core {
 template <class T>

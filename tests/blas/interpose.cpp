@@ -15,8 +15,10 @@ std::mutex lock;
 Observed record;
 bool failing = false, strict_mode = false;
 long failing_at = -1;
-// Blocks had since observe() and not given back, by whether a thread keeps them.
-std::unordered_map<void *, bool> live;
+// Blocks had since observe() and not given back, by whether a thread keeps
+// them.  Never destroyed: the runtime's threads give their kept blocks back
+// as they end, which can be after the program's statics are gone.
+std::unordered_map<void *, bool> &live = *new std::unordered_map<void *, bool>;
 
 template <class Call>
 void remember(std::vector<Call> Observed::*calls, const Call &call) {
