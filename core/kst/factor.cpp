@@ -235,6 +235,23 @@ void backward_inline(int64_t w, int64_t r, const T *block, const int64_t *rows, 
     }
 }
 
+//! Supernode t of the layout as the solves read it: its first column, width
+//! w, row count r (the diagonal block's w rows first), the m = r - w rows
+//! below, its row indices (one-based) and its column-major values.
+template <class T>
+struct SupernodeView {
+  SupernodeView(const Symbolic &s, const T *values, int64_t t)
+      : first(s.super[t] - 1),
+        w(s.super[t + 1] - s.super[t]),
+        r(s.row_ptr[t + 1] - s.row_ptr[t]),
+        m(r - w),
+        rows(s.rows.get() + (s.row_ptr[t] - 1)),
+        block(values + (s.value_ptr[t] - 1)) {}
+  int64_t first, w, r, m;
+  const int64_t *rows;
+  const T *block;
+};
+
 template <class T>
 int32_t solve(orb_kestrel_state *h, int64_t nrhs, const T *b, int64_t ldb, T *x, int64_t ldx) {
   const auto t0 = std::chrono::steady_clock::now();
@@ -257,12 +274,12 @@ int32_t solve(orb_kestrel_state *h, int64_t nrhs, const T *b, int64_t ldb, T *x,
   T minus_one = zero;
   subtract(minus_one, one);
   for (int64_t t = 0; t < s.supernodes; ++t) {
-    const int64_t first = s.super[t] - 1;
-    const int64_t w = s.super[t + 1] - s.super[t], r = s.row_ptr[t + 1] - s.row_ptr[t], m = r - w;
-    const int64_t *rows = s.rows.get() + (s.row_ptr[t] - 1) + w;
-    const T *block = values + (s.value_ptr[t] - 1);
+    const SupernodeView<T> v(s, values, t);
+    const int64_t first = v.first, w = v.w, r = v.r, m = v.m;
+    const int64_t *rows = v.rows + w;
+    const T *block = v.block;
     if (w <= kInline) {
-      forward_inline(w, r, block, s.rows.get() + (s.row_ptr[t] - 1), y.get() + first, y.get(), n, nrhs);
+      forward_inline(w, r, block, v.rows, y.get() + first, y.get(), n, nrhs);
       continue;
     }
     Dense<T>::trsm("L", "N", w, nrhs, block, r, y.get() + first, n);
@@ -272,12 +289,12 @@ int32_t solve(orb_kestrel_state *h, int64_t nrhs, const T *b, int64_t ldb, T *x,
       for (int64_t i = 0; i < m; ++i) subtract(y[c * n + rows[i] - 1], tmp[c * m + i]);
   }
   for (int64_t t = s.supernodes - 1; t >= 0; --t) {
-    const int64_t first = s.super[t] - 1;
-    const int64_t w = s.super[t + 1] - s.super[t], r = s.row_ptr[t + 1] - s.row_ptr[t], m = r - w;
-    const int64_t *rows = s.rows.get() + (s.row_ptr[t] - 1) + w;
-    const T *block = values + (s.value_ptr[t] - 1);
+    const SupernodeView<T> v(s, values, t);
+    const int64_t first = v.first, w = v.w, r = v.r, m = v.m;
+    const int64_t *rows = v.rows + w;
+    const T *block = v.block;
     if (w <= kInline) {
-      backward_inline(w, r, block, s.rows.get() + (s.row_ptr[t] - 1), y.get() + first, y.get(), n, nrhs);
+      backward_inline(w, r, block, v.rows, y.get() + first, y.get(), n, nrhs);
       continue;
     }
     if (m > 0) {
