@@ -24,6 +24,7 @@
 
 #include "libraries.hpp"
 #include "measure.hpp"
+#include "orb_sparse_names.hpp"
 #include "routine_table.hpp"
 #include "peers/spmv_peer.h"
 
@@ -117,33 +118,6 @@ Csr power_law(int32_t n) {
   }
   return a;
 }
-
-//! orb's handle names, from liborb loaded in a scope of its own: its standard
-//! BLAS names must not stand in the benchmark's global scope beside the
-//! providers it measures.
-struct OrbSparse {
-  decltype(&orb_sparse_d_create_csr3) create = nullptr;
-  decltype(&orb_sparse_set_mv_hint) hint = nullptr;
-  decltype(&orb_sparse_optimize) optimize = nullptr;
-  decltype(&orb_sparse_d_mv) mv = nullptr;
-  decltype(&orb_sparse_destroy) destroy = nullptr;
-  decltype(&orb_sparse_d_syrkd) syrkd = nullptr;
-  decltype(&orb_sparse_set_memory_hint) memory = nullptr;
-  explicit OrbSparse(GemmLibrary &lib) {
-    void *h = dlopen(ORB_BENCH_IFACE, RTLD_NOW | RTLD_LOCAL);
-    if (h) {
-      create = reinterpret_cast<decltype(create)>(dlsym(h, "orb_sparse_d_create_csr3"));
-      hint = reinterpret_cast<decltype(hint)>(dlsym(h, "orb_sparse_set_mv_hint"));
-      optimize = reinterpret_cast<decltype(optimize)>(dlsym(h, "orb_sparse_optimize"));
-      mv = reinterpret_cast<decltype(mv)>(dlsym(h, "orb_sparse_d_mv"));
-      destroy = reinterpret_cast<decltype(destroy)>(dlsym(h, "orb_sparse_destroy"));
-      syrkd = reinterpret_cast<decltype(syrkd)>(dlsym(h, "orb_sparse_d_syrkd"));
-      memory = reinterpret_cast<decltype(memory)>(dlsym(h, "orb_sparse_set_memory_hint"));
-    }
-    if (!create || !hint || !optimize || !mv || !destroy || !syrkd || !memory)
-      lib.missing = "no sparse handles in " ORB_BENCH_IFACE;
-  }
-};
 
 //! A peer module's four entries; missing says why it cannot be used.
 struct Peer {

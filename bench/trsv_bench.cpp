@@ -13,6 +13,7 @@
 
 #include "libraries.hpp"
 #include "measure.hpp"
+#include "orb_sparse_names.hpp"
 #include "routine_table.hpp"
 
 #include <orb/internal/sparse_layout.hpp>
@@ -65,29 +66,6 @@ Matrix stencil(const char *name, int32_t k, bool three_d, bool lower) {
   return a;
 }
 
-//! orb's handle names, from liborb loaded in a scope of its own.
-struct OrbSolves {
-  decltype(&orb_sparse_d_create_csr3) create = nullptr;
-  decltype(&orb_sparse_set_sv_hint) sv_hint = nullptr;
-  decltype(&orb_sparse_set_symgs_hint) symgs_hint = nullptr;
-  decltype(&orb_sparse_optimize) optimize = nullptr;
-  decltype(&orb_sparse_d_trsv) trsv = nullptr;
-  decltype(&orb_sparse_d_symgs) symgs = nullptr;
-  decltype(&orb_sparse_destroy) destroy = nullptr;
-  explicit OrbSolves(GemmLibrary &lib) {
-    void *h = dlopen(ORB_BENCH_IFACE, RTLD_NOW | RTLD_LOCAL);
-    const auto get = [&](auto &fn, const char *name) {
-      fn = h ? reinterpret_cast<std::remove_reference_t<decltype(fn)>>(dlsym(h, name)) : nullptr;
-      return fn != nullptr;
-    };
-    const bool all = get(create, "orb_sparse_d_create_csr3") & get(sv_hint, "orb_sparse_set_sv_hint") &
-                     get(symgs_hint, "orb_sparse_set_symgs_hint") & get(optimize, "orb_sparse_optimize") &
-                     get(trsv, "orb_sparse_d_trsv") & get(symgs, "orb_sparse_d_symgs") &
-                     get(destroy, "orb_sparse_destroy");
-    if (!all) lib.missing = "no sparse solves in " ORB_BENCH_IFACE;
-  }
-};
-
 //! The analysed data hung on a handle, whose part count the one-part
 //! contestant sets to 1 around its calls.
 sparse::SymgsData<double, int32_t> *block_data(orb_sparse_matrix A) {
@@ -95,7 +73,7 @@ sparse::SymgsData<double, int32_t> *block_data(orb_sparse_matrix A) {
   return h->primary->opt ? static_cast<sparse::SymgsData<double, int32_t> *>(h->primary->opt->symgs_data) : nullptr;
 }
 
-void measure(const TrsvOptions &o, const Matrix &a, bool gauss_seidel, const OrbSolves &orb,
+void measure(const TrsvOptions &o, const Matrix &a, bool gauss_seidel, const OrbSparse &orb,
              const std::vector<GemmLibrary> &libs, int &status) {
   if (!libs[0].available()) return;
   const orb_sparse_descr d = gauss_seidel ? orb_sparse_descr{ORB_SPARSE_SYMMETRIC, ORB_SPARSE_LOWER, ORB_SPARSE_NON_UNIT}
@@ -167,7 +145,7 @@ int trsv_main(const std::vector<std::string> &args) {
   std::vector<GemmLibrary> libs;
   libs.push_back(orb_library(threads));
   libs[0].about = "analysed handle, blocks swept in parallel by their dependencies";
-  const OrbSolves orb(libs[0]);
+  const OrbSparse orb(libs[0]);
   GemmLibrary one;
   one.key = "onepart";
   one.label = "orb one part";
